@@ -1,0 +1,10 @@
+#pragma once
+
+// One function for each topic; each prints its rows, and runs in a process of its own.
+
+void benchmarkQuery();
+void benchmarkSets();
+void benchmarkReceive();
+void benchmarkCrc();
+void benchmarkCallbacks();
+void benchmarkConnections();

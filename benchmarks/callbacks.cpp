@@ -1,0 +1,98 @@
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <semaphore.h>
+
+#include "benchmarks.h"
+#include "harness.h"
+#include "kyt_host/kyt_host.h"
+#include "peer.h"
+#include "raw_frame.h"
+
+namespace {
+
+constexpr int rounds = 7;
+constexpr int queries = 40;  // few enough to be over before the backlog is
+constexpr int backlogFrames = 100;
+constexpr std::chrono::milliseconds slowness{2};
+
+SOCKETFD robot = -1;
+std::atomic<int> slowFrames{0};
+std::vector<double> insideCallback;  // written by the callback only while the main thread waits for `calledBack`
+sem_t calledBack;
+
+void query() {
+  int speed = 0;
+  require(get_speed(robot, speed) == SUCCESS && speed == Peer::speed, "get_speed");
+}
+
+void takeItsTime(int code, const char*) {
+  if (code != static_cast<int>(raw::robotState)) return;
+  std::this_thread::sleep_for(slowness);
+  if (slowFrames.fetch_add(1) + 1 == backlogFrames) sem_post(&calledBack);
+}
+
+void queryInside(int, const char*, int) {
+  int speed = 0;
+  const double before = wallTime();
+  if (get_speed(robot, speed) == SUCCESS && speed == Peer::speed) insideCallback.push_back(wallTime() - before);
+  sem_post(&calledBack);
+}
+
+Figures quietQueries() { return timeCalls(queries, query); }
+
+Figures queriesBehindBacklog() {
+  slowFrames = 0;
+  require(send_message(robot, Peer::burstRequest, "{}") == SUCCESS, "send_message");
+  while (slowFrames == 0) std::this_thread::sleep_for(std::chrono::microseconds(100));
+  const Figures figures = timeCalls(queries, query);
+  require(slowFrames < backlogFrames, "the backlog was gone before the queries were over");
+  sem_wait(&calledBack);
+  return figures;
+}
+
+Figures queriesInsideCallback() {
+  insideCallback.clear();
+  for (int i = 0; i < queries; ++i) {
+    require(send_message(robot, Peer::burstRequest, "{}") == SUCCESS, "send_message");
+    sem_wait(&calledBack);
+  }
+  require(insideCallback.size() == queries, "get_speed inside a callback");
+  return {percentile(insideCallback, 0.5)};
+}
+
+void measure(const char* what, const std::string& burst, void (*install)(), Figures (*disturbed)(), Target target) {
+  const Peer peer(-1, burst);
+  robot = connect_robot("127.0.0.1", peer.port());
+  require(robot > 0, "connect_robot");
+  install();
+  const std::vector<Figures> medians = interleave(rounds, {disturbed, quietQueries});
+  disconnect_robot(robot);
+  printTimes(what, medians[0][0], medians[1][0], "us", target);
+}
+
+}  // namespace
+
+// What user callbacks do to queries; the reference is the library itself, undisturbed, over the same connection.
+void benchmarkCallbacks() {
+  pinTo(usableCpus().front());
+  sem_init(&calledBack, 0, 0);
+  insideCallback.reserve(queries);
+
+  std::string backlog;
+  for (int i = 0; i < backlogFrames; ++i) backlog += raw::makeFrame(raw::robotState, "{\"robot\":1}\n");
+  measure(
+      "query while a callback is 100 frames of 2 ms behind", backlog,
+      [] { require(recv_message(robot, takeItsTime) == SUCCESS, "recv_message"); }, queriesBehindBacklog, atMost(3));
+
+  measure(
+      "query from inside a callback",
+      raw::makeFrame(raw::errorMessage, R"({"code":7,"data":"axis 3","kind":1})"
+                                        "\n"),
+      [] { require(set_receive_error_or_warnning_message_callback(robot, queryInside) == SUCCESS, "error callback"); },
+      queriesInsideCallback, atMost(4));
+}

@@ -1,0 +1,83 @@
+#include "peer.h"
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <thread>
+
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+
+#include "harness.h"
+#include "raw_frame.h"
+
+namespace {
+
+void serve(int socket, const std::string& burst, int times) {
+  // One byte more than the JSON text: receivers drop the last byte of a payload.
+  const std::string reply =
+      raw::makeFrame(raw::speedReply, R"({"robot":1,"speed":)" + std::to_string(Peer::speed) + "}\n");
+  raw::FrameReader reader(socket, raw::crc32);
+  const auto take = [&](unsigned code, const char*, std::size_t) {
+    if (code == raw::getSpeed) raw::sendAll(socket, reply);
+    if (code == Peer::burstRequest) {
+      for (int i = 0; i < times; ++i) raw::sendAll(socket, burst);
+    }
+  };
+  try {
+    raw::setNoDelay(socket, true);
+    while (reader.readSome(take)) {
+    }
+  } catch (const std::exception&) {
+    // The client is gone, and so is what there was to serve.
+  }
+  ::close(socket);
+}
+
+[[noreturn]] void accept(int listener, const std::string& burst, int times) {
+  for (;;) {
+    const int socket = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+    if (socket < 0) raw::fail("accept");
+    std::thread(serve, socket, std::cref(burst), times).detach();
+  }
+}
+
+}  // namespace
+
+Peer::Peer(int cpu, const std::string& burst, int times) {
+  const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address{};
+  socklen_t size = sizeof address;
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  if (::bind(listener, reinterpret_cast<const sockaddr*>(&address), size) != 0 || ::listen(listener, 1024) != 0 ||
+      ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
+    raw::fail("listen");
+  }
+  port_ = std::to_string(ntohs(address.sin_port));
+
+  std::fflush(stdout);
+  process_ = ::fork();
+  if (process_ < 0) raw::fail("fork");
+  if (process_ == 0) {
+    try {
+      ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+      rlimit limit{};
+      ::getrlimit(RLIMIT_NOFILE, &limit);
+      limit.rlim_cur = limit.rlim_max;
+      ::setrlimit(RLIMIT_NOFILE, &limit);
+      if (cpu >= 0) pinTo(cpu);
+      accept(listener, burst, times);
+    } catch (const std::exception& failure) {
+      std::fprintf(stderr, "peer: %s\n", failure.what());
+    }
+    ::_exit(1);
+  }
+  ::close(listener);
+}
+
+Peer::~Peer() {
+  ::kill(process_, SIGKILL);
+  ::waitpid(process_, nullptr, 0);
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+
+#include <sys/types.h>
+
+/// The other end of every measurement: a process of its own that blocks in recv, one thread per connection.
+///
+/// It answers the speed query with one fixed frame, writes its burst when asked for it, and takes in the rest. The
+/// library and the references talk to the same process, each over its own connection.
+class Peer {
+ public:
+  static constexpr unsigned burstRequest = 0x7FFF;
+  static constexpr int speed = 50;
+
+  /// @param cpu    the core that it runs on, or -1 for the cores of the caller
+  /// @param burst  the bytes it writes, `times` over, when a burst is asked for
+  explicit Peer(int cpu = -1, const std::string& burst = {}, int times = 1);
+  Peer(const Peer&) = delete;
+  Peer& operator=(const Peer&) = delete;
+  ~Peer();
+
+  const std::string& port() const { return port_; }
+
+ private:
+  std::string port_;
+  pid_t process_;
+};

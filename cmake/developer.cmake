@@ -1,0 +1,19 @@
+# What our own builds ask of the compiler; nobody who merely uses the library gets any of it.
+add_library(developer_flags INTERFACE)
+if(KYT_HOST_DEVELOPER)
+  target_compile_options(developer_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
+                                                   -Woverloaded-virtual -Wold-style-cast -Werror)
+  # Programs side by side, where the scripts find them.
+  set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+endif()
+if(KYT_HOST_SANITIZE)
+  add_compile_options(-fsanitize=${KYT_HOST_SANITIZE} -fno-omit-frame-pointer)
+  add_compile_definitions(_GLIBCXX_ASSERTIONS)
+  add_link_options(-fsanitize=${KYT_HOST_SANITIZE})
+  if(KYT_HOST_SANITIZE MATCHES "undefined")
+    add_compile_options(-fno-sanitize-recover=undefined)
+  endif()
+endif()
+if(KYT_HOST_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()

@@ -1,0 +1,24 @@
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kyt_host)
+
+install(TARGETS kyt_host EXPORT kyt_hostTargets)
+# Whatever lives in a folder named detail is ours alone.
+install(DIRECTORY kyt_host DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h"
+        PATTERN "detail" EXCLUDE)
+
+install(EXPORT kyt_hostTargets NAMESPACE kyt_host:: DESTINATION ${package_dir})
+configure_package_config_file(cmake/kyt_hostConfig.cmake.in kyt_hostConfig.cmake INSTALL_DESTINATION ${package_dir}
+                              NO_SET_AND_CHECK_MACRO NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+write_basic_package_version_file(kyt_hostConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kyt_hostConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/kyt_hostConfigVersion.cmake
+        DESTINATION ${package_dir})
+
+# Paths relative to the file itself, so that an installed tree may be moved.
+file(RELATIVE_PATH includedir_from_pc ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_FULL_INCLUDEDIR})
+if(NOT BUILD_SHARED_LIBS)
+  set(static_requires jsoncpp)
+  set(static_cflags " -DKYT_HOST_STATIC")
+endif()
+configure_file(cmake/kyt_host.pc.in kyt_host.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kyt_host.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,373 @@
+#include "kyt_host/communication/asio_tcp_backend.h"
+
+#include <asio/error.hpp>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstring>
+#include <functional>
+#include <iostream>
+#include <mutex>
+#include <string_view>
+#include <system_error>
+#include <thread>
+
+#include <csignal>
+
+#include "kyt_host/communication/detail/callback_queue.h"
+#include "kyt_host/communication/detail/frame_buffer.h"
+#include "kyt_host/communication/detail/stop_signal.h"
+#include "kyt_host/communication/detail/tcp_link.h"
+#include "kyt_host/communication/message_manager.h"
+#include "kyt_host/communication/wire_frame.h"
+
+namespace {
+
+constexpr std::chrono::seconds reconnectPause{5};
+constexpr std::chrono::milliseconds closeTimeLimit{900};
+constexpr std::string_view filePort = "5000";
+
+// One call, so that lines of several threads do not mix.
+void printLine(std::ostream& stream, const std::string& line) { stream << line + "\n" << std::flush; }
+
+// Whether the text contains "reqId", quotes included. The q is rare in what controllers send, so it is looked for.
+bool carriesRequestId(std::string_view text) {
+  constexpr std::string_view key = "\"reqId\"";
+  constexpr std::size_t before = 3;
+  for (std::size_t at = text.find('q', before); at != std::string_view::npos; at = text.find('q', at + 1)) {
+    if (text.compare(at - before, key.size(), key) == 0) return true;
+  }
+  return false;
+}
+
+// Threads started while this stands leave all signals to the application's own threads.
+class SignalsBlocked {
+ public:
+  SignalsBlocked() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before_);
+  }
+  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  SignalsBlocked(const SignalsBlocked&) = delete;
+  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+ private:
+  sigset_t before_{};
+};
+
+// What lives from one Connect to its closeConnection. Its threads share it, so that one that had to be left behind
+// (in a callback that closes its own connection, or does not return) finds everything in place, and stopped.
+class Session {
+ public:
+  StopSignal signal;
+  CallbackQueue callbacks;
+
+  template <class Work>
+  void start(const std::shared_ptr<Session>& self, Work work) {
+    const SignalsBlocked blocked;
+    {
+      const std::lock_guard lock(mutex_);
+      ++running_;
+    }
+    try {
+      threads_.emplace_back([self, work = std::move(work)] {
+        work();
+        self->ended();
+      });
+    } catch (...) {
+      ended();
+      throw;
+    }
+  }
+
+  void stop() {
+    signal.stop();
+    callbacks.stop();
+  }
+
+  // After stop: waits for the threads, but neither for the calling one nor longer than the limit.
+  void join() {
+    const auto isThisThread = [](const std::thread& thread) { return thread.get_id() == std::this_thread::get_id(); };
+    int left = 0;
+    for (const std::thread& thread : threads_) left += isThisThread(thread) ? 1 : 0;
+    std::unique_lock lock(mutex_);
+    const bool allEnded = threadEnded_.wait_for(lock, closeTimeLimit, [&] { return running_ <= left; });
+    lock.unlock();
+    if (!allEnded) printLine(std::cerr, "A callback or name look-up still runs; its connection is closed without waiting for it.");
+    for (std::thread& thread : threads_) {
+      if (allEnded && !isThisThread(thread)) {
+        thread.join();
+      } else {
+        thread.detach();
+      }
+    }
+    threads_.clear();
+  }
+
+ private:
+  void ended() {
+    const std::lock_guard lock(mutex_);
+    --running_;
+    threadEnded_.notify_all();
+  }
+
+  std::vector<std::thread> threads_;
+  std::mutex mutex_;
+  std::condition_variable threadEnded_;
+  int running_ = 0;
+};
+
+}  // namespace
+
+class AsioTCPBackend::Connection : public std::enable_shared_from_this<Connection> {
+ public:
+  using ReceiveCallback = void (*)(int code, const char* text);
+  using ReconnectCallback = void (*)();
+
+  Connection(BackendBase& owner, std::string address, std::string portText)
+      : ip(std::move(address)), port(std::move(portText)), owner_(owner) {}
+
+  bool open();
+  bool close();
+  bool send(unsigned int code, const std::string& payload);
+
+  const std::string ip;
+  const std::string port;
+  MessageManager store;
+  std::atomic<bool> connected{false};
+  std::atomic<bool> reconnect{false};
+  std::atomic<bool> ended{false};  // nothing can arrive any more
+  std::atomic<ReceiveCallback> receiveCallback{nullptr};
+  std::atomic<ReconnectCallback> reconnectCallback{nullptr};
+
+ private:
+  void read(Session& session);
+  void receive(Session& session, FrameBuffer& buffer);
+  void take(const Frame& frame, Session& session);
+  bool restore(Session& session);
+  void endWaits();
+  void callBack(const CallbackQueue::Event& event, const char* text);
+
+  std::shared_ptr<Session> session();
+  void setSession(std::shared_ptr<Session> session);
+
+  BackendBase& owner_;
+  TcpLink link_;
+  std::mutex connectionMutex_;  // open and close, one after the other
+  std::mutex sessionMutex_;     // guards session_ alone
+  std::shared_ptr<Session> session_;
+};
+
+std::shared_ptr<Session> AsioTCPBackend::Connection::session() {
+  const std::lock_guard lock(sessionMutex_);
+  return session_;
+}
+
+void AsioTCPBackend::Connection::setSession(std::shared_ptr<Session> session) {
+  const std::lock_guard lock(sessionMutex_);
+  session_ = std::move(session);
+}
+
+bool AsioTCPBackend::Connection::open() {
+  const std::lock_guard lock(connectionMutex_);
+  if (session() != nullptr) throw std::system_error(asio::error::already_open);
+
+  const auto session = std::make_shared<Session>();
+  setSession(session);  // before connecting, so that close can end the attempt
+  if (const std::error_code error = link_.connect(ip, port, session->signal)) {
+    setSession(nullptr);
+    connected = false;
+    printLine(std::cerr, "Connect error: " + error.message());
+    return false;
+  }
+  ended = false;
+  connected = true;
+  try {
+    const auto self = shared_from_this();
+    session->start(session, [self, session] { self->read(*session); });
+    session->start(session, [self, session] {
+      session->callbacks.run([&self](const auto& event, const char* text) { self->callBack(event, text); });
+    });
+  } catch (...) {  // the system has no threads left
+    connected = false;
+    session->stop();
+    link_.shutdown();
+    session->join();
+    link_.close();
+    setSession(nullptr);
+    throw;
+  }
+  return true;
+}
+
+bool AsioTCPBackend::Connection::close() {
+  // An attempt to connect gives way: it holds the mutex, so it is stopped first.
+  std::unique_lock lock(connectionMutex_, std::defer_lock);
+  while (!lock.try_lock()) {
+    if (const auto attempt = session()) attempt->signal.stop();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  const auto session = this->session();
+  if (session == nullptr) return false;
+
+  session->stop();
+  connected = false;
+  link_.shutdown();
+  endWaits();
+  session->join();
+  link_.close();
+  connected = false;  // a reconnection may just have succeeded
+  setSession(nullptr);
+  return true;
+}
+
+void AsioTCPBackend::Connection::endWaits() {
+  ended = true;
+  store.endWaits();
+}
+
+bool AsioTCPBackend::Connection::send(unsigned int code, const std::string& payload) {
+  try {
+    const std::error_code error = link_.write(assemblySendMessage(static_cast<Strategy>(code), payload));
+    if (!error) return true;
+    printLine(std::cerr, "Error sending message to " + ip + ":" + port + ". Exception: " + error.message());
+  } catch (const std::exception& exception) {
+    printLine(std::cerr, std::string("Error sending message: ") + exception.what());
+  }
+  return false;
+}
+
+// The reading thread, from the connection to its end.
+void AsioTCPBackend::Connection::read(Session& session) try {
+  FrameBuffer buffer;
+  do {
+    receive(session, buffer);
+    if (session.signal.stopped()) return;
+    connected = false;
+    buffer.clear();
+    if (port != filePort) printLine(std::cerr, "Service IP = " + ip + ". Connect break.");
+  } while (port != filePort && restore(session));
+  if (!session.signal.stopped()) endWaits();
+} catch (const std::exception& exception) {  // the system has no memory left
+  printLine(std::cerr, "Service IP = " + ip + ". Reading ends: " + exception.what());
+  connected = false;
+  endWaits();
+}
+
+// Takes frames until the connection breaks or is closed: one read for all that has arrived.
+void AsioTCPBackend::Connection::receive(Session& session, FrameBuffer& buffer) {
+  for (;;) {
+    std::error_code error;
+    const std::size_t count = link_.read(buffer.space(), buffer.spaceLeft(), error);
+    if (error) return;
+    buffer.filled(count);
+    for (Frame frame; buffer.next(frame);) {
+      if (session.signal.stopped()) return;
+      if (frame.intact()) take(frame, session);
+    }
+    session.callbacks.publish();
+  }
+}
+
+void AsioTCPBackend::Connection::take(const Frame& frame, Session& session) try {
+  const std::string_view text = frame.text();
+  bool handlerWantsIt = false;
+  if (carriesRequestId(text)) {
+    owner_.onMessageReceived(static_cast<Strategy>(frame.command), std::string(text));
+  } else if (MessageBaseStrategy* const handler = store.findOrAddReceived(static_cast<Strategy>(frame.command))) {
+    handlerWantsIt = handler->store(text);
+  }
+  const bool receiverWantsIt = receiveCallback.load() != nullptr;
+  if (handlerWantsIt || receiverWantsIt)
+    session.callbacks.add({frame.command, handlerWantsIt, receiverWantsIt, false}, text);
+} catch (const std::exception& exception) {
+  printLine(std::cerr, std::string("Error taking in a message: ") + exception.what());
+}
+
+// Restores a broken connection, however long that takes. False when it is not to be, or closed meanwhile.
+bool AsioTCPBackend::Connection::restore(Session& session) {
+  while (reconnect && !session.signal.stopped()) {
+    const std::error_code error = link_.connect(ip, port, session.signal);
+    if (session.signal.stopped()) return false;
+    if (!error) {
+      printLine(std::cout, "Service IP = " + ip + ". Successfully reconnected.");
+      connected = true;
+      session.callbacks.add({0, false, false, true}, {});
+      session.callbacks.publish();
+      return true;
+    }
+    printLine(std::cerr, "Connect error: " + error.message());
+    printLine(std::cout, "Attempt to reconnect IP=" + ip + " ...");
+    session.signal.sleepFor(reconnectPause);
+  }
+  return false;
+}
+
+// On the calling-back thread. Callbacks are read at the last moment: one that was taken away is not called any more.
+void AsioTCPBackend::Connection::callBack(const CallbackQueue::Event& event, const char* text) try {
+  if (event.reconnected) {
+    if (const ReconnectCallback callback = reconnectCallback) callback();
+  }
+  if (event.forHandler) {
+    if (MessageBaseStrategy* const handler = store.find(static_cast<Strategy>(event.code))) handler->callBack(text);
+  }
+  if (event.forReceiver) {
+    if (const ReceiveCallback callback = receiveCallback) callback(static_cast<int>(event.code), text);
+  }
+} catch (const std::exception& exception) {
+  printLine(std::cerr, std::string("Exception in a callback: ") + exception.what());
+} catch (...) {
+  printLine(std::cerr, "Exception in a callback: not a standard one");
+}
+
+AsioTCPBackend::AsioTCPBackend(const std::string& ip, const std::string& port)
+    : connection_(std::make_shared<Connection>(*this, ip, port)) {}
+
+AsioTCPBackend::~AsioTCPBackend() { connection_->close(); }
+
+bool AsioTCPBackend::Connect() { return connection_->open(); }
+
+bool AsioTCPBackend::closeConnection() {
+  try {
+    return connection_->close();
+  } catch (const std::exception& exception) {
+    printLine(std::cerr, std::string("Exception in closeConnection: ") + exception.what());
+    return true;
+  }
+}
+
+bool AsioTCPBackend::getConnectState() const { return connection_->connected; }
+
+void AsioTCPBackend::setConnectRestart(bool enable) { connection_->reconnect = enable; }
+
+void AsioTCPBackend::SetReconnectCallback(void (*callback)()) { connection_->reconnectCallback = callback; }
+
+std::string AsioTCPBackend::GetIp() const { return connection_->ip; }
+
+std::string AsioTCPBackend::GetPort() const { return connection_->port; }
+
+bool AsioTCPBackend::sendData(unsigned int code, const std::string& payload) { return connection_->send(code, payload); }
+
+MessageBaseStrategy* AsioTCPBackend::waitingMessage(unsigned int code, int timeoutMs) {
+  MessageBaseStrategy* const handler = connection_->store.findOrAdd(static_cast<Strategy>(code));
+  const CallbackQueue::WaitingForReply waiting;
+  return handler->await(timeoutMs, connection_->ended) ? handler : nullptr;
+}
+
+MessageBaseStrategy* AsioTCPBackend::getMessageByStrategy(unsigned int code) {
+  return connection_->store.find(static_cast<Strategy>(code));
+}
+
+void AsioTCPBackend::setCallbackWhenRecv(void (*callback)(int, const char*)) { connection_->receiveCallback = callback; }
+
+MessageBaseStrategy* AsioTCPBackend::exchange(unsigned int requestCode, const std::string& payload,
+                                              unsigned int replyCode, int timeoutMs, std::string& text) {
+  MessageBaseStrategy* const handler = connection_->store.findOrAdd(static_cast<Strategy>(replyCode));
+  const CallbackQueue::WaitingForReply waiting;
+  const MessageBaseStrategy::Turn turn(*handler);
+  if (connection_->ended) return nullptr;
+  connection_->send(requestCode, payload);
+  return handler->await(timeoutMs, connection_->ended, &text) ? handler : nullptr;
+}

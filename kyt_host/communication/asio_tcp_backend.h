@@ -1,0 +1,41 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "kyt_host/communication/backend_base.h"
+#include "kyt_host/export.h"
+
+/// A connection over TCP.
+///
+/// Two threads of its own serve it while it is connected: one reads, files every frame with the handler of its code
+/// and, when reconnection is enabled, restores a broken connection every 5 seconds; the other calls the user's
+/// callbacks, one at a time and in order of arrival, so that a callback may take its time and call any operation.
+class KYT_HOST_API AsioTCPBackend : public BackendBase {
+ public:
+  /// @param ip    address or host name
+  /// @param port  number or service name; a connection to port "5000" carries files and is never restored
+  AsioTCPBackend(const std::string& ip, const std::string& port);
+
+  /// Closes the connection.
+  ~AsioTCPBackend() override;
+
+  /// Gives up after 10 seconds. Throws when it is connected already, or when the system has no threads left.
+  bool Connect() override;
+  bool closeConnection() override;
+  bool getConnectState() const override;
+  void setConnectRestart(bool enable) override;
+  void SetReconnectCallback(void (*callback)()) override;
+  std::string GetIp() const override;
+  std::string GetPort() const override;
+  bool sendData(unsigned int code, const std::string& payload) override;
+  MessageBaseStrategy* waitingMessage(unsigned int code, int timeoutMs) override;
+  MessageBaseStrategy* getMessageByStrategy(unsigned int code) override;
+  void setCallbackWhenRecv(void (*callback)(int code, const char* text)) override;
+  MessageBaseStrategy* exchange(unsigned int requestCode, const std::string& payload, unsigned int replyCode,
+                                int timeoutMs, std::string& text) override;
+
+ private:
+  class Connection;
+  std::shared_ptr<Connection> connection_;  // shared with its threads
+};

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstdint>
+#include <future>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+
+#include "kyt_host/communication/message_base_strategy.h"
+#include "kyt_host/communication/strategy.h"
+#include "kyt_host/export.h"
+
+/// One connection to a controller, as the operations see it: send a text under a code, wait for the text of a code.
+class KYT_HOST_API BackendBase {
+ public:
+  BackendBase();
+  virtual ~BackendBase();
+  BackendBase(const BackendBase&) = delete;
+  BackendBase& operator=(const BackendBase&) = delete;
+
+  /// Connects, and waits until that is done. @return true when connected
+  virtual bool Connect() = 0;
+
+  /// Ends the connection and its threads; waits that are going on end. @return false when there was none
+  virtual bool closeConnection() = 0;
+
+  /// Whether the controller can be talked to now.
+  virtual bool getConnectState() const = 0;
+
+  /// Whether a connection that breaks is restored; off at first.
+  virtual void setConnectRestart(bool enable) = 0;
+
+  /// Called each time a broken connection has been restored; null switches it off.
+  virtual void SetReconnectCallback(void (*callback)()) = 0;
+
+  virtual std::string GetIp() const = 0;
+  virtual std::string GetPort() const = 0;
+
+  /// Sends one frame. @return true when it has been handed to the system
+  virtual bool sendData(unsigned int code, const std::string& payload) = 0;
+
+  /// Waits for a frame of `code` that no earlier wait has consumed.
+  /// @param timeoutMs  milliseconds; 0 waits without limit, until the connection ends for good
+  /// @return the handler of `code`, or null when no frame came
+  virtual MessageBaseStrategy* waitingMessage(unsigned int code, int timeoutMs) = 0;
+
+  /// The handler of `code` without waiting, or null.
+  virtual MessageBaseStrategy* getMessageByStrategy(unsigned int code) = 0;
+
+  /// Called with the code and the text of every frame that arrives intact; null switches it off.
+  virtual void setCallbackWhenRecv(void (*callback)(int code, const char* text)) = 0;
+
+  /// One request and its reply. Callers that ask for the same reply take turns, so that each gets its own.
+  /// @param text  receives the text of the reply
+  /// @return the handler of `replyCode`, or null when no reply came within `timeoutMs`
+  virtual MessageBaseStrategy* exchange(unsigned int requestCode, const std::string& payload, unsigned int replyCode,
+                                        int timeoutMs, std::string& text);
+
+  /// Fulfils the pending request whose id the text carries under "reqId", if there is one.
+  void onMessageReceived(Strategy code, const std::string& payload);
+
+ protected:
+  struct PendingRequest {
+    std::promise<std::string> reply;
+  };
+
+  std::uint64_t nextRequestId_ = 1;
+  std::mutex pendingMutex_;
+  std::unordered_map<std::uint64_t, PendingRequest> pendingRequests_;
+};

@@ -1,0 +1,87 @@
+#include "kyt_host/communication/connection_api.h"
+
+#include <chrono>
+#include <thread>
+
+#include "kyt_host/communication/communication_manager.h"
+#include "kyt_host/communication/reply_handlers.h"
+
+namespace {
+
+// Installs a callback on the handler of `code`; false when that is missing or of another class.
+template <class Handler>
+bool install(BackendBase& backend, Strategy code, typename Handler::Callback callback) {
+  auto* const handler = dynamic_cast<Handler*>(backend.getMessageByStrategy(static_cast<unsigned int>(code)));
+  if (handler != nullptr) handler->setCallback(callback);
+  return handler != nullptr;
+}
+
+}  // namespace
+
+SOCKETFD connect_robot(const std::string& ip, const std::string& port) {
+  return ClientManager::getInstance().addClient(ip, port);
+}
+
+int disconnect_robot(SOCKETFD socketFd) {
+  ClientManager::getInstance().removeClient(socketFd);
+  return SUCCESS;
+}
+
+int get_connection_status(SOCKETFD socketFd) { return ClientManager::Client(socketFd) ? SUCCESS : DISCONNECT; }
+
+int set_reconnect(SOCKETFD socketFd, bool enable) {
+  const ClientManager::Client client(socketFd);
+  if (!client) return DISCONNECT;
+  client->setConnectRestart(enable);
+  return SUCCESS;
+}
+
+int set_reconnect_callback(SOCKETFD socketFd, void (*callback)()) {
+  const ClientManager::Client client(socketFd);
+  if (!client) return DISCONNECT;
+  client->SetReconnectCallback(callback);
+  return SUCCESS;
+}
+
+int send_message(SOCKETFD socketFd, int code, const std::string& text) {
+  const ClientManager::Client client(socketFd);
+  if (!client) return DISCONNECT;
+  client->sendData(static_cast<unsigned int>(code), text);
+  return SUCCESS;
+}
+
+int recv_message(SOCKETFD socketFd, void (*callback)(int code, const char* text)) {
+  if (callback == nullptr) return PARAM_ERR;
+  const ClientManager::Client client(socketFd);
+  if (!client) return DISCONNECT;
+  client->setCallbackWhenRecv(callback);
+  return SUCCESS;
+}
+
+int set_receive_error_or_warnning_message_callback(SOCKETFD socketFd,
+                                                   void (*callback)(int kind, const char* data, int code)) {
+  if (callback == nullptr) return PARAM_ERR;
+  const ClientManager::Client client(socketFd);
+  if (!client) return DISCONNECT;
+  const bool installed = install<ReceiveSystemMessage>(*client, Strategy::ErrorMessage, callback) &&
+                         install<ReceiveSystemMessage>(*client, Strategy::WarningMessage, callback);
+  return installed ? SUCCESS : EXCEPTION;
+}
+
+int robot_state_callback(SOCKETFD socketFd, void (*callback)(const char* text)) {
+  if (callback == nullptr) return PARAM_ERR;
+  const ClientManager::Client client(socketFd);
+  if (!client) return DISCONNECT;
+  return install<RecvRobotState>(*client, Strategy::RobotState, callback) ? SUCCESS : RECEIVE_FAILED;
+}
+
+std::string get_library_version() {
+  const std::string version = "2.0.4";
+  const std::string buildDate = "20260202";
+  const std::string buildTag = "1b01ed1";
+  return version + "-" + buildDate + "-" + buildTag;
+}
+
+void delay(int ms) {
+  if (ms > 0) std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+}

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <string_view>
+#include <vector>
+
+/// What one connection's reading thread hands to the thread that calls the user's callbacks.
+///
+/// The reader adds events and publishes them in batches; the other thread delivers them one at a time, in order.
+/// Nothing is dropped: when more than `bound` bytes wait, publishing blocks, and with it the reading.
+class CallbackQueue {
+ public:
+  static constexpr std::size_t bound = 4 * 1024 * 1024;
+
+  /// A callback that itself waits for a reply must not stop that reply from being read: as long as it waits, the
+  /// reader may go on up to this bound.
+  static constexpr std::size_t boundWhileCallbackWaits = 16 * bound;
+
+  struct Event {
+    std::uint32_t code = 0;
+    bool forHandler = false;  ///< the handler's own callback wants it
+    bool forReceiver = false;  ///< the receive callback wants it
+    bool reconnected = false;  ///< not a frame: the connection has been restored
+  };
+
+  using Deliver = std::function<void(const Event& event, const char* text)>;
+
+  /// Reader: adds an event to the batch in the making.
+  void add(const Event& event, std::string_view text);
+
+  /// Reader: hands over the batch in the making, if there is one; blocks while too much waits already.
+  void publish();
+
+  /// Delivers events on the calling thread until `stop`.
+  void run(const Deliver& deliver);
+
+  /// Ends `run` after the event being delivered, and any `publish` that blocks.
+  void stop();
+
+  /// Stands while the calling thread waits for a reply. Only matters on a thread that is in `run`.
+  class WaitingForReply {
+   public:
+    WaitingForReply();
+    ~WaitingForReply();
+    WaitingForReply(const WaitingForReply&) = delete;
+    WaitingForReply& operator=(const WaitingForReply&) = delete;
+  };
+
+ private:
+  using Batch = std::vector<char>;
+
+  void deliverBatch(const Batch& batch, const Deliver& deliver);
+  std::size_t currentBound() const { return callbackWaits_ ? boundWhileCallbackWaits : bound; }
+
+  Batch making_;  // the reader's alone
+
+  std::mutex mutex_;
+  std::condition_variable published_;
+  std::condition_variable delivered_;  // also: the bound has changed
+  std::deque<Batch> batches_;
+  Batch spare_;  // the memory of a batch that has been delivered
+  std::size_t waitingBytes_ = 0;
+  bool idle_ = false;  // the delivering thread sleeps
+  bool callbackWaits_ = false;
+  std::atomic<bool> stopped_{false};  // set with the mutex held
+
+  static thread_local CallbackQueue* runningHere_;
+};

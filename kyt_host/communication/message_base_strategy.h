@@ -1,0 +1,76 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+#include "kyt_host/export.h"
+
+/// The handler of one reply code: the last text that arrived under it, and who waits for the next.
+///
+/// A connection has one for each code. Texts are stored on its reading thread and awaited on the callers' threads.
+class KYT_HOST_API MessageBaseStrategy {
+ public:
+  MessageBaseStrategy();
+  virtual ~MessageBaseStrategy();
+  MessageBaseStrategy(const MessageBaseStrategy&) = delete;
+  MessageBaseStrategy& operator=(const MessageBaseStrategy&) = delete;
+
+  /// Takes in a text that has arrived: stores it, flags it received, wakes one waiter, and calls the handler's own
+  /// callback where it has one. (A connection does the two halves itself, on a thread each: see `store`, `callBack`.)
+  virtual void processingData(const std::string& data);
+
+  /// The first half of `processingData`, all but the callback.
+  /// @return whether the handler has a callback that wants this text
+  virtual bool store(std::string_view data);
+
+  /// The second half: calls the handler's own callback, if one is installed.
+  virtual void callBack(const char* data);
+
+  /// The last text stored, and whether no wait has consumed it yet.
+  std::string text() const;
+  bool received() const;
+
+  /// Waits until a text is there that no earlier wait has consumed, and consumes it.
+  /// @param timeoutMs  milliseconds; 0 waits without limit
+  /// @param ended      once true, nothing can arrive any more: the wait gives up (see `endWaits`)
+  /// @param text       if given, receives the text that was there when the wait ended
+  /// @return false on time-out, or when `ended`
+  bool await(int timeoutMs, const std::atomic<bool>& ended, std::string* text = nullptr);
+
+  /// Makes everybody who waits here look at `ended` again.
+  void endWaits();
+
+  /// One caller's turn at asking for this reply. Callers are served in the order in which they came, so that each
+  /// gets the answer to its own request.
+  class KYT_HOST_API Turn {
+   public:
+    explicit Turn(MessageBaseStrategy& handler);
+    ~Turn();
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+
+   private:
+    MessageBaseStrategy& handler_;
+  };
+
+ protected:
+  /// Called with the mutex held after a text has been stored: where derived handlers decode it.
+  virtual void onStored() {}
+
+  mutable std::mutex mutex_;  ///< guards what follows, and what derived handlers add
+  std::string text_;
+  bool received_ = false;
+
+ private:
+  std::condition_variable arrived_;
+  unsigned int waiters_ = 0;
+
+  std::uint32_t nextTurn_ = 0;
+  std::uint32_t currentTurn_ = 0;
+  std::unique_ptr<std::condition_variable> turnEnded_;  // made when two callers first meet
+};

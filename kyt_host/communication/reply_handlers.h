@@ -1,0 +1,151 @@
+#pragma once
+
+#include <atomic>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "kyt_host/communication/message_base_strategy.h"
+#include "kyt_host/export.h"
+
+// The reply handlers by class. A caller that waits for a reply checks the class of the handler that it gets; most
+// classes are nothing but that name. The four that do more come first.
+
+/// The robot state that the controller pushes: awaited like any reply, and handed to a callback of its own.
+class KYT_HOST_API RecvRobotState : public MessageBaseStrategy {
+ public:
+  using Callback = void (*)(const char* text);
+
+  /// Installs the callback; null switches it off.
+  void setCallback(Callback callback) { callback_ = callback; }
+
+  bool store(std::string_view data) override;
+  void callBack(const char* data) override;
+
+ private:
+  std::atomic<Callback> callback_{nullptr};
+};
+
+/// Errors and warnings that the controller pushes: only ever handed to the callback, never stored, so that nobody
+/// can wait for them. Without a callback they have no effect.
+class KYT_HOST_API ReceiveSystemMessage : public MessageBaseStrategy {
+ public:
+  using Callback = void (*)(int kind, const char* data, int code);
+
+  /// Installs the callback; null switches it off.
+  void setCallback(Callback callback) { callback_ = callback; }
+
+  bool store(std::string_view data) override;
+
+  /// Calls the callback with the members "kind", "data" and "code"; a text that lacks one of them is ignored.
+  void callBack(const char* data) override;
+
+ private:
+  std::atomic<Callback> callback_{nullptr};
+};
+
+/// The end of a download.
+class KYT_HOST_API RecvDownloadFinish : public MessageBaseStrategy {
+ public:
+  bool finished() const;
+
+ protected:
+  void onStored() override { finished_ = true; }
+
+ private:
+  bool finished_ = false;
+};
+
+/// The names of the controller's job files.
+class KYT_HOST_API RecvAllJobFileName : public MessageBaseStrategy {
+ public:
+  std::vector<std::string> jobFileNames() const;
+
+ protected:
+  void onStored() override { getAllJobFileName(); }
+
+ private:
+  void getAllJobFileName();
+
+  std::vector<std::string> jobFileNames_;
+};
+
+// clang-format off
+class KYT_HOST_API RecvAppendModeStatus : public MessageBaseStrategy {};
+class KYT_HOST_API RecvTeachboxStatus : public MessageBaseStrategy {};
+class KYT_HOST_API RecvTotalLines : public MessageBaseStrategy {};
+class KYT_HOST_API RecvCommandByLines : public MessageBaseStrategy {};
+class KYT_HOST_API RecvSensorData : public MessageBaseStrategy {};
+class KYT_HOST_API RecvServoStatus : public MessageBaseStrategy {};
+class KYT_HOST_API RecvOperationMode : public MessageBaseStrategy {};
+class KYT_HOST_API RecvCoordination : public MessageBaseStrategy {};
+class KYT_HOST_API RecvDeadmanStatus : public MessageBaseStrategy {};
+class KYT_HOST_API RecvSpeed : public MessageBaseStrategy {};
+class KYT_HOST_API RecvPosition : public MessageBaseStrategy {};
+class KYT_HOST_API RecvRobotRunStatus : public MessageBaseStrategy {};
+class KYT_HOST_API RecvGlobalPosition : public MessageBaseStrategy {};
+class KYT_HOST_API RecvGlobalVariant : public MessageBaseStrategy {};
+class KYT_HOST_API RecvDin : public MessageBaseStrategy {};
+class KYT_HOST_API RecvDout : public MessageBaseStrategy {};
+class KYT_HOST_API RecvToolCoordNumber : public MessageBaseStrategy {};
+class KYT_HOST_API RecvUserCoordNumber : public MessageBaseStrategy {};
+class KYT_HOST_API RecvUserCoordPara : public MessageBaseStrategy {};
+class KYT_HOST_API RecvQueueMotionStatus : public MessageBaseStrategy {};
+class KYT_HOST_API RecvCycleIndex : public MessageBaseStrategy {};
+class KYT_HOST_API RecvCountSuccessedFor : public MessageBaseStrategy {};
+class KYT_HOST_API Receive4Point : public MessageBaseStrategy {};
+class KYT_HOST_API RecvResultForDH : public MessageBaseStrategy {};
+class KYT_HOST_API ReceiveCurEXPosition : public MessageBaseStrategy {};
+class KYT_HOST_API RecvAout : public MessageBaseStrategy {};
+class KYT_HOST_API RecvAin : public MessageBaseStrategy {};
+class KYT_HOST_API RecvForceDin : public MessageBaseStrategy {};
+class KYT_HOST_API SetZeroSuccess : public MessageBaseStrategy {};
+class KYT_HOST_API RecvSingleCycle : public MessageBaseStrategy {};
+class KYT_HOST_API RecvCurJob : public MessageBaseStrategy {};
+class KYT_HOST_API RecvWeldConfig : public MessageBaseStrategy {};
+class KYT_HOST_API RecvCurrentHandleOperate : public MessageBaseStrategy {};
+class KYT_HOST_API RecvTransCoordPos : public MessageBaseStrategy {};
+class KYT_HOST_API RecvToolCoordPara : public MessageBaseStrategy {};
+class KYT_HOST_API ReceivedWaveweldData : public MessageBaseStrategy {};
+class KYT_HOST_API RecvDhParaState : public MessageBaseStrategy {};
+class KYT_HOST_API RecvJointPara : public MessageBaseStrategy {};
+class KYT_HOST_API ReceiveWeldMonitor : public MessageBaseStrategy {};
+class KYT_HOST_API RecvJobfileLine : public MessageBaseStrategy {};
+class KYT_HOST_API RecvGlobalExternPosition : public MessageBaseStrategy {};
+class KYT_HOST_API RecvVisionParameter : public MessageBaseStrategy {};
+class KYT_HOST_API RecvVisionRange : public MessageBaseStrategy {};
+class KYT_HOST_API RecvVisionPositionParam : public MessageBaseStrategy {};
+class KYT_HOST_API RecvVisioCalibrateData : public MessageBaseStrategy {};
+class KYT_HOST_API RecvHardDeadmanMode : public MessageBaseStrategy {};
+class KYT_HOST_API RecvSafeIO : public MessageBaseStrategy {};
+class KYT_HOST_API RecvControllerID : public MessageBaseStrategy {};
+class KYT_HOST_API RecvResetIO : public MessageBaseStrategy {};
+class KYT_HOST_API RecvDigitalInputMsg : public MessageBaseStrategy {};
+class KYT_HOST_API RecvDigitalOutputMsg : public MessageBaseStrategy {};
+class KYT_HOST_API RecvRemotePara : public MessageBaseStrategy {};
+class KYT_HOST_API RecvIoControl : public MessageBaseStrategy {};
+class KYT_HOST_API RecvIoRemoteTips : public MessageBaseStrategy {};
+class KYT_HOST_API RecvRemoteProgram : public MessageBaseStrategy {};
+class KYT_HOST_API RecvTrackRecordOnOff : public MessageBaseStrategy {};
+class KYT_HOST_API RecvTeachType : public MessageBaseStrategy {};
+class KYT_HOST_API RecvConveyorIdentificationParamter : public MessageBaseStrategy {};
+class KYT_HOST_API RecvConveyorSensorParams : public MessageBaseStrategy {};
+class KYT_HOST_API RecvConveyorTrackRangeParams : public MessageBaseStrategy {};
+class KYT_HOST_API RecvConveyorWaitPointParams : public MessageBaseStrategy {};
+class KYT_HOST_API RecvRobotType : public MessageBaseStrategy {};
+class KYT_HOST_API RecvStaticSearchData : public MessageBaseStrategy {};
+class KYT_HOST_API RecvMotorSpeed : public MessageBaseStrategy {};
+class KYT_HOST_API RecvMotorTorque : public MessageBaseStrategy {};
+class KYT_HOST_API RecvMotorPayload : public MessageBaseStrategy {};
+class KYT_HOST_API RecvLineSpeedAndJointSpeed : public MessageBaseStrategy {};
+class KYT_HOST_API RecvQueuelen : public MessageBaseStrategy {};
+class KYT_HOST_API RecvIOtype : public MessageBaseStrategy {};
+class KYT_HOST_API RecvVFDstate : public MessageBaseStrategy {};
+class KYT_HOST_API RecvUploadRespond : public MessageBaseStrategy {};
+class KYT_HOST_API RecvUploadSuccess : public MessageBaseStrategy {};
+class KYT_HOST_API RecvAllJobFileNum : public MessageBaseStrategy {};
+class KYT_HOST_API RecvAllJobFileNameFinsh : public MessageBaseStrategy {};
+class KYT_HOST_API RecvDownloadFileData : public MessageBaseStrategy {};
+class KYT_HOST_API RecvDownloadRespond : public MessageBaseStrategy {};
+class KYT_HOST_API RecvConfigFileList : public MessageBaseStrategy {};
+// clang-format on

@@ -1,0 +1,214 @@
+#include "kyt_host/interface/servo_and_state.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <string>
+
+#include "kyt_host/communication/connection_api.h"
+#include "kyt_host/interface/detail/exchange.h"
+#include "kyt_host/interface/positions_and_variables.h"
+
+namespace {
+
+// Servo states that the operations rely on; the others are the controller's.
+constexpr int servoNotRead = -100;
+constexpr int servoOff = 1;
+constexpr int servoAlarm = 2;
+constexpr int servoRunning = 3;
+
+constexpr int servoPolls = 25;
+constexpr int servoPollPauseMs = 20;
+
+int setServoPower(SOCKETFD socketFd, int robotNum, int deadman, int expectedState) {
+  const int result = query(socketFd, Strategy::SetServoPower, compact({{"deadman", deadman}}),
+                           reply<RecvDeadmanStatus>(Strategy::ServoPowerReply));
+  return result == SUCCESS ? check_servo_state(socketFd, robotNum, expectedState) : result;
+}
+
+bool within(double value, double low, double high) { return value >= low && value <= high; }
+
+std::vector<double> firstValues(const std::vector<double>& values, int count) {
+  return {values.begin(), values.begin() + count};
+}
+
+// An angle in degrees, brought into -180..180.
+double normalised(double degrees) {
+  const double angle = std::fmod(std::fmod(degrees, 360.0) + 360.0, 360.0);
+  return angle > 180.0 ? angle - 360.0 : angle;
+}
+
+}  // namespace
+
+int get_servo_state_robot(SOCKETFD socketFd, int robotNum, int& state) {
+  return query(socketFd, Strategy::GetServoState, compact({{"robot", robotNum}}),
+               reply<RecvServoStatus>(Strategy::ServoStateReply), take(state, "state", "status"));
+}
+
+int set_servo_state_robot(SOCKETFD socketFd, int robotNum, int state) {
+  int current = servoNotRead;  // a state that could not be read does not refuse the change
+  get_servo_state_robot(socketFd, robotNum, current);
+  if (current == servoAlarm || current == servoRunning || current == state) return OPERATION_NOT_ALLOWED;
+
+  const int result = query(socketFd, Strategy::SetServoState,
+                           compact({{"robot", robotNum}, {"status", state}, {"state", state}}),
+                           reply<RecvServoStatus>(Strategy::ServoStateReply));
+  return result == SUCCESS ? check_servo_state(socketFd, robotNum, state) : result;
+}
+
+int check_servo_state(SOCKETFD socketFd, int robotNum, int expected) {
+  for (int poll = 0; poll < servoPolls; ++poll) {
+    int state = servoNotRead;
+    get_servo_state_robot(socketFd, robotNum, state);
+    if (state == expected) return SUCCESS;
+    delay(servoPollPauseMs);
+  }
+  return RECEIVE_FAILED;
+}
+
+int set_servo_poweron_robot(SOCKETFD socketFd, int robotNum) {
+  return setServoPower(socketFd, robotNum, 1, servoRunning);
+}
+
+int set_servo_poweroff_robot(SOCKETFD socketFd, int robotNum) {
+  return setServoPower(socketFd, robotNum, 0, servoOff);
+}
+
+int clear_error_robot(SOCKETFD socketFd, int robotNum) {
+  int state = servoNotRead;
+  get_servo_state(socketFd, state);
+  if (state == servoRunning) return OPERATION_NOT_ALLOWED;
+  return command(socketFd, Strategy::ClearError, compact({{"robot", robotNum}}));
+}
+
+int set_axis_sdo(SOCKETFD socketFd, int axisNum, unsigned int index, unsigned int subindex, int value,
+                 unsigned int size) {
+  return command(socketFd, Strategy::SetAxisSdo,
+                 compact({{"robot", const_robot},
+                          {"axisNum", axisNum},
+                          {"index", index},
+                          {"subindex", subindex},
+                          {"value", value},
+                          {"size", size}}));
+}
+
+int set_speed_robot(SOCKETFD socketFd, int robotNum, int speed) {
+  return command(socketFd, Strategy::SetSpeed, line({{"robot", robotNum}, {"speed", std::clamp(speed, 0, 103)}}));
+}
+
+int get_speed_robot(SOCKETFD socketFd, int robotNum, int& speed) {
+  return query(socketFd, Strategy::GetSpeed, compact({{"robot", robotNum}}), reply<RecvSpeed>(Strategy::SpeedReply),
+               take(speed, "speed"));
+}
+
+int set_current_coord_robot(SOCKETFD socketFd, int robotNum, int coord) {
+  return command(socketFd, Strategy::SetCurrentCoord,
+                 line({{"robot", robotNum}, {"coord", coord}, {"coordinate", coord}}));
+}
+
+int get_current_coord_robot(SOCKETFD socketFd, int robotNum, int& coord) {
+  return query(socketFd, Strategy::GetCurrentCoord, line({{"robot", robotNum}}),
+               reply<RecvCoordination>(Strategy::CurrentCoordReply), take(coord, "coord", "coordinate"));
+}
+
+int set_current_mode_robot(SOCKETFD socketFd, int robotNum, int mode) {
+  return command(socketFd, Strategy::SetCurrentMode, line({{"robot", robotNum}, {"mode", mode}}));
+}
+
+int get_current_mode_robot(SOCKETFD socketFd, int robotNum, int& mode) {
+  return query(socketFd, Strategy::GetCurrentMode, line({{"robot", robotNum}}),
+               reply<RecvOperationMode>(Strategy::CurrentModeReply), take(mode, "mode"));
+}
+
+int set_teach_type_robot(SOCKETFD socketFd, int /*robotNum*/, int type) {
+  return command(socketFd, Strategy::SetTeachType, line({{"teachType", type}}));
+}
+
+int get_teach_type_robot(SOCKETFD socketFd, int robotNum, int& type) {
+  return query(socketFd, Strategy::GetTeachType, line({{"robot", robotNum}}),
+               reply<RecvTeachType>(Strategy::TeachTypeReply), take(type, "teachType", "type"));
+}
+
+int set_darg_mode_robot(SOCKETFD socketFd, int /*robotNum*/, int mode) {
+  return command(socketFd, Strategy::SetDragMode, compact({{"mode", mode}}));
+}
+
+int get_robot_running_state_robot(SOCKETFD socketFd, int robotNum, int& status) {
+  return query(socketFd, Strategy::GetRunningState, line({{"robot", robotNum}}),
+               reply<RecvRobotRunStatus>(Strategy::RunningStateReply), take(status, "status"));
+}
+
+int get_robot_type_robot(SOCKETFD socketFd, int robotNum, int& type) {
+  return query(socketFd, Strategy::GetRobotType, line({{"robot", robotNum}}),
+               reply<RecvRobotType>(Strategy::RobotTypeReply), take(type, "type"));
+}
+
+int get_robot_configuration_robot(SOCKETFD socketFd, int robotNum, int& config) {
+  constexpr int jointCoordinates = 0;
+  std::vector<double> joints;
+  int type = 0;
+  if (const int result = get_current_position_robot(socketFd, robotNum, jointCoordinates, joints); result != SUCCESS)
+    return result;
+  if (const int result = get_robot_type_robot(socketFd, robotNum, type); result != SUCCESS) return result;
+
+  const bool secondJointDecides = type == 2;
+  const bool thirdJointDecides = type == 13 || type == 24;
+  if ((!secondJointDecides && !thirdJointDecides) || joints.empty()) return RECEIVE_FAILED;
+
+  const double angle = normalised(joints[secondJointDecides ? 1 : 2]);
+  if (angle != 0.0) config = (angle < 0.0) == (type == 24) ? 2 : 1;
+  return SUCCESS;
+}
+
+int get_teachbox_connection_status_robot(SOCKETFD socketFd, int robotNum, bool& connected) {
+  return query(socketFd, Strategy::GetTeachboxStatus, line({{"robot", robotNum}}),
+               reply<RecvTeachboxStatus>(Strategy::TeachboxStatusReply), take(connected, "connected"));
+}
+
+int get_controller_id_robot(SOCKETFD socketFd, int robotNum, char* id) {
+  if (id == nullptr) return PARAM_ERR;
+  return query(socketFd, Strategy::GetControllerId, line({{"robot", robotNum}}),
+               reply<RecvControllerID>(Strategy::ControllerIdReply), [id](const Json::Value& root) {
+                 std::string text;
+                 if (!root.isMember("controllerID")) return;
+                 readValue(root["controllerID"], text);
+                 std::memcpy(id, text.c_str(), text.size() + 1);
+               });
+}
+
+int get_controller_id_csharp_robot(SOCKETFD socketFd, int robotNum, std::vector<char>& id) {
+  return query(socketFd, Strategy::GetControllerId, line({{"robot", robotNum}}),
+               reply<RecvControllerID>(Strategy::ControllerIdReply), take(id, "controllerID"));
+}
+
+int set_robots_parallel(SOCKETFD socketFd, bool parallel) {
+  return command(socketFd, Strategy::SetRobotsParallel, compact({{"robot", const_robot}, {"mode", parallel ? 1 : 0}}));
+}
+
+int set_robot_switch(SOCKETFD socketFd, int robot) {
+  return command(socketFd, Strategy::SetRobotSwitch, line({{"robot", robot}, {"mode", 0}}));
+}
+
+int get_robot_switch(SOCKETFD socketFd, int& robot) {
+  return query(socketFd, Strategy::GetRobotSwitch, line({{"robot", const_robot}}), anyReply(Strategy::RobotSwitchReply),
+               take(robot, "robot"));
+}
+
+int set_collision_para_robot(SOCKETFD socketFd, int /*robotNum*/, CollisionPara para) {
+  const auto& run = para.collisionDetection_run;
+  const auto& teach = para.collisionDetection_teach;
+  const int axes = para.axisum;
+  if (axes < 0 || run.size() < static_cast<std::size_t>(axes) || teach.size() < static_cast<std::size_t>(axes))
+    return PARAM_ERR;
+  for (std::size_t axis = 0; axis < static_cast<std::size_t>(axes); ++axis) {
+    if (!within(run[axis], 1.0, 10000.0) || !within(teach[axis], 1.0, 10000.0)) return PARAM_ERR;
+  }
+  if (!(para.position_delay_time_ms_value > 0.0) || !within(para.position_delay_time_ms_value, 0.0, 99.0) ||
+      !within(para.error_enable_time_ms_value, 0.0, 99.0))
+    return PARAM_ERR;
+  return command(socketFd, Strategy::SetCollisionPara,
+                 compact({{"Co_De_para", firstValues(run, axes)},
+                          {"Colli_Detec_jog", firstValues(teach, axes)},
+                          {"pos_delay_time", para.position_delay_time_ms_value},
+                          {"error_enable_time", para.error_enable_time_ms_value}}));
+}

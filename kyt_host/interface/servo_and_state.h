@@ -1,0 +1,167 @@
+#pragma once
+
+#include <vector>
+
+#include "kyt_host/export.h"
+#include "kyt_host/types.h"
+
+// Servo power, errors, and the simple states and settings of a robot.
+//
+// Unless a function says otherwise:
+// - `robotNum` is 1..4; the form without `_robot` addresses robot 1.
+// - A query waits for its reply for at most a second and returns 0; -1 when none comes; -2 when not connected; -5 when
+//   the reply has the wrong shape. A reply that is not JSON, or lacks the value, gives 0 and leaves the output alone.
+// - A command returns 0 as soon as it is sent, whatever the controller makes of it; -2 when not connected.
+// - What the numbers of states, modes and types mean is the controller's to say; they are passed through.
+
+// --- servo ---
+
+/// Reads the servo state: 1 after power off, 3 (running) after power on; in 2 and 3 it cannot be changed directly.
+KYT_HOST_API int get_servo_state_robot(SOCKETFD socketFd, int robotNum, int& state);
+inline int get_servo_state(SOCKETFD socketFd, int& state) { return get_servo_state_robot(socketFd, const_robot, state); }
+
+/// Sets the servo state, and waits until the robot has reached it.
+/// @return 0 reached; -4 refused, because the state is 2 or 3 now, or is `state` already (nothing sent); -1 no reply,
+///         or not reached after 25 polls, about half a second; -2; -5
+KYT_HOST_API int set_servo_state_robot(SOCKETFD socketFd, int robotNum, int state);
+inline int set_servo_state(SOCKETFD socketFd, int state) { return set_servo_state_robot(socketFd, const_robot, state); }
+
+/// Polls the servo state until it is `expected`: up to 25 times, 20 ms apart.
+/// @return 0 reached; -1 not reached
+KYT_HOST_API int check_servo_state(SOCKETFD socketFd, int robotNum, int expected);
+
+/// Switches servo power on, and waits until the robot's servo state is 3.
+/// @return 0 reached; -1 no reply, or not reached after 25 polls; -2; -5
+KYT_HOST_API int set_servo_poweron_robot(SOCKETFD socketFd, int robotNum);
+inline int set_servo_poweron(SOCKETFD socketFd) { return set_servo_poweron_robot(socketFd, const_robot); }
+
+/// Switches servo power off, and waits until the robot's servo state is 1.
+/// @return as `set_servo_poweron_robot`
+KYT_HOST_API int set_servo_poweroff_robot(SOCKETFD socketFd, int robotNum);
+inline int set_servo_poweroff(SOCKETFD socketFd) { return set_servo_poweroff_robot(socketFd, const_robot); }
+
+/// Clears the errors of a robot.
+/// @return 0 sent; -4 refused, because robot 1 (whichever `robotNum` is) has servo state 3 now; -2
+KYT_HOST_API int clear_error_robot(SOCKETFD socketFd, int robotNum);
+inline int clear_error(SOCKETFD socketFd) { return clear_error_robot(socketFd, const_robot); }
+
+/// Writes one object of a servo drive (SDO).
+/// @param axisNum   axis whose drive is written
+/// @param index     object index
+/// @param subindex  object subindex
+/// @param size      size of the object, as the controller counts it
+KYT_HOST_API int set_axis_sdo(SOCKETFD socketFd, int axisNum, unsigned int index, unsigned int subindex, int value,
+                              unsigned int size);
+
+// --- speed, coordinate system, mode ---
+
+/// Sets the speed, in percent. Values outside 0..103 are brought to the nearer bound.
+KYT_HOST_API int set_speed_robot(SOCKETFD socketFd, int robotNum, int speed);
+inline int set_speed(SOCKETFD socketFd, int speed) { return set_speed_robot(socketFd, const_robot, speed); }
+
+/// Reads the speed, in percent.
+KYT_HOST_API int get_speed_robot(SOCKETFD socketFd, int robotNum, int& speed);
+inline int get_speed(SOCKETFD socketFd, int& speed) { return get_speed_robot(socketFd, const_robot, speed); }
+
+/// Selects the coordinate system.
+KYT_HOST_API int set_current_coord_robot(SOCKETFD socketFd, int robotNum, int coord);
+inline int set_current_coord(SOCKETFD socketFd, int coord) {
+  return set_current_coord_robot(socketFd, const_robot, coord);
+}
+
+/// Reads which coordinate system is selected.
+KYT_HOST_API int get_current_coord_robot(SOCKETFD socketFd, int robotNum, int& coord);
+inline int get_current_coord(SOCKETFD socketFd, int& coord) {
+  return get_current_coord_robot(socketFd, const_robot, coord);
+}
+
+/// Selects the operating mode (teach, run, remote).
+KYT_HOST_API int set_current_mode_robot(SOCKETFD socketFd, int robotNum, int mode);
+inline int set_current_mode(SOCKETFD socketFd, int mode) { return set_current_mode_robot(socketFd, const_robot, mode); }
+
+/// Reads the operating mode.
+KYT_HOST_API int get_current_mode_robot(SOCKETFD socketFd, int robotNum, int& mode);
+inline int get_current_mode(SOCKETFD socketFd, int& mode) {
+  return get_current_mode_robot(socketFd, const_robot, mode);
+}
+
+/// Selects the teach type. The controller has one for all robots: `robotNum` is not sent.
+KYT_HOST_API int set_teach_type_robot(SOCKETFD socketFd, int robotNum, int type);
+inline int set_teach_type(SOCKETFD socketFd, int type) { return set_teach_type_robot(socketFd, const_robot, type); }
+
+/// Reads the teach type.
+KYT_HOST_API int get_teach_type_robot(SOCKETFD socketFd, int robotNum, int& type);
+inline int get_teach_type(SOCKETFD socketFd, int& type) { return get_teach_type_robot(socketFd, const_robot, type); }
+
+/// Switches drag mode (hand guiding). The controller has one for all robots: `robotNum` is not sent.
+KYT_HOST_API int set_darg_mode_robot(SOCKETFD socketFd, int robotNum, int mode);
+inline int set_darg_mode(SOCKETFD socketFd, int mode) { return set_darg_mode_robot(socketFd, const_robot, mode); }
+
+// --- what the robot is and does ---
+
+/// Reads whether a program runs, is paused or stopped.
+KYT_HOST_API int get_robot_running_state_robot(SOCKETFD socketFd, int robotNum, int& status);
+inline int get_robot_running_state(SOCKETFD socketFd, int& status) {
+  return get_robot_running_state_robot(socketFd, const_robot, status);
+}
+
+/// Reads the robot type, a number of the controller's.
+KYT_HOST_API int get_robot_type_robot(SOCKETFD socketFd, int robotNum, int& type);
+inline int get_robot_type(SOCKETFD socketFd, int& type) { return get_robot_type_robot(socketFd, const_robot, type); }
+
+/// Works out whether the arm is in its left or right configuration, from its type and its joints.
+/// @param config  receives 1 or 2; left alone when the deciding joint stands at exactly 0 degrees
+/// @return 0; -1 for robot types without such configurations, and when the position or type could not be read; -2; -5
+KYT_HOST_API int get_robot_configuration_robot(SOCKETFD socketFd, int robotNum, int& config);
+inline int get_robot_configuration(SOCKETFD socketFd, int& config) {
+  return get_robot_configuration_robot(socketFd, const_robot, config);
+}
+
+/// Reads whether a teach pendant is connected.
+KYT_HOST_API int get_teachbox_connection_status_robot(SOCKETFD socketFd, int robotNum, bool& connected);
+inline int get_teachbox_connection_status(SOCKETFD socketFd, bool& connected) {
+  return get_teachbox_connection_status_robot(socketFd, const_robot, connected);
+}
+
+/// Reads the controller's identity.
+/// @param id  buffer for the text and its terminating zero; the caller makes it large enough (up to 64 KiB can come:
+///            `get_controller_id_csharp_robot` has no such limit)
+/// @return as every query; -3 when `id` is null
+KYT_HOST_API int get_controller_id_robot(SOCKETFD socketFd, int robotNum, char* id);
+inline int get_controller_id(SOCKETFD socketFd, char* id) { return get_controller_id_robot(socketFd, const_robot, id); }
+
+/// Reads the controller's identity.
+/// @param id  receives the characters of the text, without a terminating zero, in place of what it held
+KYT_HOST_API int get_controller_id_csharp_robot(SOCKETFD socketFd, int robotNum, std::vector<char>& id);
+inline int get_controller_id_csharp(SOCKETFD socketFd, std::vector<char>& id) {
+  return get_controller_id_csharp_robot(socketFd, const_robot, id);
+}
+
+// --- several robots on one controller ---
+
+/// Lets the robots of the controller work in parallel, or not.
+KYT_HOST_API int set_robots_parallel(SOCKETFD socketFd, bool parallel);
+
+/// Selects the robot that the controller and its teach pendant address.
+KYT_HOST_API int set_robot_switch(SOCKETFD socketFd, int robot);
+
+/// Reads which robot is selected.
+KYT_HOST_API int get_robot_switch(SOCKETFD socketFd, int& robot);
+
+// --- collision detection ---
+
+/// Parameters of collision detection.
+struct CollisionPara {
+  std::vector<double> collisionDetection_run;    ///< one value per axis while a program runs, 1..10000
+  std::vector<double> collisionDetection_teach;  ///< one value per axis while teaching and jogging, 1..10000
+  double position_delay_time_ms_value = 0;       ///< milliseconds, above 0, up to 99
+  double error_enable_time_ms_value = 0;         ///< milliseconds, 0..99
+  int axisum = 0;                                ///< how many axes are sent: the first `axisum` of each list
+};
+
+/// Sets the parameters of collision detection. The controller has one set: `robotNum` is not sent.
+/// @return 0 sent; -3 when a list is shorter than `axisum` or a value is out of its range (nothing sent); -2
+KYT_HOST_API int set_collision_para_robot(SOCKETFD socketFd, int robotNum, CollisionPara para);
+inline int set_collision_para(SOCKETFD socketFd, CollisionPara para) {
+  return set_collision_para_robot(socketFd, const_robot, para);
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+/// Handle of one controller connection, 1..1000, as `connect_robot` returns it.
+using SOCKETFD = int;
+
+/// What every operation returns. A few families deviate; their documentation says so.
+enum StatusCode : int {
+  SUCCESS = 0,                 ///< request sent (commands), or reply received and read (queries)
+  RECEIVE_FAILED = -1,         ///< no reply in time, a reply of the wrong kind, or a confirming poll gave up
+  DISCONNECT = -2,             ///< the handle names no connection, or one that is not connected now
+  PARAM_ERR = -3,              ///< an argument is out of its range, or a callback is null; nothing was sent
+  OPERATION_NOT_ALLOWED = -4,  ///< refused in the robot's present state; nothing was sent
+  EXCEPTION = -5,              ///< the reply has the wrong shape, a text is not UTF-8, or a local resource failed
+  TIMEOUT = -6,                ///< reserved for operations that tell a time-out from a missing reply
+};
+
+/// The robot that the plain forms (those without `_robot`) address.
+inline constexpr int const_robot = 1;

@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that are missing: scripts/setup.sh [checks]
+# With "checks" also what static analysis and fuzzing need.
+set -euo pipefail
+
+packages=(g++ cmake ninja-build pkg-config libasio-dev nlohmann-json3-dev libjsoncpp-dev libcli11-dev libgtest-dev
+  libbenchmark-dev)
+if [[ ${1:-} == checks ]]; then
+  packages+=(clang clang-format clang-tidy libclang-rt-14-dev shellcheck)
+fi
+
+missing=()
+for package in "${packages[@]}"; do
+  status=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) || true
+  [[ $status == installed ]] || missing+=("$package")
+done
+((${#missing[@]})) || exit 0
+
+as_root=()
+if ((EUID != 0)); then
+  if ! command -v sudo >/dev/null; then
+    echo "setup: needs root or sudo to install these packages: ${missing[*]}" >&2
+    exit 1
+  fi
+  as_root=(sudo)
+fi
+
+echo "setup: installing ${missing[*]}"
+"${as_root[@]}" apt-get update -q
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends "${missing[@]}"

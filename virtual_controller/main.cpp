@@ -1,0 +1,71 @@
+#include <csignal>
+#include <exception>
+#include <functional>
+#include <iostream>
+#include <system_error>
+
+#include <CLI/CLI.hpp>
+#include <asio/io_context.hpp>
+#include <asio/signal_set.hpp>
+
+#include "virtual_controller/virtual_controller.h"
+
+namespace {
+
+constexpr int emergencyStopCode = 1001;
+
+/// Serves until SIGINT or SIGTERM.
+void serve(const virtual_controller::Settings& settings) {
+  asio::io_context io;
+  asio::signal_set signals(io, SIGINT, SIGTERM, SIGUSR1);
+  virtual_controller::VirtualController controller(settings);
+  std::cout << "virtual controller: listening on " << controller.host() << ":" << controller.port() << ", "
+            << settings.robots << (settings.robots == 1 ? " robot" : " robots") << std::endl;
+
+  std::function<void()> awaitSignal = [&] {
+    signals.async_wait([&](std::error_code error, int signal) {
+      if (error || signal != SIGUSR1) return;
+      controller.raiseError(1, emergencyStopCode, "emergency stop pressed (demo)");
+      awaitSignal();
+    });
+  };
+  awaitSignal();
+  io.run();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  virtual_controller::Settings settings;
+  settings.port = 6001;
+  unsigned short filePort = 5000;
+  unsigned short servoPort = 7000;
+  int servoDelay = static_cast<int>(settings.servoDelay.count());
+  int statePeriod = 100;
+
+  CLI::App app(
+      "A robot controller that runs on this PC. SIGUSR1 presses the emergency stop of robot 1: a client sees "
+      "the error and can clear it.");
+  app.option_defaults()->always_capture_default();
+  app.add_option("--host", settings.host, "address to listen on");
+  app.add_option("--port", settings.port, "control port; 0: the system chooses");
+  app.add_option("--file-port", filePort, "reserved for file transfer; nothing listens on it yet");
+  app.add_option("--servo-port", servoPort, "second port with the same service; 0: the system chooses");
+  app.add_option("--robots", settings.robots, "number of robots")->check(CLI::Range(1, 4));
+  app.add_option("--servo-delay", servoDelay, "ms that a change of servo state takes")->check(CLI::Range(0, 60'000));
+  app.add_option("--state-period", statePeriod, "ms between two pushes of the robots' states; 0: never")
+      ->check(CLI::Range(0, 3'600'000));
+  app.add_flag("--verbose", settings.verbose, "print each request, reply and event");
+  CLI11_PARSE(app, argc, argv);
+
+  settings.servoPort = servoPort;
+  settings.servoDelay = std::chrono::milliseconds(servoDelay);
+  settings.statePeriod = std::chrono::milliseconds(statePeriod);
+  try {
+    serve(settings);
+  } catch (const std::exception& exception) {
+    std::cerr << "virtual controller: " << exception.what() << std::endl;
+    return 1;
+  }
+  return 0;
+}

@@ -1,0 +1,141 @@
+#include <cstddef>
+#include <string>
+#include <utility>
+
+#include "virtual_controller/operations.h"
+#include "virtual_controller/request.h"
+
+namespace virtual_controller {
+namespace {
+
+using OptionalReply = std::optional<Reply>;
+
+constexpr std::size_t maxSdoObjects = 10'000;
+
+/// A reply that carries a robot's number, and a value under each of the keys.
+Reply reply(Strategy code, int robot, const Keys& keys, const Json& value) {
+  Json message{{"robot", robot}};
+  for (const auto* key : keys) message[key] = value;
+  return {code, std::move(message)};
+}
+
+/// A query that reads a member of a robot's state.
+Operation query(std::string name, Strategy replyCode, int RobotState::*member, Keys keys) {
+  return {std::move(name), [=](Model& model, const Json& request) -> OptionalReply {
+            const auto& robot = model.robot(request);
+            return reply(replyCode, robot.number, keys, robot.state.*member);
+          }};
+}
+
+/// A command that sets a member of a robot's state, without a reply.
+Operation setting(std::string name, int RobotState::*member, Keys keys) {
+  return {std::move(name), [=](Model& model, const Json& request) -> OptionalReply {
+            model.robot(request).state.*member = integer(request, keys);
+            return std::nullopt;
+          }};
+}
+
+OptionalReply setServoState(Model& model, const Json& request) {
+  auto& robot = model.robot(request);
+  const auto target = integer(request, {"status", "state"});
+  const auto present = robot.state.servoState;
+  if (target != servoStop && target != servoReady) {
+    throw Refusal("servo state " + std::to_string(target) + " cannot be set");
+  }
+  if (present == servoError || present == servoRunning) {
+    throw Refusal("servo state cannot be set in servo state " + std::to_string(present));
+  }
+  model.moveServo(robot, target);
+  return reply(Strategy::ServoStateReply, robot.number, {"state", "status"}, present);
+}
+
+OptionalReply setServoStateOrParallel(Model& model, const Json& request) {
+  if (!request.contains("mode")) return setServoState(model, request);
+  model.controller.parallel = integer(request, {"mode"}) != 0;
+  return std::nullopt;
+}
+
+/// The enabling switch belongs to the whole controller: the request names no robot, and the host then waits for
+/// whichever robot it meant. So it acts on all of them, but for those with an error, which stay without power.
+OptionalReply setServoPower(Model& model, const Json& request) {
+  const auto deadman = integer(request, {"deadman"});
+  for (auto& robot : model.robots()) {
+    if (robot.state.servoState == servoError) continue;
+    robot.state.deadman = deadman != 0;
+    model.moveServo(robot, deadman != 0 ? servoRunning : servoReady);
+  }
+  return reply(Strategy::ServoPowerReply, model.controller.currentRobot, {"deadman"}, deadman);
+}
+
+OptionalReply clearError(Model& model, const Json& request) {
+  model.clearError(model.robot(request));
+  return std::nullopt;
+}
+
+OptionalReply getTeachboxStatus(Model& model, const Json& request) {
+  return reply(Strategy::TeachboxStatusReply, model.robot(request).number, {"connected"},
+               model.controller.teachboxConnected);
+}
+
+OptionalReply getControllerId(Model& model, const Json& request) {
+  return reply(Strategy::ControllerIdReply, model.robot(request).number, {"controllerID"}, model.controller.id);
+}
+
+OptionalReply setRobotSwitch(Model& model, const Json& request) {
+  model.controller.currentRobot = model.robot(request).number;
+  return std::nullopt;
+}
+
+OptionalReply getRobotSwitch(Model& model, const Json&) {
+  return reply(Strategy::RobotSwitchReply, model.controller.currentRobot, {}, {});
+}
+
+OptionalReply setAxisSdo(Model& model, const Json& request) {
+  auto& objects = model.controller.sdoObjects;
+  const ControllerState::SdoAddress address{integer(request, {"axisNum"}), integer<unsigned>(request, {"index"}),
+                                            integer<unsigned>(request, {"subindex"})};
+  const ControllerState::SdoObject object{integer(request, {"value"}), integer<unsigned>(request, {"size"})};
+  if (objects.size() == maxSdoObjects && objects.count(address) == 0) throw Refusal("no room for another SDO");
+  objects[address] = object;
+  return std::nullopt;
+}
+
+OptionalReply setCollisionPara(Model& model, const Json& request) {
+  model.robot(request).state.collision = {numbers(request, {"Co_De_para"}), numbers(request, {"Colli_Detec_jog"}),
+                                          number(request, {"pos_delay_time"}), number(request, {"error_enable_time"})};
+  return std::nullopt;
+}
+
+}  // namespace
+
+void addServoAndState(Operations& operations) {
+  const Keys coord{"coord", "coordinate"};
+  const Keys teachType{"teachType", "type"};
+  operations.insert({
+      {Strategy::SetServoState, {"set_servo_state", setServoStateOrParallel}},
+      {Strategy::GetServoState,
+       query("get_servo_state", Strategy::ServoStateReply, &RobotState::servoState, {"state", "status"})},
+      {Strategy::SetServoPower, {"set_servo_power", setServoPower}},
+      {Strategy::ClearError, {"clear_error", clearError}},
+      {Strategy::SetSpeed, setting("set_speed", &RobotState::speed, {"speed"})},
+      {Strategy::GetSpeed, query("get_speed", Strategy::SpeedReply, &RobotState::speed, {"speed"})},
+      {Strategy::SetCurrentCoord, setting("set_current_coord", &RobotState::coord, coord)},
+      {Strategy::GetCurrentCoord, query("get_current_coord", Strategy::CurrentCoordReply, &RobotState::coord, coord)},
+      {Strategy::SetCurrentMode, setting("set_current_mode", &RobotState::mode, {"mode"})},
+      {Strategy::GetCurrentMode, query("get_current_mode", Strategy::CurrentModeReply, &RobotState::mode, {"mode"})},
+      {Strategy::SetTeachType, setting("set_teach_type", &RobotState::teachType, teachType)},
+      {Strategy::GetTeachType, query("get_teach_type", Strategy::TeachTypeReply, &RobotState::teachType, teachType)},
+      {Strategy::GetRunningState,
+       query("get_robot_running_state", Strategy::RunningStateReply, &RobotState::runningState, {"status"})},
+      {Strategy::GetRobotType, query("get_robot_type", Strategy::RobotTypeReply, &RobotState::robotType, {"type"})},
+      {Strategy::GetTeachboxStatus, {"get_teachbox_connection_status", getTeachboxStatus}},
+      {Strategy::GetControllerId, {"get_controller_id", getControllerId}},
+      {Strategy::SetRobotSwitch, {"set_robot_switch", setRobotSwitch}},
+      {Strategy::GetRobotSwitch, {"get_robot_switch", getRobotSwitch}},
+      {Strategy::SetAxisSdo, {"set_axis_sdo", setAxisSdo}},
+      {Strategy::SetDragMode, setting("set_darg_mode", &RobotState::dragMode, {"mode"})},
+      {Strategy::SetCollisionPara, {"set_collision_para", setCollisionPara}},
+  });
+}
+
+}  // namespace virtual_controller

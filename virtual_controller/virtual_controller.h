@@ -1,0 +1,187 @@
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "kyt_host/communication/strategy.h"
+
+/// A robot controller that runs on this PC: it listens on TCP, keeps real state for each robot, and answers as a
+/// controller does. Tests use it in process and script what a healthy controller would never do; the executable
+/// `virtual_controller` serves people.
+namespace virtual_controller {
+
+struct Settings {
+  std::string host = "127.0.0.1";
+  unsigned short port = 0;                   ///< 0: the system chooses
+  std::optional<unsigned short> servoPort;   ///< a second port that carries the same frames, if set
+  int robots = 4;                            ///< 1..4
+  std::chrono::milliseconds servoDelay{30};  ///< how long a change of servo state takes
+  std::chrono::milliseconds statePeriod{0};  ///< the robots' states are pushed this often to every client; 0: never
+  bool verbose = false;                      ///< one line on standard output for each request, reply and event
+};
+
+/// Values of RobotState::servoState.
+enum ServoState : int { servoStop = 0, servoReady = 1, servoError = 2, servoRunning = 3 };
+
+struct CollisionParameters {
+  std::vector<double> run;     ///< one value per axis
+  std::vector<double> teach;   ///< one value per axis
+  double positionDelayTime{};  ///< ms
+  double errorEnableTime{};    ///< ms
+};
+
+struct ActiveError {
+  int code{};
+  std::string text;
+};
+
+/// What one robot is doing and how it is set. Units and codes are the wire's.
+struct RobotState {
+  int servoState = servoStop;
+  bool deadman = false;  ///< the enabling switch is held
+  int mode = 0;
+  int coord = 0;
+  int speed = 50;
+  int teachType = 0;
+  int runningState = 0;
+  int robotType = 1;
+  int dragMode = 0;
+  std::array<double, 7> position{};   ///< in coordinate system 0: joint angles in degrees
+  std::array<double, 7> cartesian{};  ///< in every other coordinate system
+  CollisionParameters collision;
+  std::optional<ActiveError> error;  ///< set while an error is active
+};
+
+/// What belongs to no single robot.
+struct ControllerState {
+  using SdoAddress = std::tuple<int, unsigned, unsigned>;  ///< axis, index, subindex
+  struct SdoObject {
+    int value{};
+    unsigned size{};
+  };
+
+  std::string id = "VC-0001";
+  bool teachboxConnected = false;
+  int currentRobot = 1;  ///< the robot switched to; requests that name no robot are meant for it
+  bool parallel = false;
+  std::map<SdoAddress, SdoObject> sdoObjects;
+};
+
+/// A request as it arrived.
+struct Received {
+  Strategy code{};
+  std::string text;          ///< the exact payload bytes
+  std::size_t connection{};  ///< connections are counted from 1 over the controller's life
+};
+
+/// What could not be answered, counted over the controller's life.
+struct Rejected {
+  std::size_t damaged = 0;    ///< CRC wrong: the frame was dropped
+  std::size_t notFrames = 0;  ///< no frame at that place in the stream: the connection was closed
+  std::size_t notJson = 0;    ///< the payload is no JSON object
+  std::size_t unknown = 0;    ///< no such operation
+  std::size_t refused = 0;    ///< answered with an error frame, such as for a robot that does not exist
+  std::size_t malformed = 0;  ///< a key is missing or holds the wrong type
+};
+
+/// Every function may be called from any thread, but not from inside an `edit`. Functions that take a robot number
+/// throw std::out_of_range for a robot that does not exist.
+///
+/// Payloads that the controller sends end in one extra byte, a line feed, because the host drops the last one.
+class VirtualController {
+ public:
+  /// Listens when it returns. Throws std::runtime_error when it cannot.
+  explicit VirtualController(Settings settings = {});
+  /// Closes all connections and ends the controller's thread, at once in any state.
+  ~VirtualController();
+  VirtualController(const VirtualController&) = delete;
+  VirtualController& operator=(const VirtualController&) = delete;
+
+  std::string host() const;
+  std::string port() const;       ///< as connect_robot takes it
+  std::string servoPort() const;  ///< empty without Settings::servoPort
+
+  /// Closes all connections and stops listening. The robots live on.
+  void stop();
+  /// Listens again on the same port.
+  void start();
+
+  // ---- state
+
+  RobotState robot(int number) const;
+  /// Lets `change` alter a robot's state. A new servo state cancels a transition that is under way.
+  void edit(int number, const std::function<void(RobotState&)>& change);
+  ControllerState controller() const;
+  void editController(const std::function<void(ControllerState&)>& change);
+
+  /// Puts the robot in the error state (servo state 2) until a client clears it, and pushes an error frame.
+  void raiseError(int robot, int code, const std::string& text);
+  /// Pushes a warning frame; changes nothing.
+  void raiseWarning(int robot, int code, const std::string& text);
+
+  // ---- scripted replies: they take the place of the robots, which do not see the request
+  // The replies and silences of one request code are used up in the order in which they were given.
+
+  /// The next `times` requests get `text` under `reply`.
+  void answer(Strategy request, Strategy reply, const std::string& text, int times = 1);
+  /// The next `times` requests get nothing; a negative number means all of them until `unsilence`.
+  void silence(Strategy request, int times = 1);
+  /// Takes back the silences of a request code.
+  void unsilence(Strategy request);
+  /// Takes back every scripted reply and every fault but stopped reading and refused connections.
+  void clearScript();
+  /// What was scripted and not used up, in words.
+  std::vector<std::string> unusedScript() const;
+
+  // ---- frames that nobody asked for, to every client
+
+  /// Throws std::length_error when `text` does not fit one frame (65,534 bytes).
+  void push(Strategy code, const std::string& text);
+  /// The bytes as they are.
+  void pushRaw(const std::string& bytes);
+
+  // ---- faults of the line, applied to every outgoing frame, pushed states included
+
+  /// The next `frames` frames carry a wrong CRC.
+  void corruptNext(int frames = 1);
+  /// Replies leave this much later, in order; pushed frames do not wait.
+  void delayReplies(std::chrono::milliseconds delay);
+  /// Everything is written byte by byte.
+  void splitFrames(bool enable);
+  /// The next `frames` frames are held back and then sent in one write.
+  void coalesceNext(int frames);
+  /// Nothing more is read from any client, so that a client that goes on sending gets stuck.
+  void stopReading(bool enable);
+  void dropConnections();   ///< closes them in order
+  void resetConnections();  ///< makes the clients see a reset
+  /// New connections are refused; those that stand go on.
+  void refuseConnections(bool enable);
+
+  // ---- what arrived
+
+  /// The intact requests so far: of those since `clearReceived` the last 100,000, or 64 MiB of text.
+  std::vector<Received> received() const;
+  std::vector<Received> received(Strategy code) const;
+  void clearReceived();
+  Rejected rejected() const;
+  /// True when at least `count` requests with this code have arrived since `clearReceived`.
+  bool waitForRequests(Strategy code, std::size_t count, std::chrono::milliseconds timeout) const;
+
+  std::size_t connections() const;
+  /// True when exactly `count` connections stand.
+  bool waitForConnections(std::size_t count, std::chrono::milliseconds timeout) const;
+
+ private:
+  class Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace virtual_controller
