@@ -15,19 +15,20 @@
 
 namespace {
 
-constexpr int rounds = 7;
+constexpr int rounds = 9;
 constexpr int queries = 40;  // few enough to be over before the backlog is
 constexpr int backlogFrames = 100;
 constexpr std::chrono::milliseconds slowness{2};
 
+SOCKETFD quietRobot = -1;  // without callbacks
 SOCKETFD robot = -1;
 std::atomic<int> slowFrames{0};
 std::vector<double> insideCallback;  // written by the callback only while the main thread waits for `calledBack`
 sem_t calledBack;
 
-void query() {
+void query(SOCKETFD asked) {
   int speed = 0;
-  require(get_speed(robot, speed) == SUCCESS && speed == Peer::speed, "get_speed");
+  require(get_speed(asked, speed) == SUCCESS && speed == Peer::speed, "get_speed");
 }
 
 void takeItsTime(int code, const char*) {
@@ -43,13 +44,15 @@ void queryInside(int, const char*, int) {
   sem_post(&calledBack);
 }
 
-Figures quietQueries() { return timeCalls(queries, query); }
+Figures quietQueries() {
+  return timeCalls(queries, [] { query(quietRobot); });
+}
 
 Figures queriesBehindBacklog() {
   slowFrames = 0;
   require(send_message(robot, Peer::burstRequest, "{}") == SUCCESS, "send_message");
   while (slowFrames == 0) std::this_thread::sleep_for(std::chrono::microseconds(100));
-  const Figures figures = timeCalls(queries, query);
+  const Figures figures = timeCalls(queries, [] { query(robot); });
   require(slowFrames < backlogFrames, "the backlog was gone before the queries were over");
   sem_wait(&calledBack);
   return figures;
@@ -67,17 +70,19 @@ Figures queriesInsideCallback() {
 
 void measure(const char* what, const std::string& burst, void (*install)(), Figures (*disturbed)(), Target target) {
   const Peer peer(-1, burst);
+  quietRobot = connect_robot("127.0.0.1", peer.port());
   robot = connect_robot("127.0.0.1", peer.port());
-  require(robot > 0, "connect_robot");
+  require(quietRobot > 0 && robot > 0, "connect_robot");
   install();
   const std::vector<Figures> medians = interleave(rounds, {disturbed, quietQueries});
   disconnect_robot(robot);
+  disconnect_robot(quietRobot);
   printTimes(what, medians[0][0], medians[1][0], "us", target);
 }
 
 }  // namespace
 
-// What user callbacks do to queries; the reference is the library itself, undisturbed, over the same connection.
+// What user callbacks do to queries; the reference is the library itself over a connection without callbacks.
 void benchmarkCallbacks() {
   pinTo(usableCpus().front());
   sem_init(&calledBack, 0, 0);

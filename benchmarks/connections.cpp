@@ -84,8 +84,8 @@ void benchmarkConnections() {
   const double descriptors = perConnection(countEntries("/proc/self/fd"), descriptorsBefore);
   const double resident = perConnection(statusValue("/proc/self/status", "VmRSS"), residentBefore);
 
-  printFigure("1000 connections from a limit of 1024: live and answering", static_cast<double>(answered), noReference,
-              "", atLeast(connections));
+  printFigure("1000 connections at a limit of 1024: live, answering", static_cast<double>(answered), noReference, "",
+              atLeast(connections));
   printFigure("1000 connections: connect and one query, each", took / live, noReference, "us", noTarget);
   printFigure("1000 connections: threads each", threads, noReference, "", noTarget);
   printFigure("1000 connections: descriptors each", descriptors, noReference, "", noTarget);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -26,14 +27,14 @@ inline const Json& value(const Json& request, const Keys& keys) {
 template <class Integer = int>
 Integer integer(const Json& request, const Keys& keys) {
   using Limits = std::numeric_limits<Integer>;
-  static_assert(sizeof(Integer) < sizeof(long long));
-  if (const auto& found = value(request, keys); found.is_number_integer()) {
-    const auto number = found.get<long long>();  // an unsigned value beyond its range comes out negative
-    if (number >= Limits::min() && number <= Limits::max() && (number >= 0) == (found >= 0)) {
-      return static_cast<Integer>(number);
-    }
-  }
-  throw std::invalid_argument(std::string(keys.front()) + " is no integer in range");
+  static_assert(sizeof(Integer) < sizeof(std::int64_t));
+  const auto& found = value(request, keys);
+  // the parser makes everything from 0 up unsigned
+  const auto fits = found.is_number_unsigned()
+                        ? found.get<std::uint64_t>() <= static_cast<std::uint64_t>(Limits::max())
+                        : found.is_number_integer() && found.get<std::int64_t>() >= std::int64_t{Limits::min()};
+  if (!fits) throw std::invalid_argument(std::string(keys.front()) + " is no integer in range");
+  return found.get<Integer>();
 }
 
 inline double number(const Json& request, const Keys& keys) { return value(request, keys).get<double>(); }

@@ -4,13 +4,15 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include <linux/tcp.h>
 
 #include "kyt_host/communication/wire_frame.h"
 
@@ -31,6 +33,8 @@ class FrameClient {
   explicit FrameClient(const std::string& port) : socket_(::socket(AF_INET, SOCK_STREAM, 0)) {
     const timeval patience{10, 0};
     setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    const int noDelay = 1;
+    setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &noDelay, sizeof noDelay);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<uint16_t>(std::stoi(port)));
@@ -68,8 +72,10 @@ class FrameClient {
     return receive();
   }
 
-  /// Everything that one read gives; empty at the connection's end, whose cause is left in errno (0: in order).
+  /// What is left of earlier reads, or else what the next one gives; empty at the connection's end, whose cause is left
+  /// in errno (0: in order).
   std::string receiveSome() {
+    if (!received_.empty()) return std::exchange(received_, {});
     std::string bytes(65536, '\0');
     errno = 0;
     const auto size = ::recv(socket_, bytes.data(), bytes.size(), 0);
@@ -87,13 +93,14 @@ class FrameClient {
 
  private:
   std::optional<std::string> take(std::size_t size) {
-    while (received_.size() < size) {
+    std::string bytes;
+    while (bytes.size() < size) {
       const auto more = receiveSome();
       if (more.empty()) return std::nullopt;
-      received_ += more;
+      bytes += more;
     }
-    const auto bytes = received_.substr(0, size);
-    received_.erase(0, size);
+    received_ = bytes.substr(size);
+    bytes.resize(size);
     return bytes;
   }
 

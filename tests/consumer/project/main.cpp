@@ -1,6 +1,6 @@
-#include <kyt_host/kyt_host.h>
-
 #include <iostream>
+
+#include <kyt_host/kyt_host.h>
 
 int main() {
   const SOCKETFD socketFd = connect_robot("127.0.0.1", "0");  // where nobody can listen

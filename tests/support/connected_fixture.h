@@ -1,0 +1,33 @@
+#pragma once
+
+#include <chrono>
+
+#include "kyt_host/kyt_host.h"
+#include "tests/support/controller_fixture.h"
+
+/// A virtual controller with a connection to it.
+class ConnectedTest : public ControllerTest {
+ protected:
+  explicit ConnectedTest(virtual_controller::Settings settings = {}) : ControllerTest(std::move(settings)) {}
+
+  void SetUp() override {
+    ASSERT_GT(robot, 0);
+    ASSERT_TRUE(controller.waitForConnections(1, std::chrono::seconds(5)));  // what is pushed has somebody to reach
+  }
+
+  void TearDown() override {
+    disconnect_robot(robot);
+    ControllerTest::TearDown();
+  }
+
+  /// The exact text of the only request of this code since the last call; waits until it has arrived.
+  std::string sent(Strategy code) {
+    EXPECT_TRUE(controller.waitForRequests(code, 1, std::chrono::seconds(5)));
+    const auto requests = controller.received(code);
+    EXPECT_EQ(requests.size(), 1U);
+    controller.clearReceived();
+    return requests.empty() ? std::string() : requests.back().text;
+  }
+
+  const SOCKETFD robot = connect_robot(controller.host(), controller.port());
+};
