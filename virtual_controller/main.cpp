@@ -33,9 +33,8 @@ void serve(const virtual_controller::Settings& settings) {
   io.run();
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+/// What the command line asks for; returns the exit code.
+int run(int argc, char** argv) {
   virtual_controller::Settings settings;
   settings.port = 6001;
   unsigned short filePort = 5000;
@@ -52,8 +51,11 @@ int main(int argc, char** argv) {
   app.add_option("--file-port", filePort, "reserved for file transfer; nothing listens on it yet");
   app.add_option("--servo-port", servoPort, "second port with the same service; 0: the system chooses");
   app.add_option("--robots", settings.robots, "number of robots")->check(CLI::Range(1, 4));
-  app.add_option("--servo-delay", servoDelay, "ms that a change of servo state takes")->check(CLI::Range(0, 60'000));
+  app.add_option("--servo-delay", servoDelay, "ms that a change of servo state takes")
+      ->type_name("MS")
+      ->check(CLI::Range(0, 60'000));
   app.add_option("--state-period", statePeriod, "ms between two pushes of the robots' states; 0: never")
+      ->type_name("MS")
       ->check(CLI::Range(0, 3'600'000));
   app.add_flag("--verbose", settings.verbose, "print each request, reply and event");
   CLI11_PARSE(app, argc, argv);
@@ -61,11 +63,17 @@ int main(int argc, char** argv) {
   settings.servoPort = servoPort;
   settings.servoDelay = std::chrono::milliseconds(servoDelay);
   settings.statePeriod = std::chrono::milliseconds(statePeriod);
+  serve(settings);
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
   try {
-    serve(settings);
+    return run(argc, argv);
   } catch (const std::exception& exception) {
     std::cerr << "virtual controller: " << exception.what() << std::endl;
     return 1;
   }
-  return 0;
 }

@@ -20,7 +20,7 @@ Reply reply(Strategy code, int robot, const Keys& keys, const Json& value) {
 }
 
 /// A query that reads a member of a robot's state.
-Operation query(std::string name, Strategy replyCode, int RobotState::*member, Keys keys) {
+Operation query(std::string name, Strategy replyCode, int RobotState::*member, const Keys& keys) {
   return {std::move(name), [=](Model& model, const Json& request) -> OptionalReply {
             const auto& robot = model.robot(request);
             return reply(replyCode, robot.number, keys, robot.state.*member);
@@ -28,7 +28,7 @@ Operation query(std::string name, Strategy replyCode, int RobotState::*member, K
 }
 
 /// A command that sets a member of a robot's state, without a reply.
-Operation setting(std::string name, int RobotState::*member, Keys keys) {
+Operation setting(std::string name, int RobotState::*member, const Keys& keys) {
   return {std::move(name), [=](Model& model, const Json& request) -> OptionalReply {
             model.robot(request).state.*member = integer(request, keys);
             return std::nullopt;

@@ -1,6 +1,5 @@
 #include "virtual_controller/session.h"
 
-#include <algorithm>
 #include <system_error>
 #include <utility>
 

@@ -28,8 +28,11 @@ struct Settings {
   bool verbose = false;                      ///< one line on standard output for each request, reply and event
 };
 
-/// Values of RobotState::servoState.
-enum ServoState : int { servoStop = 0, servoReady = 1, servoError = 2, servoRunning = 3 };
+// values of RobotState::servoState
+inline constexpr int servoStop = 0;
+inline constexpr int servoReady = 1;
+inline constexpr int servoError = 2;
+inline constexpr int servoRunning = 3;
 
 struct CollisionParameters {
   std::vector<double> run;     ///< one value per axis
