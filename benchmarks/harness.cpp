@@ -34,13 +34,13 @@ std::string format(double value, const char* unit) {
 
 bool meets(double value, Target target) {
   switch (target.sense) {
-    case Target::Sense::none:
+    case Target::Sense::None:
       return true;
-    case Target::Sense::atMost:
+    case Target::Sense::AtMost:
       return value <= target.bound;
-    case Target::Sense::below:
+    case Target::Sense::Below:
       return value < target.bound;
-    case Target::Sense::atLeast:
+    case Target::Sense::AtLeast:
       return value >= target.bound;
   }
   return false;
@@ -49,15 +49,15 @@ bool meets(double value, Target target) {
 std::string format(Target target) {
   char text[64];
   switch (target.sense) {
-    case Target::Sense::none:
+    case Target::Sense::None:
       return {};
-    case Target::Sense::atMost:
+    case Target::Sense::AtMost:
       std::snprintf(text, sizeof text, "<= %g", target.bound);
       break;
-    case Target::Sense::below:
+    case Target::Sense::Below:
       std::snprintf(text, sizeof text, "< %g", target.bound);
       break;
-    case Target::Sense::atLeast:
+    case Target::Sense::AtLeast:
       std::snprintf(text, sizeof text, ">= %g", target.bound);
       break;
   }
@@ -70,7 +70,7 @@ void judge(const std::string& what, double library, double reference, const char
   if (!met) ++missed;
   char ratioText[32] = "";
   if (!std::isnan(ratio)) std::snprintf(ratioText, sizeof ratioText, "%.2f", ratio);
-  const char* verdict = target.sense == Target::Sense::none ? "" : met ? "ok" : "MISSED";
+  const char* verdict = target.sense == Target::Sense::None ? "" : met ? "ok" : "MISSED";
   printRow(what.c_str(), format(library, unit).c_str(), format(reference, unit).c_str(), ratioText,
            format(target).c_str(), verdict);
 }

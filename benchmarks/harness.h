@@ -34,14 +34,14 @@ void require(bool condition, const char* what);
 
 /// What a row is held against.
 struct Target {
-  enum class Sense { none, atMost, below, atLeast } sense;
+  enum class Sense { None, AtMost, Below, AtLeast } sense;
   double bound;
 };
 
-inline Target atMost(double bound) { return {Target::Sense::atMost, bound}; }
-inline Target below(double bound) { return {Target::Sense::below, bound}; }
-inline Target atLeast(double bound) { return {Target::Sense::atLeast, bound}; }
-inline constexpr Target noTarget{Target::Sense::none, 0};
+inline Target atMost(double bound) { return {Target::Sense::AtMost, bound}; }
+inline Target below(double bound) { return {Target::Sense::Below, bound}; }
+inline Target atLeast(double bound) { return {Target::Sense::AtLeast, bound}; }
+inline constexpr Target noTarget{Target::Sense::None, 0};
 inline constexpr double noReference = std::numeric_limits<double>::quiet_NaN();
 
 /// Prints a row whose target is for the ratio of library to reference: a share of its time.

@@ -71,7 +71,7 @@ bool known(const std::string& name) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   const std::vector<std::string> names(argv + 1, argv + argc);
   if (!std::all_of(names.begin(), names.end(), known)) {
     std::fprintf(stderr, "usage: %s [topic ...]\ntopics:", argv[0]);
@@ -92,6 +92,9 @@ int main(int argc, char** argv) {
     else
       missed += result;
   }
-  std::printf("\n%s\n", missed == 0 ? "All targets met." : (std::to_string(missed) + " targets MISSED.").c_str());
+  std::printf("\ntargets missed: %d\n", missed);
   return complete ? 0 : 1;
+} catch (const std::exception& failure) {
+  std::fprintf(stderr, "%s\n", failure.what());
+  return 1;
 }
