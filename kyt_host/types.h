@@ -14,5 +14,14 @@ enum StatusCode : int {
   TIMEOUT = -6,                ///< reserved for operations that tell a time-out from a missing reply
 };
 
+/// Type of a position.
+enum class PosType : int { data = 0, PType = 1, E_TYPE = 2, RP_TYPE = 3, AP_TYPE = 4, GPType = 5, GEType = 6 };
+
+/// How a condition compares.
+enum Comparison : int { EQUAL_TO = 1, LESS = 2, GREATER = 3, LESS_EQUAL = 4, GREATER_EQUAL = 5, NOT_EQUAL_TO = 6 };
+
+/// Run mode of a servo.
+enum class RunType : int { PP = 0, CSP = 1, PV = 2, CSV = 3, PT = 4 };
+
 /// The robot that the plain forms (those without `_robot`) address.
 inline constexpr int const_robot = 1;

@@ -1,10 +1,9 @@
 #include "kyt_host/communication/asio_tcp_backend.h"
 
-#include <asio/error.hpp>
-
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <csignal>
 #include <cstring>
 #include <functional>
 #include <iostream>
@@ -13,10 +12,11 @@
 #include <system_error>
 #include <thread>
 
-#include <csignal>
+#include <asio/error.hpp>
 
 #include "kyt_host/communication/detail/callback_queue.h"
 #include "kyt_host/communication/detail/frame_buffer.h"
+#include "kyt_host/communication/detail/frame_filer.h"
 #include "kyt_host/communication/detail/stop_signal.h"
 #include "kyt_host/communication/detail/tcp_link.h"
 #include "kyt_host/communication/message_manager.h"
@@ -30,16 +30,6 @@ constexpr std::string_view filePort = "5000";
 
 // One call, so that lines of several threads do not mix.
 void printLine(std::ostream& stream, const std::string& line) { stream << line + "\n" << std::flush; }
-
-// Whether the text contains "reqId", quotes included. The q is rare in what controllers send, so it is looked for.
-bool carriesRequestId(std::string_view text) {
-  constexpr std::string_view key = "\"reqId\"";
-  constexpr std::size_t before = 3;
-  for (std::size_t at = text.find('q', before); at != std::string_view::npos; at = text.find('q', at + 1)) {
-    if (text.compare(at - before, key.size(), key) == 0) return true;
-  }
-  return false;
-}
 
 // Threads started while this stands leave all signals to the application's own threads.
 class SignalsBlocked {
@@ -95,7 +85,8 @@ class Session {
     std::unique_lock lock(mutex_);
     const bool allEnded = threadEnded_.wait_for(lock, closeTimeLimit, [&] { return running_ <= left; });
     lock.unlock();
-    if (!allEnded) printLine(std::cerr, "A callback or name look-up still runs; its connection is closed without waiting for it.");
+    if (!allEnded)
+      printLine(std::cerr, "A callback or name look-up still runs; its connection is closed without waiting for it.");
     for (std::thread& thread : threads_) {
       if (allEnded && !isThisThread(thread)) {
         thread.join();
@@ -123,7 +114,7 @@ class Session {
 
 class AsioTCPBackend::Connection : public std::enable_shared_from_this<Connection> {
  public:
-  using ReceiveCallback = void (*)(int code, const char* text);
+  using ReceiveCallback = FrameFiler::ReceiveCallback;
   using ReconnectCallback = void (*)();
 
   Connection(BackendBase& owner, std::string address, std::string portText)
@@ -145,7 +136,6 @@ class AsioTCPBackend::Connection : public std::enable_shared_from_this<Connectio
  private:
   void read(Session& session);
   void receive(Session& session, FrameBuffer& buffer);
-  void take(const Frame& frame, Session& session);
   bool restore(Session& session);
   void endWaits();
   void callBack(const CallbackQueue::Event& event, const char* text);
@@ -258,32 +248,18 @@ void AsioTCPBackend::Connection::read(Session& session) try {
 
 // Takes frames until the connection breaks or is closed: one read for all that has arrived.
 void AsioTCPBackend::Connection::receive(Session& session, FrameBuffer& buffer) {
+  FrameFiler filer(owner_, store, session.callbacks, receiveCallback);
   for (;;) {
     std::error_code error;
     const std::size_t count = link_.read(buffer.space(), buffer.spaceLeft(), error);
     if (error) return;
     buffer.filled(count);
-    for (Frame frame; buffer.next(frame);) {
-      if (session.signal.stopped()) return;
-      if (frame.intact()) take(frame, session);
+    filer.beginRead(buffer.waiting());
+    for (Frame frame; !session.signal.stopped() && buffer.next(frame);) {
+      if (frame.intact()) filer.take(frame);
     }
-    session.callbacks.publish();
+    filer.finishRead();
   }
-}
-
-void AsioTCPBackend::Connection::take(const Frame& frame, Session& session) try {
-  const std::string_view text = frame.text();
-  bool handlerWantsIt = false;
-  if (carriesRequestId(text)) {
-    owner_.onMessageReceived(static_cast<Strategy>(frame.command), std::string(text));
-  } else if (MessageBaseStrategy* const handler = store.findOrAddReceived(static_cast<Strategy>(frame.command))) {
-    handlerWantsIt = handler->store(text);
-  }
-  const bool receiverWantsIt = receiveCallback.load() != nullptr;
-  if (handlerWantsIt || receiverWantsIt)
-    session.callbacks.add({frame.command, handlerWantsIt, receiverWantsIt, false}, text);
-} catch (const std::exception& exception) {
-  printLine(std::cerr, std::string("Error taking in a message: ") + exception.what());
 }
 
 // Restores a broken connection, however long that takes. False when it is not to be, or closed meanwhile.
@@ -348,7 +324,9 @@ std::string AsioTCPBackend::GetIp() const { return connection_->ip; }
 
 std::string AsioTCPBackend::GetPort() const { return connection_->port; }
 
-bool AsioTCPBackend::sendData(unsigned int code, const std::string& payload) { return connection_->send(code, payload); }
+bool AsioTCPBackend::sendData(unsigned int code, const std::string& payload) {
+  return connection_->send(code, payload);
+}
 
 MessageBaseStrategy* AsioTCPBackend::waitingMessage(unsigned int code, int timeoutMs) {
   MessageBaseStrategy* const handler = connection_->store.findOrAdd(static_cast<Strategy>(code));
@@ -360,7 +338,9 @@ MessageBaseStrategy* AsioTCPBackend::getMessageByStrategy(unsigned int code) {
   return connection_->store.find(static_cast<Strategy>(code));
 }
 
-void AsioTCPBackend::setCallbackWhenRecv(void (*callback)(int, const char*)) { connection_->receiveCallback = callback; }
+void AsioTCPBackend::setCallbackWhenRecv(void (*callback)(int, const char*)) {
+  connection_->receiveCallback = callback;
+}
 
 MessageBaseStrategy* AsioTCPBackend::exchange(unsigned int requestCode, const std::string& payload,
                                               unsigned int replyCode, int timeoutMs, std::string& text) {

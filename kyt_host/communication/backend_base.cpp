@@ -13,9 +13,9 @@ MessageBaseStrategy* BackendBase::exchange(unsigned int requestCode, const std::
   return reply;
 }
 
-void BackendBase::onMessageReceived(Strategy /*code*/, const std::string& payload) {
+void BackendBase::onMessageReceived(Strategy /*code*/, const std::string& payload) try {
   Json::Value root;
-  if (!parseJson(payload, root) || !root.isObject() || !root.isMember("reqId") || !root["reqId"].isUInt64()) return;
+  if (!parseJson(payload, root) || !root.isObject() || !root["reqId"].isUInt64()) return;
 
   std::promise<std::string> reply;
   {
@@ -26,4 +26,6 @@ void BackendBase::onMessageReceived(Strategy /*code*/, const std::string& payloa
     pendingRequests_.erase(pending);
   }
   reply.set_value(payload);
+} catch (const std::exception&) {
+  // Nested beyond the reader's limit: nobody's reply.
 }

@@ -6,10 +6,11 @@ MessageBaseStrategy::MessageBaseStrategy() = default;
 MessageBaseStrategy::~MessageBaseStrategy() = default;
 
 void MessageBaseStrategy::processingData(const std::string& data) {
-  if (store(data)) callBack(data.c_str());
+  store(data);
+  callBack(data.c_str());
 }
 
-bool MessageBaseStrategy::store(std::string_view data) {
+void MessageBaseStrategy::store(std::string_view data) {
   bool somebodyWaits = false;
   {
     const std::lock_guard lock(mutex_);
@@ -19,7 +20,6 @@ bool MessageBaseStrategy::store(std::string_view data) {
     somebodyWaits = waiters_ > 0;
   }
   if (somebodyWaits) arrived_.notify_one();  // without the mutex, so that whoever wakes need not wait for it
-  return false;
 }
 
 void MessageBaseStrategy::callBack(const char* /*data*/) {}

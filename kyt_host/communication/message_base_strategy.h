@@ -24,11 +24,13 @@ class KYT_HOST_API MessageBaseStrategy {
   /// callback where it has one. (A connection does the two halves itself, on a thread each: see `store`, `callBack`.)
   virtual void processingData(const std::string& data);
 
-  /// The first half of `processingData`, all but the callback.
-  /// @return whether the handler has a callback that wants this text
-  virtual bool store(std::string_view data);
+  /// The first half of `processingData`: all but the callback.
+  virtual void store(std::string_view data);
 
-  /// The second half: calls the handler's own callback, if one is installed.
+  /// Whether the handler has a callback of its own that is installed.
+  virtual bool wantsCallBack() const { return false; }
+
+  /// The second half: calls that callback.
   virtual void callBack(const char* data);
 
   /// The last text stored, and whether no wait has consumed it yet.

@@ -13,16 +13,9 @@ void collectTexts(const Json::Value& value, std::vector<std::string>& texts) {
 
 }  // namespace
 
-bool RecvRobotState::store(std::string_view data) {
-  MessageBaseStrategy::store(data);
-  return callback_.load() != nullptr;
-}
-
 void RecvRobotState::callBack(const char* data) {
   if (const Callback callback = callback_) callback(data);
 }
-
-bool ReceiveSystemMessage::store(std::string_view /*data*/) { return callback_.load() != nullptr; }
 
 void ReceiveSystemMessage::callBack(const char* data) {
   const Callback callback = callback_;

@@ -19,7 +19,7 @@ class KYT_HOST_API RecvRobotState : public MessageBaseStrategy {
   /// Installs the callback; null switches it off.
   void setCallback(Callback callback) { callback_ = callback; }
 
-  bool store(std::string_view data) override;
+  bool wantsCallBack() const override { return callback_.load() != nullptr; }
   void callBack(const char* data) override;
 
  private:
@@ -35,7 +35,8 @@ class KYT_HOST_API ReceiveSystemMessage : public MessageBaseStrategy {
   /// Installs the callback; null switches it off.
   void setCallback(Callback callback) { callback_ = callback; }
 
-  bool store(std::string_view data) override;
+  void store(std::string_view /*data*/) override {}
+  bool wantsCallBack() const override { return callback_.load() != nullptr; }
 
   /// Calls the callback with the members "kind", "data" and "code"; a text that lacks one of them is ignored.
   void callBack(const char* data) override;

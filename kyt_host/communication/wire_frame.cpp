@@ -34,5 +34,8 @@ int verifyReceiveMessage(const std::vector<char>& header, const std::vector<char
   if (header.size() < frameHeaderSize || body.size() < std::size_t{length} + frameCrcSize) return -1;
   std::string bytes(header.begin(), header.end());
   bytes.append(body.begin(), body.end());
-  return Frame{0, bytes.data(), length}.intact() ? 0 : -1;
+  Frame frame;
+  frame.header = bytes.data();
+  frame.length = length;
+  return frame.intact() ? 0 : -1;
 }

@@ -50,9 +50,9 @@ int set_servo_state_robot(SOCKETFD socketFd, int robotNum, int state) {
   get_servo_state_robot(socketFd, robotNum, current);
   if (current == servoAlarm || current == servoRunning || current == state) return OPERATION_NOT_ALLOWED;
 
-  const int result = query(socketFd, Strategy::SetServoState,
-                           compact({{"robot", robotNum}, {"status", state}, {"state", state}}),
-                           reply<RecvServoStatus>(Strategy::ServoStateReply));
+  const int result =
+      query(socketFd, Strategy::SetServoState, compact({{"robot", robotNum}, {"status", state}, {"state", state}}),
+            reply<RecvServoStatus>(Strategy::ServoStateReply));
   return result == SUCCESS ? check_servo_state(socketFd, robotNum, state) : result;
 }
 
@@ -70,9 +70,7 @@ int set_servo_poweron_robot(SOCKETFD socketFd, int robotNum) {
   return setServoPower(socketFd, robotNum, 1, servoRunning);
 }
 
-int set_servo_poweroff_robot(SOCKETFD socketFd, int robotNum) {
-  return setServoPower(socketFd, robotNum, 0, servoOff);
-}
+int set_servo_poweroff_robot(SOCKETFD socketFd, int robotNum) { return setServoPower(socketFd, robotNum, 0, servoOff); }
 
 int clear_error_robot(SOCKETFD socketFd, int robotNum) {
   int state = servoNotRead;

@@ -18,7 +18,9 @@
 
 /// Reads the servo state: 1 after power off, 3 (running) after power on; in 2 and 3 it cannot be changed directly.
 KYT_HOST_API int get_servo_state_robot(SOCKETFD socketFd, int robotNum, int& state);
-inline int get_servo_state(SOCKETFD socketFd, int& state) { return get_servo_state_robot(socketFd, const_robot, state); }
+inline int get_servo_state(SOCKETFD socketFd, int& state) {
+  return get_servo_state_robot(socketFd, const_robot, state);
+}
 
 /// Sets the servo state, and waits until the robot has reached it.
 /// @return 0 reached; -4 refused, because the state is 2 or 3 now, or is `state` already (nothing sent); -1 no reply,

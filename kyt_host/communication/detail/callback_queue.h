@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string_view>
 #include <vector>
@@ -24,7 +25,7 @@ class CallbackQueue {
 
   struct Event {
     std::uint32_t code = 0;
-    bool forHandler = false;  ///< the handler's own callback wants it
+    bool forHandler = false;   ///< the handler's own callback wants it
     bool forReceiver = false;  ///< the receive callback wants it
     bool reconnected = false;  ///< not a frame: the connection has been restored
   };
@@ -53,8 +54,31 @@ class CallbackQueue {
   };
 
  private:
-  using Batch = std::vector<char>;
+  /// A row of bytes to append to, which are not set to zero first.
+  class Batch {
+   public:
+    const char* begin() const { return bytes_.get(); }
+    const char* end() const { return bytes_.get() + size_; }
+    std::size_t size() const { return size_; }
+    std::size_t capacity() const { return capacity_; }
+    void clear() { size_ = 0; }
 
+    /// Room for `count` bytes more, for the caller to write.
+    char* extend(std::size_t count) {
+      if (capacity_ - size_ < count) grow(size_ + count);
+      size_ += count;
+      return bytes_.get() + size_ - count;
+    }
+
+   private:
+    void grow(std::size_t leastCapacity);
+
+    std::unique_ptr<char[]> bytes_;
+    std::size_t size_ = 0;
+    std::size_t capacity_ = 0;
+  };
+
+  bool handOver();
   void deliverBatch(const Batch& batch, const Deliver& deliver);
   std::size_t currentBound() const { return callbackWaits_ ? boundWhileCallbackWaits : bound; }
 
@@ -62,11 +86,12 @@ class CallbackQueue {
 
   std::mutex mutex_;
   std::condition_variable published_;
-  std::condition_variable delivered_;  // also: the bound has changed
+  std::condition_variable room_;
   std::deque<Batch> batches_;
-  Batch spare_;  // the memory of a batch that has been delivered
+  std::vector<Batch> spares_;  // the memory of batches that have been delivered
   std::size_t waitingBytes_ = 0;
-  bool idle_ = false;  // the delivering thread sleeps
+  bool idle_ = false;         // the delivering thread sleeps
+  bool readerWaits_ = false;  // for room
   bool callbackWaits_ = false;
   std::atomic<bool> stopped_{false};  // set with the mutex held
 

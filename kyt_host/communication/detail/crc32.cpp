@@ -48,8 +48,10 @@ std::uint32_t fold(std::uint32_t word, std::size_t zeros) {
 std::uint32_t crc32(const char* data, std::size_t size) {
   std::uint32_t crc = 0xFFFFFFFF;
   for (; size >= stride; data += stride, size -= stride) {
-    crc = fold(littleEndian(data) ^ crc, 12) ^ fold(littleEndian(data + 4), 8) ^ fold(littleEndian(data + 8), 4) ^
-          fold(littleEndian(data + 12), 0);
+    std::uint32_t rest =
+        fold(littleEndian(data + 4), 8) ^ fold(littleEndian(data + 8), 4) ^ fold(littleEndian(data + 12), 0);
+    asm("" : "+r"(rest));  // worked out beside the last step, which the compiler would otherwise mix it into
+    crc = fold(littleEndian(data) ^ crc, 12) ^ rest;
   }
   for (; size >= 4; data += 4, size -= 4) crc = fold(littleEndian(data) ^ crc, 0);
   for (; size > 0; ++data, --size) crc = (crc >> 8) ^ table[0][(crc ^ static_cast<unsigned char>(*data)) & 0xFF];

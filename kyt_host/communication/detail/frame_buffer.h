@@ -5,17 +5,31 @@
 #include <string_view>
 #include <vector>
 
-/// One whole frame inside a FrameBuffer; valid until the buffer is written to again.
+#include "kyt_host/communication/detail/byte_order.h"
+#include "kyt_host/communication/detail/crc32.h"
+#include "kyt_host/communication/wire_frame.h"
+
+/// One whole frame inside a FrameBuffer; valid until room is made there for more.
 struct Frame {
   unsigned int command = 0;
   const char* header = nullptr;  ///< the 6 header bytes, then the payload, then the CRC
   std::size_t length = 0;        ///< N, the payload length that the header tells
 
   /// Whether the CRC matches, with a line on standard output when it does not.
-  bool intact() const;
+  bool intact() const {
+    if (length == 0) return true;  // a frame without payload is accepted as it is
+    const std::uint32_t computed = crc32(header + 2, frameHeaderSize - 2 + length);
+    return computed == receivedCrc() || reportDamage(computed);
+  }
 
   /// The text that the payload carries: all of it but the last byte, which the controller adds.
-  std::string_view text() const;
+  std::string_view text() const {
+    return length == 0 ? std::string_view() : std::string_view(header + frameHeaderSize, length - 1);
+  }
+
+ private:
+  std::uint32_t receivedCrc() const { return loadBigEndian32(header + frameHeaderSize + length); }
+  bool reportDamage(std::uint32_t computed) const;
 };
 
 /// Turns a byte stream, in whatever pieces it arrives, into whole frames. Knows nothing of sockets.
@@ -26,20 +40,36 @@ class FrameBuffer {
 
   FrameBuffer();
 
-  char* space() { return bytes_.data() + end_; }
-  std::size_t spaceLeft() const { return bytes_.size() - end_; }
+  /// Where the next bytes go: room for the rest of a frame that has begun, at least.
+  char* space();
+  std::size_t spaceLeft();
 
   /// `count` bytes have been written to space().
   void filled(std::size_t count);
 
-  /// Cuts the next whole frame off; false when there is none, and then space() has room again.
-  bool next(Frame& frame);
+  /// What has been written and belongs to no frame that was cut off.
+  std::string_view waiting() const { return {bytes_.data() + begin_, end_ - begin_}; }
+
+  /// Cuts the next whole frame off; false when there is none.
+  bool next(Frame& frame) {
+    const std::size_t frameSize = nextFrameSize();
+    if (end_ - begin_ < frameSize) return false;
+    const char* const header = bytes_.data() + begin_;
+    frame = {loadBigEndian16(header + 4), header, frameSize - frameHeaderSize - frameCrcSize};
+    begin_ += frameSize;
+    return true;
+  }
 
   /// Forgets the bytes of a connection that is gone.
   void clear() { begin_ = end_ = 0; }
 
  private:
-  void makeRoom(std::size_t frameSize);
+  // The size of the frame that has begun; the smallest one as long as its length is not there yet.
+  std::size_t nextFrameSize() const {
+    constexpr std::size_t emptyFrame = frameHeaderSize + frameCrcSize;
+    return end_ - begin_ < frameHeaderSize ? emptyFrame : emptyFrame + loadBigEndian16(bytes_.data() + begin_ + 2);
+  }
+  void makeRoom();
 
   std::vector<char> bytes_;
   std::size_t begin_ = 0;  // first byte that belongs to no frame yet

@@ -1,9 +1,9 @@
 #include "kyt_host/communication/detail/json_text.h"
 
+#include <memory>
+
 #include <json/reader.h>
 #include <json/writer.h>
-
-#include <memory>
 
 namespace {
 

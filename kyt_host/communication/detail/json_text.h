@@ -1,9 +1,9 @@
 #pragma once
 
-#include <json/value.h>
-
 #include <string>
 #include <string_view>
+
+#include <json/value.h>
 
 /// Parses a JSON text (comments allowed), the one way in which texts from the controller are read.
 /// @return false when the text is not JSON; throws when it nests deeper than the reader's limit

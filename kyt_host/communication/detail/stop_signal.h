@@ -1,11 +1,11 @@
 #pragma once
 
-#include <asio/io_context.hpp>
-
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+
+#include <asio/io_context.hpp>
 
 /// Ends, once and for good, whatever one session of a connection is waiting for.
 class StopSignal {

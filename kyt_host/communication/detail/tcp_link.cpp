@@ -1,13 +1,13 @@
 #include "kyt_host/communication/detail/tcp_link.h"
 
+#include <netinet/tcp.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+
 #include <asio/connect.hpp>
 #include <asio/error.hpp>
 #include <asio/io_context.hpp>
 #include <asio/write.hpp>
-
-#include <netinet/tcp.h>
-#include <sys/resource.h>
-#include <sys/socket.h>
 
 using asio::ip::tcp;
 

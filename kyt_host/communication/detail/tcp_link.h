@@ -1,12 +1,12 @@
 #pragma once
 
-#include <asio/ip/tcp.hpp>
-
 #include <chrono>
 #include <cstddef>
 #include <mutex>
 #include <string>
 #include <system_error>
+
+#include <asio/ip/tcp.hpp>
 
 #include "kyt_host/communication/detail/stop_signal.h"
 
@@ -38,7 +38,6 @@ class TcpLink {
   void close();
 
  private:
-
   std::mutex writeMutex_;   // one frame after the other
   std::mutex socketMutex_;  // held, with the writeMutex_, to replace the socket, and alone to shut it down
   asio::ip::tcp::socket socket_;

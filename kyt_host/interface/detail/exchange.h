@@ -1,16 +1,16 @@
 #pragma once
 
-#include <json/value.h>
-
 #include <array>
 #include <functional>
 #include <initializer_list>
-#include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include <json/value.h>
+#include <nlohmann/json.hpp>
 
 #include "kyt_host/communication/reply_handlers.h"
 #include "kyt_host/communication/strategy.h"
@@ -20,7 +20,8 @@
 //
 //   int get_speed_robot(SOCKETFD socketFd, int robotNum, int& speed) {
 //     return query(socketFd, Strategy::GetSpeed, compact({{"robot", robotNum}}),    // what is sent
-//                  reply<RecvSpeed>(Strategy::SpeedReply), take(speed, "speed"));   // what comes back, and where it goes
+//                  reply<RecvSpeed>(Strategy::SpeedReply), take(speed, "speed"));   // what comes back, and where it
+//                  goes
 //   }
 //
 // Nothing that a caller passes or a controller answers makes it throw.

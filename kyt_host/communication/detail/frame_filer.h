@@ -1,0 +1,56 @@
+#pragma once
+
+#include <atomic>
+#include <string_view>
+
+#include "kyt_host/communication/backend_base.h"
+#include "kyt_host/communication/detail/callback_queue.h"
+#include "kyt_host/communication/detail/frame_buffer.h"
+#include "kyt_host/communication/message_manager.h"
+
+/// Takes in the frames that a connection receives: their texts go to the handlers of their codes, and what a callback
+/// wants into the queue.
+///
+/// Of a row of frames with the same code within one read only the last text is stored, since it would have replaced
+/// the others before anybody could look: a stream of states then costs one lock for each read, not for each frame.
+class FrameFiler {
+ public:
+  using ReceiveCallback = void (*)(int code, const char* text);
+
+  FrameFiler(BackendBase& owner, MessageManager& store, CallbackQueue& callbacks,
+             const std::atomic<ReceiveCallback>& receiveCallback)
+      : owner_(owner), store_(store), callbacks_(callbacks), receiveCallback_(receiveCallback) {}
+
+  /// Before the frames of a read.
+  /// @param bytes  all that they are cut out of; stays in place until `finishRead`
+  void beginRead(std::string_view bytes);
+
+  /// Takes an intact frame.
+  void take(const Frame& frame) {
+    if (mayCarryRequestIds_ && takeRequestReply(frame)) return;
+    if (!inRow_ || row_.code != frame.command) beginRow(frame.command);
+    lastText_ = frame.text();
+    if (row_.forHandler || row_.forReceiver) callbacks_.add(row_, lastText_);
+  }
+
+  /// After the last frame of a read: stores what is still to be stored, and hands the callbacks' batch over.
+  void finishRead();
+
+ private:
+  void beginRow(unsigned int code);
+  void endRow();
+  bool takeRequestReply(const Frame& frame);
+
+  BackendBase& owner_;
+  MessageManager& store_;
+  CallbackQueue& callbacks_;
+  const std::atomic<ReceiveCallback>& receiveCallback_;
+
+  bool mayCarryRequestIds_ = false;
+
+  // The row of frames of one code that is going on.
+  bool inRow_ = false;
+  CallbackQueue::Event row_;
+  MessageBaseStrategy* handler_ = nullptr;  // null: the code is unknown, and so are too many others
+  std::string_view lastText_;
+};
