@@ -2,10 +2,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <csignal>
-#include <cstring>
-#include <functional>
 #include <iostream>
 #include <mutex>
 #include <string_view>
@@ -14,10 +10,10 @@
 
 #include <asio/error.hpp>
 
-#include "kyt_host/communication/detail/callback_queue.h"
+#include "kyt_host/communication/detail/diagnostics.h"
 #include "kyt_host/communication/detail/frame_buffer.h"
 #include "kyt_host/communication/detail/frame_filer.h"
-#include "kyt_host/communication/detail/stop_signal.h"
+#include "kyt_host/communication/detail/session.h"
 #include "kyt_host/communication/detail/tcp_link.h"
 #include "kyt_host/communication/message_manager.h"
 #include "kyt_host/communication/wire_frame.h"
@@ -25,90 +21,7 @@
 namespace {
 
 constexpr std::chrono::seconds reconnectPause{5};
-constexpr std::chrono::milliseconds closeTimeLimit{900};
 constexpr std::string_view filePort = "5000";
-
-// One call, so that lines of several threads do not mix.
-void printLine(std::ostream& stream, const std::string& line) { stream << line + "\n" << std::flush; }
-
-// Threads started while this stands leave all signals to the application's own threads.
-class SignalsBlocked {
- public:
-  SignalsBlocked() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before_);
-  }
-  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-  SignalsBlocked(const SignalsBlocked&) = delete;
-  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
- private:
-  sigset_t before_{};
-};
-
-// What lives from one Connect to its closeConnection. Its threads share it, so that one that had to be left behind
-// (in a callback that closes its own connection, or does not return) finds everything in place, and stopped.
-class Session {
- public:
-  StopSignal signal;
-  CallbackQueue callbacks;
-
-  template <class Work>
-  void start(const std::shared_ptr<Session>& self, Work work) {
-    const SignalsBlocked blocked;
-    {
-      const std::lock_guard lock(mutex_);
-      ++running_;
-    }
-    try {
-      threads_.emplace_back([self, work = std::move(work)] {
-        work();
-        self->ended();
-      });
-    } catch (...) {
-      ended();
-      throw;
-    }
-  }
-
-  void stop() {
-    signal.stop();
-    callbacks.stop();
-  }
-
-  // After stop: waits for the threads, but neither for the calling one nor longer than the limit.
-  void join() {
-    const auto isThisThread = [](const std::thread& thread) { return thread.get_id() == std::this_thread::get_id(); };
-    int left = 0;
-    for (const std::thread& thread : threads_) left += isThisThread(thread) ? 1 : 0;
-    std::unique_lock lock(mutex_);
-    const bool allEnded = threadEnded_.wait_for(lock, closeTimeLimit, [&] { return running_ <= left; });
-    lock.unlock();
-    if (!allEnded)
-      printLine(std::cerr, "A callback or name look-up still runs; its connection is closed without waiting for it.");
-    for (std::thread& thread : threads_) {
-      if (allEnded && !isThisThread(thread)) {
-        thread.join();
-      } else {
-        thread.detach();
-      }
-    }
-    threads_.clear();
-  }
-
- private:
-  void ended() {
-    const std::lock_guard lock(mutex_);
-    --running_;
-    threadEnded_.notify_all();
-  }
-
-  std::vector<std::thread> threads_;
-  std::mutex mutex_;
-  std::condition_variable threadEnded_;
-  int running_ = 0;
-};
 
 }  // namespace
 
@@ -176,8 +89,8 @@ bool AsioTCPBackend::Connection::open() {
   connected = true;
   try {
     const auto self = shared_from_this();
-    session->start(session, [self, session] { self->read(*session); });
-    session->start(session, [self, session] {
+    session->start([self, session] { self->read(*session); });
+    session->start([self, session] {
       session->callbacks.run([&self](const auto& event, const char* text) { self->callBack(event, text); });
     });
   } catch (...) {  // the system has no threads left

@@ -6,11 +6,13 @@
 #include <memory>
 #include <thread>
 
+#include "kyt_host/communication/detail/diagnostics.h"
+
 namespace {
 
 // The system has no descriptors, threads or memory left.
 void reportConnectError(const std::exception& exception) {
-  std::cerr << std::string("Connect error: ") + exception.what() + "\n" << std::flush;
+  printLine(std::cerr, std::string("Connect error: ") + exception.what());
 }
 
 }  // namespace

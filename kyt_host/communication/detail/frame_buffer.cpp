@@ -5,9 +5,10 @@
 #include <iostream>
 #include <string>
 
+#include "kyt_host/communication/detail/diagnostics.h"
+
 bool Frame::reportDamage(std::uint32_t computed) const {
-  std::cout << "数据包CRC校验失败" + std::to_string(receivedCrc()) + " != " + std::to_string(computed) + "\n"
-            << std::flush;
+  printLine(std::cout, "数据包CRC校验失败" + std::to_string(receivedCrc()) + " != " + std::to_string(computed));
   return false;
 }
 

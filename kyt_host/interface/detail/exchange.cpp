@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "kyt_host/communication/communication_manager.h"
+#include "kyt_host/communication/detail/diagnostics.h"
 #include "kyt_host/communication/detail/json_text.h"
 
 namespace {
@@ -15,7 +16,7 @@ int guarded(const Operation& operation) {
   try {
     return operation();
   } catch (const std::exception& exception) {
-    std::cerr << std::string("Exception: ") + exception.what() + "\n" << std::flush;
+    printLine(std::cerr, std::string("Exception: ") + exception.what());
     return EXCEPTION;
   }
 }
