@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Shows a whole session over TCP: the virtual controller on loopback, and examples/first_session.cpp against it.
+# Shows a whole session over TCP, with the virtual controller on loopback: examples/first_session.cpp, and the same in
+# Python, examples/first_session.py.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
-scripts/build.sh release virtual_controller_program first_session
+scripts/build.sh release virtual_controller_program first_session _kyt_host
 
 bin=build/release/bin
 log=$(mktemp)
@@ -37,17 +38,23 @@ restart_controller() {
   start_controller "$port"
 }
 
+# run_session PROGRAM...: it says when it wants something to happen at the controller.
+run_session() {
+  exec {lines}< <(exec "$@" 127.0.0.1 "$port")
+  session=$!
+  while IFS= read -r line <&"$lines"; do
+    echo "$line"
+    case $line in
+      *"waiting for an error from the controller"*) kill -USR1 "$controller" ;;
+      *"waiting for the controller to restart"*) restart_controller ;;
+    esac
+  done
+  exec {lines}<&-
+  wait "$session"
+  session=
+}
+
 start_controller 0
-exec {lines}< <(exec stdbuf -oL "$bin/first_session" 127.0.0.1 "$port")
-session=$!
-
-# The session says when it wants something to happen at the controller.
-while IFS= read -r line <&"$lines"; do
-  echo "$line"
-  case $line in
-    *"waiting for an error from the controller"*) kill -USR1 "$controller" ;;
-    *"waiting for the controller to restart"*) restart_controller ;;
-  esac
-done
-
-wait "$session"
+run_session stdbuf -oL "$bin/first_session"
+echo
+PYTHONPATH=build/release/python run_session python3 -u examples/first_session.py

@@ -3,10 +3,10 @@
 # With "checks" also what static analysis and fuzzing need.
 set -euo pipefail
 
-packages=(g++ cmake ninja-build pkg-config libasio-dev nlohmann-json3-dev libjsoncpp-dev libcli11-dev libgtest-dev
-  libbenchmark-dev)
+packages=(g++ cmake ninja-build pkg-config libasio-dev nlohmann-json3-dev libjsoncpp-dev libcli11-dev libgtest-dev swig
+  python3-dev python3-venv)
 if [[ ${1:-} == checks ]]; then
-  packages+=(clang clang-format clang-tidy libclang-rt-14-dev shellcheck)
+  packages+=(clang clang-format clang-tidy libclang-rt-14-dev shellcheck mypy)
 fi
 
 missing=()
@@ -26,5 +26,5 @@ if ((EUID != 0)); then
 fi
 
 echo "setup: installing ${missing[*]}"
-"${as_root[@]}" apt-get update -q
+"${as_root[@]}" apt-get update -q || echo "setup: going on with the package lists that are there" >&2
 "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends "${missing[@]}"

@@ -1,0 +1,75 @@
+#!/usr/bin/env python3
+"""What a call costs from Python beside the same call from C++: python.py REFERENCE_LIBRARY
+
+Both sides run in one process on the same connection and take turns, round by round; figures are medians of the rounds.
+All of it runs on one core, as the other benchmarks of queries do. A missed target is printed and is no error.
+"""
+
+import ctypes
+import itertools
+import os
+import platform
+import statistics
+import sys
+import time
+
+import _kyt_host as kyt
+from kyt_host_testing import VirtualController
+
+ROUNDS = 201  # short ones: most of them are then disturbed by nobody
+UNKNOWN = 0  # a handle that no connection ever has: the call converts its arguments, and returns at once
+
+
+def seconds_per_call(times, call, *arguments):
+    each = itertools.repeat(None, times)
+    before = time.perf_counter()
+    for _ in each:
+        call(*arguments)
+    return (time.perf_counter() - before) / times
+
+
+def medians(times, python, reference):
+    sides = []
+    for _ in range(ROUNDS + 1):
+        sides.append((python(times), reference(times)))
+    return [statistics.median(side) for side in zip(*sides[1:])]
+
+
+def row(what, python, reference, unit, figure, bound, form):
+    met = figure <= bound
+    print(f"| {what:<56} | {python:>8.3f} {unit} | {reference:>8.3f} {unit} | {form % figure:>10} | {form % bound:>10} | "
+          f"{'met' if met else 'MISSED'} |")
+    return met
+
+
+def main():
+    reference = ctypes.CDLL(sys.argv[1])
+    for function in (reference.connectionStatus, reference.speed):
+        function.restype = ctypes.c_double
+    os.sched_setaffinity(0, {min(os.sched_getaffinity(0))})
+    print(f"CPython {platform.python_version()}, load {os.getloadavg()[0]:.1f} at the start\n")
+    print("| what | Python | C++ | difference or ratio | at most | |\n|---|--:|--:|--:|--:|---|")
+
+    met = []
+    with VirtualController("--state-period", "0") as controller:
+        robot = kyt.connect_robot(controller.host, controller.port)
+        calls = [
+            ("a call with a handle, no output", kyt.get_connection_status, [robot], reference.connectionStatus, robot),
+            ("a call with one int&", kyt.get_speed, [UNKNOWN, 0], reference.speed, UNKNOWN),
+        ]
+        for what, call, arguments, other, handle in calls:
+            python, cpp = medians(
+                1000, lambda times: seconds_per_call(times, call, *arguments), lambda times: other(handle, times)
+            )
+            met.append(row(what, python * 1e9, cpp * 1e9, "ns", (python - cpp) * 1e9, 150, "+%.0f ns"))
+        assert kyt.get_speed(robot, 0) == [0, 50]
+        python, cpp = medians(
+            100, lambda times: seconds_per_call(times, kyt.get_speed, robot, 0), lambda times: reference.speed(robot, times)
+        )
+        met.append(row("a query", python * 1e6, cpp * 1e6, "us", python / cpp, 1.15, "%.2f"))
+        kyt.disconnect_robot(robot)
+    print("\nAll targets met." if all(met) else f"\n{met.count(False)} targets MISSED.")
+
+
+if __name__ == "__main__":
+    main()

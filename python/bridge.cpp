@@ -1,0 +1,160 @@
+#include "python/bridge.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+
+#include "kyt_host/communication/connection_api.h"
+#include "python/lock.h"
+
+namespace {
+
+// Recursive, so that a callback may replace itself. Timed, so that the end of the interpreter waits for nobody forever.
+using RegistryMutex = std::recursive_timed_mutex;
+
+template <class... Arguments>
+using Registry = std::map<int, std::function<void(Arguments...)>>;
+
+// Never destroyed: connections still deliver while the process ends.
+// NOLINTBEGIN(readability-identifier-naming)
+auto& callback_registry = *new Registry<int, const char*>;
+auto& callback_registry_mutex = *new RegistryMutex;
+auto& error_warning_callback_registry = *new Registry<int, const char*, int>;
+auto& error_warning_callback_registry_mutex = *new RegistryMutex;
+auto& robot_state_callback_registry = *new Registry<const char*>;
+auto& robot_state_callback_registry_mutex = *new RegistryMutex;
+auto& reconnect_callback_registry = *new Registry<>;
+auto& reconnect_callback_registry_mutex = *new RegistryMutex;
+// NOLINTEND(readability-identifier-naming)
+
+std::atomic<bool> closed{false};
+
+constexpr std::chrono::milliseconds lookAgain{50};
+constexpr std::chrono::milliseconds endTimeLimit{900};
+
+PyObject* toPython(int value) { return PyLong_FromLong(value); }
+
+PyObject* toPython(const char* text) {
+  return PyUnicode_DecodeUTF8(text, static_cast<Py_ssize_t>(std::strlen(text)), "surrogateescape");
+}
+
+// A new tuple, or null with an exception set.
+template <class... Arguments>
+PyObject* makeTuple(Arguments... arguments) {
+  PyObject* const tuple = PyTuple_New(sizeof...(arguments));
+  if (tuple == nullptr) return nullptr;
+  Py_ssize_t place = 0;
+  bool complete = true;
+  [[maybe_unused]] const auto add = [&](PyObject* item) {
+    complete = complete && item != nullptr;
+    PyTuple_SET_ITEM(tuple, place++, item);
+  };
+  (add(toPython(arguments)), ...);
+  if (complete) return tuple;
+  Py_DECREF(tuple);
+  return nullptr;
+}
+
+// What a registry stores: calls a Python object from a thread of the library's. An exception ends with the thread state
+// that belongs to this one call.
+class PythonCallable {
+ public:
+  explicit PythonCallable(PyObject* callable) : callable_(callable) {}
+
+  template <class... Arguments>
+  void operator()(Arguments... arguments) const {
+    kyt_py::stopAtInterpreterEnd([&] {
+      const PyGILState_STATE state = PyGILState_Ensure();
+      Py_INCREF(callable_);  // for as long as it runs: it may be replaced, and let go, meanwhile
+      if (PyObject* const tuple = makeTuple(arguments...)) {
+        Py_XDECREF(PyObject_CallObject(callable_, tuple));
+        Py_DECREF(tuple);
+      }
+      Py_DECREF(callable_);
+      PyGILState_Release(state);
+    });
+  }
+
+ private:
+  PyObject* callable_;
+};
+
+template <class... Arguments>
+void setCallback(Registry<Arguments...>& registry, RegistryMutex& mutex, SOCKETFD socketFd, PyObject* callback) {
+  const std::lock_guard lock(mutex);
+  registry[socketFd] = PythonCallable(callback);
+}
+
+template <class... Arguments>
+void dispatch(const Registry<Arguments...>& registry, RegistryMutex& mutex, Arguments... arguments) {
+  std::unique_lock lock(mutex, std::defer_lock);
+  while (!closed && !lock.try_lock_for(lookAgain)) continue;
+  for (auto entry = registry.begin(); !closed && entry != registry.end(); ++entry) {
+    const auto callback = entry->second;  // a copy: it may replace itself
+    if (callback) callback(arguments...);
+  }
+}
+
+void static_callback(int code, const char* text) { dispatch(callback_registry, callback_registry_mutex, code, text); }
+
+void static_error_warning_callback(int kind, const char* text, int code) {
+  dispatch(error_warning_callback_registry, error_warning_callback_registry_mutex, kind, text, code);
+}
+
+void static_robot_state_callback(const char* text) {
+  dispatch(robot_state_callback_registry, robot_state_callback_registry_mutex, text);
+}
+
+void static_reconnect_callback() { dispatch(reconnect_callback_registry, reconnect_callback_registry_mutex); }
+
+void requireCallable(PyObject* object) {
+  if (PyCallable_Check(object) == 0) throw std::invalid_argument("Provided callback is not callable!");
+}
+
+}  // namespace
+
+// A dispatch holds a registry's mutex while it asks for the interpreter lock. So whoever wants such a mutex here lets
+// go of the interpreter lock first.
+
+int recv_message_wrapper(SOCKETFD socketFd, PyObject* callback) {
+  requireCallable(callback);
+  const kyt_py::LockReleased released;
+  setCallback(callback_registry, callback_registry_mutex, socketFd, callback);
+  return recv_message(socketFd, static_callback);
+}
+
+int set_error_warning_message_callback_wrapper(SOCKETFD socketFd, PyObject* callback) {
+  requireCallable(callback);
+  const kyt_py::LockReleased released;
+  setCallback(error_warning_callback_registry, error_warning_callback_registry_mutex, socketFd, callback);
+  return set_receive_error_or_warnning_message_callback(socketFd, static_error_warning_callback);
+}
+
+int robot_state_callback_wrapper(SOCKETFD socketFd, PyObject* callback) {
+  requireCallable(callback);
+  const kyt_py::LockReleased released;
+  setCallback(robot_state_callback_registry, robot_state_callback_registry_mutex, socketFd, callback);
+  return robot_state_callback(socketFd, static_robot_state_callback);
+}
+
+int set_reconnect_callback_wrapper(SOCKETFD socketFd, PyObject* callback) {
+  requireCallable(callback);
+  const kyt_py::LockReleased released;
+  setCallback(reconnect_callback_registry, reconnect_callback_registry_mutex, socketFd, callback);
+  return set_reconnect_callback(socketFd, static_reconnect_callback);
+}
+
+void end_callbacks() {
+  const kyt_py::LockReleased released;
+  closed = true;
+  const auto end = std::chrono::steady_clock::now() + endTimeLimit;
+  for (RegistryMutex* const mutex : {&callback_registry_mutex, &error_warning_callback_registry_mutex,
+                                     &robot_state_callback_registry_mutex, &reconnect_callback_registry_mutex}) {
+    if (mutex->try_lock_until(end)) mutex->unlock();
+  }
+}

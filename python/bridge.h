@@ -1,0 +1,22 @@
+#pragma once
+
+#include <Python.h>
+
+#include "kyt_host/types.h"
+
+// The way of the library's callbacks into Python. The library calls plain functions that know nothing of a connection,
+// so every callable of a kind is called with every message of that kind, in the order of the handles.
+//
+// No reference to a callable is taken: the application keeps it alive for as long as it is registered.
+//
+// The setters are called with the interpreter lock held. They throw std::invalid_argument when `callback` cannot be
+// called; otherwise they return what the library's setter returns.
+
+int recv_message_wrapper(SOCKETFD socketFd, PyObject* callback);
+int set_error_warning_message_callback_wrapper(SOCKETFD socketFd, PyObject* callback);
+int robot_state_callback_wrapper(SOCKETFD socketFd, PyObject* callback);
+int set_reconnect_callback_wrapper(SOCKETFD socketFd, PyObject* callback);
+
+/// To be called with the interpreter lock held when the interpreter is about to end: waits, for a while, for a callback
+/// that runs; afterwards none starts any more.
+void end_callbacks();

@@ -1,0 +1,59 @@
+// The callback setters, and the end of the interpreter.
+
+// A callable is any Python object but None.
+%typemap(in) PyObject* callback {
+  if ($input == Py_None) { SWIG_exception_fail(SWIG_TypeError, "Provided callback is not callable!"); }
+  $1 = $input;
+}
+
+// They let go of the interpreter lock themselves: only after they have looked at the callable.
+%exception {
+  try {
+    $action
+  }
+  SWIG_CATCH_STDEXCEPT
+}
+
+%define %callback_setter(NAME, WRAPPER, DOC)
+%rename(NAME) WRAPPER;
+%feature("docstring") WRAPPER DOC;
+int WRAPPER(SOCKETFD socketFd, PyObject* callback);
+%enddef
+
+%callback_setter(recv_message, recv_message_wrapper,
+"Installs what is called as callback(code, text) for every frame that arrives, replies included.
+No reference is kept: keep the callable alive. Callables of all connections are called with every frame.
+:return: 0; -2 when not connected");
+%callback_setter(set_receive_error_or_warnning_message_callback, set_error_warning_message_callback_wrapper,
+"Installs what is called as callback(kind, text, code) for every error and warning that the controller raises.
+No reference is kept: keep the callable alive. Callables of all connections are called with every message.
+:return: 0; -2 when not connected; -5 when the connection has no handler for them");
+%callback_setter(robot_state_callback, robot_state_callback_wrapper,
+"Installs what is called as callback(text) with every robot state that the controller pushes (JSON text).
+No reference is kept: keep the callable alive. Callables of all connections are called with every state.
+:return: 0; -2 when not connected; -1 when the connection has no handler for it");
+%callback_setter(set_reconnect_callback, set_reconnect_callback_wrapper,
+"Installs what is called as callback() each time a broken connection has been restored.
+No reference is kept: keep the callable alive. Callables of all connections are called.
+:return: 0, or -2 when not connected");
+
+// Called before the interpreter takes itself apart; at the latest of all that `atexit` calls, so that what the
+// application has registered there still gets its callbacks.
+%header %{
+static PyObject* endCallbacks(PyObject* /*self*/, PyObject* /*none*/) {
+  end_callbacks();
+  Py_RETURN_NONE;
+}
+
+static bool callAtExit() {
+  static PyMethodDef method = {"end_callbacks", endCallbacks, METH_NOARGS, nullptr};
+  const kyt_py::Reference function(PyCFunction_New(&method, nullptr));
+  const kyt_py::Reference atexit(PyImport_ImportModule("atexit"));
+  if (!function || !atexit) return false;
+  const kyt_py::Reference done(PyObject_CallMethod(atexit.get(), "register", "O", function.get()));
+  return static_cast<bool>(done);
+}
+%}
+%init %{
+  if (!callAtExit()) return nullptr;
+%}

@@ -1,0 +1,112 @@
+"""Every kind of argument, field and overload that a header may declare, on the stand-ins of surface.h."""
+
+import copy
+import pickle
+import unittest
+
+try:
+    import _surface as surface
+except ImportError:  # no part of the wheel
+    raise unittest.SkipTest("the module of stand-ins is not built here")
+
+
+def port(number=0, label=""):
+    made = surface.Port()
+    made.number, made.label = number, label
+    return made
+
+
+class Kinds(unittest.TestCase):
+    def test_values_go_in_and_come_back(self):
+        level = surface.DoubleRef()
+        level.value = 1.25
+        boxes = surface.IntRef(), surface.BoolRef(), surface.StringRef()
+        boxes[0].value, boxes[1].value, boxes[2].value = 4, True, "\udcff"
+        self.assertEqual(surface.readAll(1, False, "a", level), [7, 2, True, "a!"])
+        self.assertEqual(surface.readAll(*boxes, level), [7, 5, False, "\udcff!"])
+        self.assertEqual([box.value for box in (*boxes, level)], [5, False, "\udcff!", 5.0])
+        for wrong in (1.0, 1, None, surface.IntRef()):
+            with self.assertRaisesRegex(TypeError, "argument 4 of type 'double &'"):
+                surface.readAll(1, False, "", wrong)
+        text = surface.StringRef()
+        self.assertEqual(surface.describe(port(label="x"), 3, text), [0, "xxx"])
+        self.assertEqual(text.value, "xxx")
+
+    def test_records_and_lists_by_value_reference_and_overload(self):
+        board, ports = surface.Board(), surface.VectorPort([port(8)])
+        board.first.number = 5
+        self.assertEqual(surface.readBoard(board), 0)
+        self.assertEqual((board.first.number, board.ports[0].number), (6, 5))
+        self.assertEqual(surface.readPorts(ports), 0)
+        self.assertEqual(ports, [port(8)] * 100)
+        self.assertEqual(surface.countPorts([ports, (port(), port()), []]), 102)
+        self.assertEqual([surface.total(each) for each in ([1, 2], (0.5,), surface.VectorDouble([4]))], [3, 0.5, 4])
+        characters = surface.VectorChar()
+        self.assertEqual(surface.copyText("aé", characters), 2)
+        self.assertEqual(characters, surface.VectorChar("aé"))
+        self.assertEqual(surface.copyText("é" * 200000, ""), [1, "é" * 200000])
+        for wrong in ([[None]], "ab", None, [1], [[surface.Board()]]):
+            with self.assertRaisesRegex(TypeError, "'std::vector< std::vector< Port > >'"):
+                surface.countPorts(wrong)
+        for kind, how in [(ValueError, "argument"), (MemoryError, "memory"), (RuntimeError, "")]:
+            self.assertRaises(kind, surface.fail, how)
+
+    def test_records_are_values(self):
+        board = surface.Board()
+        board.first, board.ports, board.groups, board.codes = port(1), [port(2)], [[port(3)], ()], (4,)
+        again = [copy.copy(board), copy.deepcopy(board), pickle.loads(pickle.dumps(board))]
+        self.assertEqual(again, [board] * 3)
+        again[0].groups[0][0].label = "other"
+        self.assertNotEqual(again[0], board)
+        self.assertNotEqual(board, board.first)
+        self.assertEqual(repr(port(1, "é")), "Port(number=1, open=False, volts=0.0, label='é')")
+        self.assertRaises(TypeError, hash, board)
+        for field, wrong in [("first", None), ("first", board), ("ports", None), ("ports", "a"), ("codes", ["a"])]:
+            self.assertRaises(TypeError, setattr, board, field, wrong)
+        with self.assertRaises(OverflowError):
+            board.codes = [2**31]
+        self.assertEqual(again[1], board)
+
+    def test_parts_find_their_way_whatever_happens_to_the_whole(self):
+        board = surface.Board()
+        board.groups = [[port(1), port(2)]]
+        group, element = board.groups[0], board.groups[0][1]
+        group.extend([port()] * 1000)
+        board.groups.extend([[]] * 1000)
+        element.number += 40  # all of it has moved by now
+        self.assertEqual(board.groups[0][1].number, 42)
+        del board
+        self.assertEqual(group[1], element)
+        for shrink in (lambda: group.__delitem__(slice(1, None)), group.clear):
+            shrink()
+            self.assertRaises(IndexError, lambda: element.number)
+            self.assertRaises(IndexError, repr, element)
+            with self.assertRaises(IndexError):
+                element.label = "gone"
+            self.assertRaises(IndexError, surface.describe, element, 1, "")
+        ports = surface.VectorPort([port(1)])
+        first = ports.front()
+        surface.readPorts(ports)
+        first.number = 9
+        self.assertEqual(ports[0].number, 9)
+
+    def test_objects_without_init_are_of_no_use_and_no_danger(self):
+        class Forgetful(surface.Board):
+            def __init__(self):
+                pass
+
+        class ForgetfulList(surface.VectorPort):
+            def __init__(self):
+                pass
+
+        uses = [lambda: Forgetful().first, lambda: surface.readBoard(Forgetful()), lambda: repr(Forgetful())]
+        uses += [lambda: len(ForgetfulList()), lambda: ForgetfulList()[0], lambda: list(ForgetfulList())]
+        uses += [lambda: ForgetfulList().append(port()), lambda: surface.readPorts(ForgetfulList())]
+        uses += [lambda: bool(surface.VectorInt.__new__(surface.VectorInt)), lambda: Forgetful() == Forgetful()]
+        uses += [lambda: setattr(Forgetful(), "codes", []), lambda: surface.Port.__new__(surface.Port).label]
+        for use in uses:
+            self.assertRaises(TypeError, use)
+
+
+if __name__ == "__main__":
+    unittest.main()

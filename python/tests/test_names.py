@@ -1,0 +1,114 @@
+"""The public headers, the module and its stub: nothing missing, nothing different."""
+
+import ast
+import importlib.util
+import os
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+import _kyt_host as kyt
+from support import PUBLIC_HEADERS, ROOT, headers
+
+import kyt_host_testing
+from stub import Stub
+
+STUB = Path(kyt.__file__).with_name("_kyt_host.pyi")
+FUNCTION = re.compile(r"^(?:KYT_HOST_API|inline) (?!constexpr)[^=;]*?\b(\w+)\(", re.MULTILINE)
+RECORD = re.compile(r"^struct (?:KYT_HOST_API )?(\w+) ", re.MULTILINE)
+
+
+def declared(pattern):
+    """What matches in the headers, read in another way than by the generators."""
+    return {name for path in PUBLIC_HEADERS for name in pattern.findall(path.read_text(encoding="utf-8"))}
+
+
+class Names(unittest.TestCase):
+    def test_whatever_the_headers_declare_is_there_with_its_documentation(self):
+        functions, records = declared(FUNCTION), declared(RECORD)
+        self.assertGreater(len(functions), 60)
+        undocumented = []
+        for name in functions | records:
+            thing = getattr(kyt, name, None)
+            self.assertIs(callable(thing), True, name)
+            if name in functions and len((thing.__doc__ or "").strip().splitlines()) < 2:
+                undocumented.append(name)
+        self.assertEqual(undocumented, [])
+
+    def test_the_stub_has_the_names_of_the_module(self):
+        tree = ast.parse(STUB.read_text(encoding="utf-8"))
+        classes = {node.name: node for node in tree.body if isinstance(node, ast.ClassDef)}
+        names = {node.name for node in tree.body if isinstance(node, (ast.FunctionDef, ast.ClassDef))}
+        names |= {node.target.id for node in tree.body if isinstance(node, ast.AnnAssign)}
+        self.assertEqual({name for name in names if name[0] != "_"}, {name for name in dir(kyt) if name[0] != "_"})
+
+        every_object = set(dir(kyt.IntRef())) - {"value"}
+        for name, class_ in classes.items():
+            if name[0] == "_":
+                continue
+            is_list = hasattr(getattr(kyt, name), "push_back")
+            body = classes["_List"].body if is_list else class_.body
+            members = {node.name for node in body if isinstance(node, ast.FunctionDef)}
+            members |= {node.target.id for node in body if isinstance(node, ast.AnnAssign)}
+            inherited = every_object - members
+            self.assertEqual(
+                {member for member in members if member[0] != "_"},
+                {member for member in dir(getattr(kyt, name)) if member[0] != "_"} - inherited,
+                name,
+            )
+
+    def test_the_stub_is_what_would_be_generated_now(self):
+        fresh = Stub(kyt, [headers.read(str(path)) for path in PUBLIC_HEADERS]).text()
+        self.assertEqual(STUB.read_text(encoding="utf-8"), fresh)
+
+    @unittest.skipUnless(importlib.util.find_spec("mypy"), "mypy is not installed")
+    def test_mypy_finds_nothing_wrong(self):
+        allowed = ["--allowlist", str(ROOT / "python/tests/stubtest_allowed.txt")]
+        program = (
+            "import _kyt_host as kyt\n"
+            "fd: int = kyt.connect_robot('127.0.0.1', '6001')\n"
+            "status, state = kyt.get_servo_state(fd, 0)\n"
+            "para = kyt.CollisionPara()\n"
+            "para.collisionDetection_run = [1.0]\n"
+            "para.collisionDetection_run.append(2)\n"
+            "kyt.recv_message(fd, lambda code, text: print(code + 1, text.upper()))\n"
+        )
+        wrong = "kyt.get_servo_state('1', 0)\npara.axissum = 6\nkyt.get_current_position(fd, 0, [0.0])\n"
+        with tempfile.TemporaryDirectory() as folder:
+            environment = {**os.environ, "MYPYPATH": str(STUB.parent), "MYPY_CACHE_DIR": folder}
+            Path(folder, "right.py").write_text(program)
+            Path(folder, "wrong.py").write_text(program + wrong)
+            results = [
+                subprocess.run(
+                    [sys.executable, "-m", *command],
+                    stdout=subprocess.PIPE,
+                    stderr=subprocess.STDOUT,
+                    universal_newlines=True,
+                    env=environment,
+                    cwd=folder,
+                )
+                for command in (
+                    ["mypy.stubtest", *allowed, "_kyt_host"],
+                    ["mypy", "--strict", "right.py"],
+                    ["mypy", "--strict", "wrong.py"],
+                )
+            ]
+        self.assertEqual([each.returncode for each in results], [0, 0, 1], [each.stdout for each in results])
+        self.assertEqual(re.findall(r"wrong\.py:(\d+): error", results[2].stdout), ["8", "9", "10"])
+
+    @unittest.skipUnless("site-packages" in str(STUB), "not installed from a wheel")
+    def test_the_wheel_is_complete(self):
+        site = STUB.parent
+        self.assertEqual((site / "_kyt_host-stubs/__init__.pyi").read_bytes(), STUB.read_bytes())
+        for marker in ("_kyt_host-stubs/py.typed", "kyt_host_testing/py.typed"):
+            self.assertTrue((site / marker).is_file(), marker)
+        self.assertEqual(Path(kyt_host_testing.__file__).parent, site / "kyt_host_testing")
+        version = next(site.glob("kyt_host-*.dist-info")).name.split("-")[1].replace(".dist", "")
+        self.assertTrue(kyt.get_library_version().startswith(version), version)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,139 @@
+"""Functions: arguments, results and errors."""
+
+import re
+import unittest
+
+import _kyt_host as kyt
+from support import PUBLIC_HEADERS, UNKNOWN, Peer, headers
+
+from kyt_host_testing import VirtualController
+
+FUNCTIONS = [function for path in PUBLIC_HEADERS for function in headers.read(str(path)).functions]
+CALLBACK_SETTERS = [
+    kyt.recv_message,
+    kyt.set_receive_error_or_warnning_message_callback,
+    kyt.robot_state_callback,
+    kyt.set_reconnect_callback,
+]
+IN_AND_OUT = {"int&": 7, "bool&": True, "std::string&": "text", "char*": "text"}
+BY_VALUE = {"bool": True, "double": 1.5, "std::string": "", "char*": ""}
+
+
+def argument(type_):
+    """Some value for a C++ parameter."""
+    if type_ in IN_AND_OUT:
+        return IN_AND_OUT[type_]
+    if type_ == "double&":
+        return kyt.DoubleRef()
+    type_ = re.sub(r"^const |&$", "", type_)
+    if type_.startswith("std::vector"):
+        words = re.findall(r"\w+", type_.replace("std::", ""))
+        return getattr(kyt, "".join(word[0].upper() + word[1:] for word in words))()
+    if type_.startswith("void"):
+        return print
+    record = getattr(kyt, type_, None)
+    return record() if isinstance(record, type) else BY_VALUE.get(type_, 1)
+
+
+class Surface(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.controller = VirtualController("--state-period", "0")
+        cls.addClassCleanup(cls.controller.stop)
+        cls.robot = kyt.connect_robot(cls.controller.host, cls.controller.port)
+        cls.addClassCleanup(kyt.disconnect_robot, cls.robot)
+
+    def check(self, table):
+        for expected, function, *arguments in table:
+            with self.subTest(function=function.__name__, arguments=arguments):
+                result = function(*arguments)
+                self.assertEqual(repr(result), repr(expected))  # True is not 1 here
+
+    def test_results(self):
+        robot, para = self.robot, kyt.CollisionPara()
+        para.collisionDetection_run = [100.0] * 6
+        para.collisionDetection_teach = tuple(range(1, 7))
+        para.position_delay_time_ms_value, para.axisum = 5, 6
+        number, flag, text = kyt.IntRef(), kyt.BoolRef(), kyt.StringRef()
+        position, identity = kyt.VectorDouble([1, 2]), kyt.VectorChar("long ago")
+        self.check(
+            [
+                (0, kyt.get_connection_status, robot),
+                (0, kyt.set_speed, robot, 30),
+                ([0, 30], kyt.get_speed_robot, robot, True, number),
+                ([-2, 30], kyt.get_speed, UNKNOWN, number),
+                ([0, False], kyt.get_teachbox_connection_status, robot, flag),
+                ([-2, True], kyt.get_teachbox_connection_status, UNKNOWN, 1),
+                ([0, "VC-0001"], kyt.get_controller_id, robot, ""),
+                ([0, "VC-0001"], kyt.get_controller_id_robot, robot, 1, text),
+                (0, kyt.get_controller_id_csharp, robot, identity),
+                (0, kyt.get_current_position, robot, 0, position),
+                (0, kyt.set_collision_para, robot, para),
+                (kyt.PARAM_ERR, kyt.set_collision_para, robot, kyt.CollisionPara()),
+                (0, kyt.set_axis_sdo, robot, 1, 2**32 - 1, 0, -(2**31), 4),
+                (0, kyt.verifyReceiveMessage, ["a", "b"], ("c",), 0),
+                (None, kyt.delay, 0),
+            ]
+        )
+        self.assertEqual((number.value, flag.value, text.value), (30, False, "VC-0001"))
+        self.assertEqual("".join(identity), "VC-0001")
+        self.assertEqual(list(position), [0.0] * 7)
+
+    def test_errors(self):
+        robot = self.robot
+        table = [
+            (TypeError, 1, "SOCKETFD", kyt.recv_message, "1", print),
+            (TypeError, 1, "SOCKETFD", kyt.get_servo_state, 1.0, 0),
+            (TypeError, 2, "int &", kyt.get_servo_state, robot, "0"),
+            (TypeError, 2, "bool", kyt.set_reconnect, robot, "yes"),
+            (TypeError, 3, "std::vector< double > &", kyt.get_current_position, robot, 0, [0.0]),
+            (TypeError, 2, "CollisionPara", kyt.set_collision_para, robot, {}),
+            (TypeError, 1, "std::string const &", kyt.connect_robot, b"127.0.0.1", "1"),
+            (TypeError, 1, "std::vector< char > const &", kyt.verifyReceiveMessage, ["ab"], [], 0),
+            (OverflowError, 1, "SOCKETFD", kyt.get_servo_state, 2**31, 0),
+            (OverflowError, 2, "int &", kyt.get_servo_state, robot, 2**70),
+            (OverflowError, 3, "unsigned int", kyt.set_axis_sdo, robot, 1, -1, 0, 0, 0),
+        ]
+        for kind, position, type_, function, *arguments in table:
+            with self.subTest(function=function.__name__, arguments=arguments):
+                with self.assertRaises(kind) as raised:
+                    function(*arguments)
+                text = f"in method '{function.__name__}', argument {position} of type '{type_}'"
+                self.assertEqual(str(raised.exception), text)
+        for setter in CALLBACK_SETTERS:
+            with self.assertRaisesRegex(ValueError, "^Provided callback is not callable!$"):
+                setter(robot, 5)
+        with self.assertRaisesRegex(AttributeError, r"^Variable const_robotNum is read-only\.$"):
+            kyt.cvar.const_robotNum = 2
+        self.assertEqual(kyt.cvar.const_robotNum, 1)
+
+    def test_none_is_no_argument_anywhere(self):
+        for function in FUNCTIONS:
+            arguments = [argument(each.type) for each in function.parameters]
+            for place in range(len(arguments)):
+                with self.subTest(function=function.name, place=place), self.assertRaises(TypeError):
+                    getattr(kyt, function.name)(*arguments[:place], None, *arguments[place + 1 :])
+
+    def test_every_operation_returns_its_status_and_what_goes_in_and_out(self):
+        for function in FUNCTIONS:
+            types = [each.type for each in function.parameters]
+            if types[:1] != ["SOCKETFD"]:
+                continue
+            with self.subTest(function=function.name):
+                result = getattr(kyt, function.name)(UNKNOWN, *map(argument, types[1:]))
+                outputs = [IN_AND_OUT[each] for each in types if each in IN_AND_OUT]
+                status = result[0] if outputs else result
+                self.assertIs(type(status), int)
+                self.assertEqual(result, [status, *outputs] if outputs else status)
+
+    def test_texts_that_are_not_utf8_come_and_go_as_surrogates(self):
+        peer = Peer(self)
+        robot = peer.connect()
+        kyt.send_message(robot, 0x1234, "\udcff\u00e9\0z")
+        frame = peer.sockets[0].recv(100)
+        self.assertEqual(frame[6:-4].rstrip(b"\n"), b"\xff\xc3\xa9\0z")
+        self.assertEqual(kyt.assemblySendMessage(0x1234, "\udcff\u00e9\0z").encode("utf-8", "surrogateescape")[6:11], frame[6:11])
+
+
+if __name__ == "__main__":
+    unittest.main()

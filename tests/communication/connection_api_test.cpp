@@ -1,0 +1,73 @@
+// The functions of the connection itself: their codes in every situation, and what they put on the wire.
+
+#include <functional>
+
+#include "tests/support/callbacks.h"
+#include "tests/support/connected_fixture.h"
+#include "tests/support/process_state.h"
+
+namespace {
+
+void onFrame(int, const char*) {}
+void onMessage(int, const char*, int) {}
+void onState(const char*) {}
+void onReconnect() {}
+
+struct Row {
+  const char* name;
+  std::function<int(SOCKETFD)> call;
+  int connected;
+  int notConnected;
+};
+
+const Row rows[] = {
+    {"get_connection_status", get_connection_status, SUCCESS, DISCONNECT},
+    {"set_reconnect", [](SOCKETFD fd) { return set_reconnect(fd, false); }, SUCCESS, DISCONNECT},
+    {"set_reconnect_callback", [](SOCKETFD fd) { return set_reconnect_callback(fd, onReconnect); }, SUCCESS,
+     DISCONNECT},
+    {"... null", [](SOCKETFD fd) { return set_reconnect_callback(fd, nullptr); }, SUCCESS, DISCONNECT},
+    {"send_message", [](SOCKETFD fd) { return send_message(fd, 0x9999, "{}"); }, SUCCESS, DISCONNECT},
+    {"recv_message", [](SOCKETFD fd) { return recv_message(fd, onFrame); }, SUCCESS, DISCONNECT},
+    {"... null", [](SOCKETFD fd) { return recv_message(fd, nullptr); }, PARAM_ERR, PARAM_ERR},
+    {"set_receive_error_or_warnning_message_callback",
+     [](SOCKETFD fd) { return set_receive_error_or_warnning_message_callback(fd, onMessage); }, SUCCESS, DISCONNECT},
+    {"... null", [](SOCKETFD fd) { return set_receive_error_or_warnning_message_callback(fd, nullptr); }, PARAM_ERR,
+     PARAM_ERR},
+    {"robot_state_callback", [](SOCKETFD fd) { return robot_state_callback(fd, onState); }, SUCCESS, DISCONNECT},
+    {"... null", [](SOCKETFD fd) { return robot_state_callback(fd, nullptr); }, PARAM_ERR, PARAM_ERR},
+};
+
+using ConnectionApi = ConnectedTest;
+
+}  // namespace
+
+TEST_F(ConnectionApi, SaysWhetherItCouldDoItsPart) {
+  for (const Row& row : rows) EXPECT_EQ(row.call(robot), row.connected) << row.name;
+  for (const SOCKETFD fd : {-1, 0, 999, 1001}) {
+    for (const Row& row : rows) EXPECT_EQ(row.call(fd), row.notConnected) << row.name << ", handle " << fd;
+  }
+  controller.dropConnections();
+  ASSERT_TRUE(eventually([&] { return get_connection_status(robot) == DISCONNECT; }));
+  for (const Row& row : rows) EXPECT_EQ(row.call(robot), row.notConnected) << row.name << ", broken";
+  EXPECT_EQ(disconnect_robot(robot), SUCCESS);
+  for (const Row& row : rows) EXPECT_EQ(row.call(robot), row.notConnected) << row.name << ", removed";
+}
+
+TEST_F(ConnectionApi, SendsMessagesAsTheyAre) {
+  const std::string sent[] = {"", "{\"a\":\"\xFF\"}", std::string("a\0b", 3), std::string(65535, 'x')};
+  const std::string arrived[] = {"{robot:1}", sent[1], sent[2], sent[3]};
+  for (const std::string& text : sent) EXPECT_EQ(send_message(robot, 0x9999, text), SUCCESS);
+  const auto code = static_cast<Strategy>(0x9999);
+  ASSERT_TRUE(controller.waitForRequests(code, std::size(sent), std::chrono::seconds(20)));
+  for (std::size_t i = 0; i < std::size(sent); ++i) EXPECT_TRUE(controller.received(code)[i].text == arrived[i]) << i;
+}
+
+TEST(Library, TellsItsVersion) { EXPECT_EQ(get_library_version(), "2.0.4-20260202-1b01ed1"); }
+
+TEST(Library, DelaysForAsLongAsItIsTold) {
+  const auto start = std::chrono::steady_clock::now();
+  delay(0);
+  delay(-1'000'000);
+  delay(30);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(30));
+}

@@ -1,0 +1,158 @@
+// What a process has too little of, and what it is interrupted by.
+
+#include <atomic>
+#include <csignal>
+#include <stdexcept>
+#include <thread>
+
+#include <pthread.h>
+#include <sys/resource.h>
+#include <sys/time.h>
+
+#include "tests/support/connected_fixture.h"
+#include "tests/support/process_state.h"
+#include "tests/support/raw_peer.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+void limit(__rlimit_resource resource, rlim_t soft, bool hardToo) {
+  rlimit value{};
+  ::getrlimit(resource, &value);
+  value.rlim_cur = soft;
+  if (hardToo) value.rlim_max = soft;
+  if (::setrlimit(resource, &value) != 0) throw std::runtime_error("cannot set a limit");
+}
+
+// Takes descriptors until there are none left.
+std::vector<Descriptor> takeDescriptors() {
+  std::vector<Descriptor> taken;
+  for (int number = ::dup(0); number >= 0; number = ::dup(0)) taken.emplace_back(number);
+  return taken;
+}
+
+class RunningOut : public ::testing::Test {
+ protected:
+  void SetUp() override {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizers' own checks need descriptors and memory";
+#endif
+  }
+
+  SOCKETFD connect() { return connect_robot(listener.host(), listener.port()); }
+
+  RawListener listener;  // nobody accepts: that would take descriptors of this process
+};
+
+// The size of the stacks of threads that are started from now on.
+void setStackSize(std::size_t bytes) {
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  if (pthread_attr_setstacksize(&attributes, bytes) != 0 || pthread_setattr_default_np(&attributes) != 0)
+    throw std::runtime_error("cannot set the stack size");
+  pthread_attr_destroy(&attributes);
+}
+
+constexpr std::size_t gigabyte = std::size_t{1} << 30;
+
+}  // namespace
+
+TEST_F(RunningOut, OfDescriptorsLeavesNothingBehind) {
+  disconnect_robot(connect());  // what is made once and kept
+  limit(RLIMIT_NOFILE, ProcessState().descriptors + 20, true);
+  std::vector<Descriptor> taken = takeDescriptors();
+  int expected = 2;
+  SOCKETFD fd = -1;
+  for (std::size_t left = 0; fd == -1; ++left) {
+    fd = connect();
+    if (fd == -1) ++expected;  // its handle has gone to the back of the row
+    disconnect_robot(fd);
+    ASSERT_EQ(takeDescriptors().size(), left);
+    ASSERT_FALSE(taken.empty());
+    taken.pop_back();
+  }
+  EXPECT_EQ(fd, expected);
+  EXPECT_GT(expected, 2);
+}
+
+TEST_F(RunningOut, OfDescriptorsRaisesTheSoftLimit) {
+  rlimit before{};
+  ::getrlimit(RLIMIT_NOFILE, &before);
+  for (const char* const connection : {"the first one, which makes what is kept", "a later one"}) {
+    limit(RLIMIT_NOFILE, ProcessState().descriptors + 5, false);
+    const std::vector<Descriptor> taken = takeDescriptors();
+    const SOCKETFD fd = connect();
+    EXPECT_GT(fd, 0) << connection;
+    disconnect_robot(fd);
+    limit(RLIMIT_NOFILE, before.rlim_cur, false);
+    disconnect_robot(connect());
+  }
+}
+
+TEST_F(RunningOut, OfThreadsLeavesNothingBehind) {
+  disconnect_robot(connect());
+  const ProcessState before;
+  setStackSize(gigabyte << 16);  // more than there are addresses: not one thread can be started
+  EXPECT_EQ(connect(), -1);
+  if (!sanitized) {  // room for the first of two threads: sanitizers reserve memory by the terabyte
+    setStackSize(4 * gigabyte);
+    limit(RLIMIT_AS, 7 * gigabyte, false);
+    EXPECT_EQ(connect(), -1);
+    limit(RLIMIT_AS, RLIM_INFINITY, false);
+  }
+  EXPECT_TRUE(eventually([&] { return ProcessState() == before; })) << ProcessState() << ", before: " << before;
+  setStackSize(8 * gigabyte / 1024);
+  EXPECT_EQ(connect(), sanitized ? 3 : 4);
+}
+
+TEST(Interruptions, SendingToABrokenConnectionDoesNotKill) {
+  ASSERT_NE(std::signal(SIGPIPE, SIG_DFL), SIG_ERR);
+  auto listener = std::make_unique<RawListener>();
+  AsioTCPBackend backend(listener->host(), listener->port());
+  ASSERT_TRUE(backend.Connect());
+  {
+    const Descriptor peer = listener->accept();
+    const linger atOnce{1, 0};
+    ::setsockopt(peer, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+  }
+  EXPECT_TRUE(eventually([&] { return !backend.sendData(0x2602, "{}"); }));
+  EXPECT_FALSE(backend.sendData(0x2602, "{}"));
+}
+
+using Interrupted = ConnectedTest;
+
+TEST_F(Interrupted, SignalsDisturbNothing) {
+  static std::atomic<int> signals;
+  const pthread_t mainThread = pthread_self();
+  struct sigaction action {};
+  action.sa_handler = [](int) { ++signals; };
+  ::sigaction(SIGUSR1, &action, nullptr);  // without SA_RESTART: system calls are interrupted
+  std::atomic<bool> stop{false};
+  std::thread interrupter([&] {
+    while (!stop) {
+      ::pthread_kill(mainThread, SIGUSR1);
+      std::this_thread::sleep_for(100us);
+    }
+  });
+  const std::string text(60'000, 'x');
+  int asked = 0;
+  for (; asked < 300 || signals < 100; ++asked) {
+    int speed = -1;
+    EXPECT_EQ(get_speed(robot, speed), SUCCESS);
+    EXPECT_EQ(speed, 50);
+    EXPECT_EQ(send_message(robot, 0x0101, text), SUCCESS);
+    if (asked % 10 == 0) {
+      const SOCKETFD fd = connect_robot(controller.host(), controller.port());
+      EXPECT_GT(fd, 0);
+      disconnect_robot(fd);
+    }
+  }
+  const auto start = std::chrono::steady_clock::now();
+  delay(100);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, 100ms);
+  stop = true;
+  interrupter.join();
+  EXPECT_EQ(controller.rejected().damaged + controller.rejected().notFrames, 0U);
+  EXPECT_EQ(controller.received(static_cast<Strategy>(0x0101)).size(), static_cast<std::size_t>(asked));
+}

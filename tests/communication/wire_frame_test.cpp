@@ -1,0 +1,110 @@
+// The codec: frames to the byte, and what counts as an intact one.
+
+#include "kyt_host/communication/wire_frame.h"
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+std::uint32_t bitwiseCrc(const std::string& data) {
+  std::uint32_t crc = 0xFFFFFFFF;
+  for (const char byte : data) {
+    crc ^= static_cast<unsigned char>(byte);
+    for (int bit = 0; bit < 8; ++bit) crc = (crc >> 1) ^ ((crc & 1) != 0 ? 0xEDB88320 : 0);
+  }
+  return ~crc;
+}
+
+std::string randomBytes(std::mt19937& random, std::size_t size) {
+  std::string bytes(size, '\0');
+  for (char& byte : bytes) byte = static_cast<char>(random());
+  return bytes;
+}
+
+std::string bigEndian32(std::uint32_t value) {
+  std::string bytes;
+  for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>(value >> shift);
+  return bytes;
+}
+
+int verify(const std::string& frame) {
+  const auto length = static_cast<unsigned char>(frame[2]) * 256U + static_cast<unsigned char>(frame[3]);
+  return verifyReceiveMessage({frame.begin(), frame.begin() + 6}, {frame.begin() + 6, frame.end()}, length);
+}
+
+}  // namespace
+
+TEST(WireFrame, CrcIsTheOneOfEveryByteInTurn) {
+  EXPECT_EQ(calculateCRC32("123456789"), 0xCBF43926U);
+  EXPECT_EQ(calculateCRC32(""), 0U);
+  std::mt19937 random(1);
+  for (std::size_t size = 0; size <= 300; ++size) {
+    const std::string bytes = randomBytes(random, size);
+    ASSERT_EQ(calculateCRC32(bytes), bitwiseCrc(bytes)) << size;
+    const std::string frame = assemblySendMessage(Strategy::GetSpeed, bytes);  // here the CRC starts at an odd place
+    ASSERT_EQ(frame.substr(frame.size() - 4), bigEndian32(bitwiseCrc(frame.substr(2, frame.size() - 6)))) << size;
+  }
+}
+
+TEST(WireFrame, FramesAreAssembledToTheByte) {
+  using namespace std::string_literals;
+  const struct {
+    Strategy code;
+    std::string payload;
+    std::string beforeCrc;
+  } rows[] = {
+      {Strategy::GetSpeed, "{}", "\x4E\x66\x00\x02\x26\x02{}"s},
+      {Strategy::RobotState, "", "\x4E\x66\x00\x09\x95\x13{robot:1}"s},
+      {Strategy::GetSpeed, "a\0b"s, "\x4E\x66\x00\x03\x26\x02"s + "a\0b"s},
+      {static_cast<Strategy>(0xABC02602), "{}", "\x4E\x66\x00\x02\x26\x02{}"s},
+      {Strategy::GetSpeed, std::string(65535, 'x'), "\x4E\x66\xFF\xFF\x26\x02" + std::string(65535, 'x')},
+      // Too long for the length field: sent whole all the same, with the low 16 bits of its length.
+      {Strategy::GetSpeed, std::string(65538, 'x'), "\x4E\x66\x00\x02\x26\x02"s + std::string(65538, 'x')},
+  };
+  for (const auto& row : rows) {
+    const std::string crc = bigEndian32(bitwiseCrc(row.beforeCrc.substr(2)));
+    EXPECT_TRUE(assemblySendMessage(row.code, row.payload) == row.beforeCrc + crc) << row.beforeCrc.substr(0, 30);
+  }
+}
+
+TEST(WireFrame, EveryDamagedByteIsNoticedAndReported) {
+  const std::string sound = assemblySendMessage(Strategy::SpeedReply, "{\"speed\":50}\n");
+  EXPECT_EQ(verify(sound), 0);
+  for (std::size_t at = 4; at < sound.size(); ++at) {
+    std::string damaged = sound;
+    damaged[at] = static_cast<char>(damaged[at] ^ 0x10);
+    const auto computed = bitwiseCrc(damaged.substr(2, damaged.size() - 6));
+    std::uint32_t received = 0;
+    for (const char byte : damaged.substr(damaged.size() - 4))
+      received = received << 8 | static_cast<unsigned char>(byte);
+
+    testing::internal::CaptureStdout();
+    const int result = verify(damaged);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "数据包CRC校验失败" + std::to_string(received) + " != " + std::to_string(computed) + "\n");
+    EXPECT_EQ(result, -1) << at;
+  }
+}
+
+TEST(WireFrame, WhatIsNotCheckedIsAccepted) {
+  std::string otherMagic = assemblySendMessage(Strategy::SpeedReply, "{}");
+  otherMagic[0] = otherMagic[1] = '?';
+  EXPECT_EQ(verify(otherMagic), 0);
+  EXPECT_EQ(verifyReceiveMessage({'N', 'f', 0, 0, 0x26, 0x03}, {1, 2, 3, 4}, 0), 0);
+  EXPECT_EQ(verifyReceiveMessage({}, {}, 0), 0);
+}
+
+TEST(WireFrame, VectorsTooShortForTheirLengthAreRefused) {
+  const std::string frame = assemblySendMessage(Strategy::SpeedReply, "{}");
+  const std::vector<char> header(frame.begin(), frame.begin() + 6);
+  const std::vector<char> body(frame.begin() + 6, frame.end());
+  for (std::size_t size = 0; size < body.size(); ++size)
+    EXPECT_EQ(verifyReceiveMessage(header, {body.begin(), body.begin() + static_cast<long>(size)}, 2), -1) << size;
+  for (std::size_t size = 0; size < header.size(); ++size)
+    EXPECT_EQ(verifyReceiveMessage({header.begin(), header.begin() + static_cast<long>(size)}, body, 2), -1) << size;
+  EXPECT_EQ(verifyReceiveMessage(header, body, 0xFFFFFFFF), -1);
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+
+#include <unistd.h>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool sanitized = true;  // memory is accounted for differently then
+#else
+inline constexpr bool sanitized = false;
+#endif
+
+/// What this process holds of the things that run out.
+struct ProcessState {
+  std::size_t threads = entries("/proc/self/task");
+  std::size_t descriptors = entries("/proc/self/fd");
+
+  bool operator==(const ProcessState& other) const {
+    return threads == other.threads && descriptors == other.descriptors;
+  }
+
+  friend std::ostream& operator<<(std::ostream& stream, const ProcessState& state) {
+    return stream << state.threads << " threads, " << state.descriptors << " descriptors";
+  }
+
+  static std::size_t entries(const char* folder) {
+    const std::filesystem::directory_iterator files(folder);
+    return static_cast<std::size_t>(std::distance(begin(files), end(files)));
+  }
+
+  static std::size_t residentBytes() {
+    std::size_t total = 0;
+    std::size_t resident = 0;
+    std::ifstream("/proc/self/statm") >> total >> resident;
+    return resident * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  }
+};
+
+/// Waits for what another thread or the system is about to do; false when it does not happen.
+template <class Condition>
+bool eventually(Condition condition) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  return true;
+}
