@@ -51,7 +51,7 @@ class AsioTCPBackend::Connection : public std::enable_shared_from_this<Connectio
   void receive(Session& session, FrameBuffer& buffer);
   bool restore(Session& session);
   void endWaits();
-  void callBack(const CallbackQueue::Event& event, const char* text);
+  void callBack(const Session& session, const CallbackQueue::Event& event, const char* text);
 
   std::shared_ptr<Session> session();
   void setSession(std::shared_ptr<Session> session);
@@ -91,7 +91,7 @@ bool AsioTCPBackend::Connection::open() {
     const auto self = shared_from_this();
     session->start([self, session] { self->read(*session); });
     session->start([self, session] {
-      session->callbacks.run([&self](const auto& event, const char* text) { self->callBack(event, text); });
+      session->callbacks.run([&](const auto& event, const char* text) { self->callBack(*session, event, text); });
     });
   } catch (...) {  // the system has no threads left
     connected = false;
@@ -195,14 +195,15 @@ bool AsioTCPBackend::Connection::restore(Session& session) {
 }
 
 // On the calling-back thread. Callbacks are read at the last moment: one that was taken away is not called any more.
-void AsioTCPBackend::Connection::callBack(const CallbackQueue::Event& event, const char* text) try {
+void AsioTCPBackend::Connection::callBack(const Session& session, const CallbackQueue::Event& event,
+                                          const char* text) try {
   if (event.reconnected) {
     if (const ReconnectCallback callback = reconnectCallback) callback();
   }
   if (event.forHandler) {
     if (MessageBaseStrategy* const handler = store.find(static_cast<Strategy>(event.code))) handler->callBack(text);
   }
-  if (event.forReceiver) {
+  if (event.forReceiver && !session.signal.stopped()) {  // the handler's callback may have disconnected
     if (const ReceiveCallback callback = receiveCallback) callback(static_cast<int>(event.code), text);
   }
 } catch (const std::exception& exception) {
