@@ -195,21 +195,26 @@ bool AsioTCPBackend::Connection::restore(Session& session) {
 }
 
 // On the calling-back thread. Callbacks are read at the last moment: one that was taken away is not called any more.
-void AsioTCPBackend::Connection::callBack(const Session& session, const CallbackQueue::Event& event,
-                                          const char* text) try {
-  if (event.reconnected) {
+void AsioTCPBackend::Connection::callBack(const Session& session, const CallbackQueue::Event& event, const char* text) {
+  const auto call = [&session](bool wanted, const auto& callback) {
+    if (!wanted || session.signal.stopped()) return;  // the callback before this one may have disconnected
+    try {
+      callback();
+    } catch (const std::exception& exception) {
+      printLine(std::cerr, std::string("Exception in a callback: ") + exception.what());
+    } catch (...) {
+      printLine(std::cerr, "Exception in a callback: not a standard one");
+    }
+  };
+  call(event.reconnected, [&] {
     if (const ReconnectCallback callback = reconnectCallback) callback();
-  }
-  if (event.forHandler) {
+  });
+  call(event.forHandler, [&] {
     if (MessageBaseStrategy* const handler = store.find(static_cast<Strategy>(event.code))) handler->callBack(text);
-  }
-  if (event.forReceiver && !session.signal.stopped()) {  // the handler's callback may have disconnected
+  });
+  call(event.forReceiver, [&] {
     if (const ReceiveCallback callback = receiveCallback) callback(static_cast<int>(event.code), text);
-  }
-} catch (const std::exception& exception) {
-  printLine(std::cerr, std::string("Exception in a callback: ") + exception.what());
-} catch (...) {
-  printLine(std::cerr, "Exception in a callback: not a standard one");
+  });
 }
 
 AsioTCPBackend::AsioTCPBackend(const std::string& ip, const std::string& port)
