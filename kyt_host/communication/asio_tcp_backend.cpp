@@ -165,7 +165,7 @@ void AsioTCPBackend::Connection::receive(Session& session, FrameBuffer& buffer) 
   for (;;) {
     std::error_code error;
     const std::size_t count = link_.read(buffer.space(), buffer.spaceLeft(), error);
-    if (error) return;
+    if (error || session.signal.stopped()) return;
     buffer.filled(count);
     filer.beginRead(buffer.waiting());
     for (Frame frame; !session.signal.stopped() && buffer.next(frame);) {
