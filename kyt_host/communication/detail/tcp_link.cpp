@@ -30,6 +30,16 @@ bool raiseDescriptorLimit() {
   return setrlimit(RLIMIT_NOFILE, &limit) == 0;
 }
 
+// The first socket brings the event loop's own descriptors along.
+tcp::socket unopenedSocket() {
+  try {
+    return tcp::socket(blockingContext());
+  } catch (const std::system_error& failure) {
+    if (failure.code() != asio::error::no_descriptors || !raiseDescriptorLimit()) throw;
+    return tcp::socket(blockingContext());
+  }
+}
+
 void setTcpOption(tcp::socket& socket, int option, std::chrono::milliseconds::rep value) {
   const int number = static_cast<int>(value);
   ::setsockopt(socket.native_handle(), IPPROTO_TCP, option, &number, sizeof number);
@@ -55,7 +65,7 @@ bool connectedToItself(const tcp::socket& socket) {
 
 // One attempt, in an event loop of its own, so that it ends after the time limit and when `signal` stops.
 tcp::socket tryToConnect(const std::string& ip, const std::string& port, StopSignal& signal, std::error_code& error) {
-  tcp::socket kept(blockingContext());
+  tcp::socket kept = unopenedSocket();
   try {
     asio::io_context loop(1);
     const StopSignal::Guard guard(signal, loop);
@@ -81,7 +91,7 @@ tcp::socket tryToConnect(const std::string& ip, const std::string& port, StopSig
 
 }  // namespace
 
-TcpLink::TcpLink() : socket_(blockingContext()) {}
+TcpLink::TcpLink() : socket_(unopenedSocket()) {}
 
 std::error_code TcpLink::connect(const std::string& ip, const std::string& port, StopSignal& signal) {
   std::error_code error;
