@@ -259,10 +259,27 @@ TEST_F(ServoAndState, WhatIsSetCanBeReadBackForEachRobot) {
     EXPECT_EQ(get_current_mode_robot(robot, robotNum, value), SUCCESS);
     EXPECT_EQ(value, robotNum % 3);
   }
-  int selected = 0;
+  int value = 0;
   EXPECT_EQ(set_robot_switch(robot, 3), SUCCESS);
-  EXPECT_EQ(get_robot_switch(robot, selected), SUCCESS);
-  EXPECT_EQ(selected, 3);
+  EXPECT_EQ(set_teach_type(robot, 2), SUCCESS);  // of the robot that is selected
+  EXPECT_EQ(get_robot_switch(robot, value), SUCCESS);
+  EXPECT_EQ(value, 3);
+  EXPECT_EQ(get_teach_type_robot(robot, 3, value), SUCCESS);
+  EXPECT_EQ(value, 2);
+
+  bool connected = false;
+  std::vector<char> id;
+  controller.editController([](auto& state) {
+    state.teachboxConnected = true;
+    state.id = "C-7";
+  });
+  controller.edit(4, [](auto& state) { state.runningState = 2; });
+  EXPECT_EQ(get_teachbox_connection_status(robot, connected), SUCCESS);
+  EXPECT_TRUE(connected);
+  EXPECT_EQ(get_controller_id_csharp(robot, id), SUCCESS);
+  EXPECT_EQ(std::string(id.begin(), id.end()), "C-7");
+  EXPECT_EQ(get_robot_running_state_robot(robot, 4, value), SUCCESS);
+  EXPECT_EQ(value, 2);
 }
 
 TEST_F(ServoAndState, PositionIsTakenWholeOrNotAtAll) {

@@ -1,8 +1,6 @@
 #include "virtual_controller/virtual_controller.h"
 
 #include <atomic>
-#include <functional>
-#include <random>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -87,88 +85,6 @@ TEST_F(SlowServoTest, TransitionsTakeTheConfiguredTimeAndDoNotHoldUpTheEnd) {
   controller.stopReading(true);
   controller.delayReplies(1h);
 }
-
-// ---- every query answers from the state that a request or a test has set
-
-struct Query {
-  const char* name;
-  std::function<void(VirtualController&, FrameClient&)> prepare;
-  Strategy code;
-  Frame reply;
-};
-
-std::ostream& operator<<(std::ostream& stream, const Query& query) { return stream << query.name; }
-
-class QueryTest : public VirtualControllerTest, public ::testing::WithParamInterface<Query> {};
-
-TEST_P(QueryTest, ReadsWhatWasSet) {
-  GetParam().prepare(controller, client);
-  EXPECT_EQ(client.ask(GetParam().code, R"({"coord":1,"robot":2})"), GetParam().reply);
-}
-
-auto sent(Strategy code, const char* text) {
-  return [=](VirtualController&, FrameClient& client) { client.send(code, text); };
-}
-
-auto edited(const std::function<void(RobotState&)>& change) {
-  return [=](VirtualController& controller, FrameClient&) { controller.edit(2, change); };
-}
-
-auto editedController(const std::function<void(ControllerState&)>& change) {
-  return [=](VirtualController& controller, FrameClient&) { controller.editController(change); };
-}
-
-auto switched(Strategy code, const char* text) {
-  return [=](VirtualController&, FrameClient& client) {
-    client.send(Strategy::SetRobotSwitch, R"({"mode":0,"robot":2})");
-    client.send(code, text);
-  };
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    All, QueryTest,
-    ::testing::Values(Query{"speed",
-                            sent(Strategy::SetSpeed, "{\"robot\":2,\"speed\":103}\n"),
-                            Strategy::GetSpeed,
-                            {Strategy::SpeedReply, R"({"robot":2,"speed":103})", true}},
-                      Query{"coord",
-                            sent(Strategy::SetCurrentCoord, R"({"coord":3,"coordinate":4,"robot":2})"),
-                            Strategy::GetCurrentCoord,
-                            {Strategy::CurrentCoordReply, R"({"coord":3,"coordinate":3,"robot":2})", true}},
-                      Query{"mode",
-                            sent(Strategy::SetCurrentMode, R"({"mode":2,"robot":2})"),
-                            Strategy::GetCurrentMode,
-                            {Strategy::CurrentModeReply, R"({"mode":2,"robot":2})", true}},
-                      Query{"teachType",
-                            switched(Strategy::SetTeachType, R"({"teachType":1})"),
-                            Strategy::GetTeachType,
-                            {Strategy::TeachTypeReply, R"({"robot":2,"teachType":1,"type":1})", true}},
-                      Query{"robotSwitch",
-                            switched(Strategy::SetDragMode, R"({"mode":0})"),
-                            Strategy::GetRobotSwitch,
-                            {Strategy::RobotSwitchReply, R"({"robot":2})", true}},
-                      Query{"runningState",
-                            edited([](RobotState& state) { state.runningState = 2; }),
-                            Strategy::GetRunningState,
-                            {Strategy::RunningStateReply, R"({"robot":2,"status":2})", true}},
-                      Query{"robotType",
-                            edited([](RobotState& state) { state.robotType = 24; }),
-                            Strategy::GetRobotType,
-                            {Strategy::RobotTypeReply, R"({"robot":2,"type":24})", true}},
-                      Query{"position",
-                            edited([](RobotState& state) { state.cartesian = {1, 2.5, -3, 0, 0, 0, 7}; }),
-                            Strategy::GetCurrentPosition,
-                            {Strategy::CurrentPositionReply,
-                             R"({"coord":1,"pos":[1.0,2.5,-3.0,0.0,0.0,0.0,7.0],"robot":2})", true}},
-                      Query{"teachbox",
-                            editedController([](ControllerState& state) { state.teachboxConnected = true; }),
-                            Strategy::GetTeachboxStatus,
-                            {Strategy::TeachboxStatusReply, R"({"connected":true,"robot":2})", true}},
-                      Query{"controllerId",
-                            editedController([](ControllerState& state) { state.id = "A-\xFF"; }),
-                            Strategy::GetControllerId,
-                            {Strategy::ControllerIdReply, "{\"controllerID\":\"A-\xEF\xBF\xBD\",\"robot\":2}", true}}),
-    [](const auto& row) { return row.param.name; });
 
 TEST_F(VirtualControllerTest, SettingsWithoutAQueryAreKept) {
   client.send(Strategy::SetRobotsParallel, R"({"mode":1,"robot":1})");
@@ -391,23 +307,6 @@ TEST_F(VirtualControllerTest, WhatCannotBeAnsweredIsCountedAndNothingElse) {
   EXPECT_EQ(rejected.malformed, 5u);
   EXPECT_EQ(rejected.damaged, 1u);
   EXPECT_EQ(rejected.notFrames, 1u);
-}
-
-TEST_F(VirtualControllerTest, RandomRequestsDoNotEndIt) {
-  const std::vector<Strategy> codes{Strategy::SetServoState, Strategy::SetServoPower, Strategy::SetAxisSdo,
-                                    Strategy::SetCollisionPara, Strategy::GetCurrentPosition};
-  const std::vector<std::string> pieces{"{", "}", "\"robot\":", "\"mode\":", "\"deadman\":", "1",    "-1e999", "[",
-                                        "]", ",", "\"coord\":", "null",      "\"",           "\xC3", "true",   "{}"};
-  std::mt19937 random(1);
-  for (int round = 0; round < 2000; ++round) {
-    std::string text;
-    for (auto count = random() % 12; count > 0; --count) text += pieces[random() % pieces.size()];
-    client.send(codes[random() % codes.size()], text);
-  }
-  auto reply = client.ask(Strategy::GetSpeed, askSpeed);
-  while (reply && reply->code != Strategy::SpeedReply) reply = client.receive();
-  EXPECT_EQ(reply, speedReply);
-  EXPECT_EQ(controller.received().size(), 2001u);
 }
 
 TEST_F(VirtualControllerTest, EverythingAtOnceFromManyThreads) {
