@@ -5,5 +5,5 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
 scripts/build.sh release
-ctest --preset release "$@"
 (($#)) || scripts/test_python.sh
+ctest --preset release "$@"

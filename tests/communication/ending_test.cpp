@@ -197,7 +197,6 @@ TEST_F(Ending, WhileReadingIsPaused) {
 TEST_F(Ending, WhatWasSentBeforeStillArrives) {
   for (std::size_t round = 1; round <= 50; ++round) {
     const SOCKETFD fd = connect_robot(controller.host(), controller.port());
-    for (int i = 0; i < 20; ++i) controller.push(otherCode, std::string(1000, 'x'));  // unread, perhaps, at the end
     ASSERT_EQ(set_speed(fd, 10), SUCCESS);
     disconnect_robot(fd);
     ASSERT_TRUE(controller.waitForRequests(Strategy::SetSpeed, round, 20s));
