@@ -71,6 +71,7 @@ tcp::socket tryToConnect(const std::string& ip, const std::string& port, StopSig
     const StopSignal::Guard guard(signal, loop);
     tcp::socket socket(loop);
     const auto endpoints = tcp::resolver(loop).resolve(tcp::v4(), ip, port, error);
+    if (!error) socket.open(tcp::v4(), error);  // connecting would not say that no descriptor is left
     if (error) return kept;
 
     error = asio::error::timed_out;
