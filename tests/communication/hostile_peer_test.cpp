@@ -87,8 +87,8 @@ const std::string texts[] = {
     "}",
     "{\"a\":",
     "{\"speed\":{\"speed\":[1]},\"state\":[],\"status\":{},\"mode\":\"x\",\"pos\":3,\"position\":\"x\",\"robot\":[]}",
-    "{\"speed\":1e308,\"state\":-1e308,\"mode\":4294967296,\"pos\":[1,\"x\",null,{}],\"kind\":1e20,\"data\":1,\"code\":"
-    "true}",
+    "{\"speed\":1e308,\"state\":-1e308,\"mode\":4294967296,\"pos\":[1,\"x\",null,{}]}",
+    "{\"kind\":1e20,\"data\":1,\"code\":true}",
     "{\"kind\":[],\"data\":{},\"code\":\"x\"}",
     "{\"kind\":null,\"data\":null,\"code\":null}",
     "{\"controllerID\":[],\"id\":{},\"connected\":\"maybe\",\"type\":1.5,\"posACS\":[[]]}",
