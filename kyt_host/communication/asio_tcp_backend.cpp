@@ -21,6 +21,7 @@
 namespace {
 
 constexpr std::chrono::seconds reconnectPause{5};
+constexpr std::chrono::milliseconds lastCommandTime{100};
 constexpr std::string_view filePort = "5000";
 
 }  // namespace
@@ -48,8 +49,9 @@ class AsioTCPBackend::Connection : public std::enable_shared_from_this<Connectio
 
  private:
   void read(Session& session);
-  void receive(Session& session, FrameBuffer& buffer);
+  bool receive(Session& session);
   bool restore(Session& session);
+  void letLastCommandArrive(Session& session);
   void endWaits();
   void callBack(const Session& session, const CallbackQueue::Event& event, const char* text);
 
@@ -58,6 +60,7 @@ class AsioTCPBackend::Connection : public std::enable_shared_from_this<Connectio
 
   BackendBase& owner_;
   TcpLink link_;
+  std::atomic<std::chrono::steady_clock::time_point> lastSent_{};
   std::mutex connectionMutex_;  // open and close, one after the other
   std::mutex sessionMutex_;     // guards session_ alone
   std::shared_ptr<Session> session_;
@@ -115,15 +118,26 @@ bool AsioTCPBackend::Connection::close() {
   const auto session = this->session();
   if (session == nullptr) return false;
 
-  session->stop();
   connected = false;
-  link_.shutdown();
+  session->lingering = true;
+  session->stop();
   endWaits();
-  session->join();
-  link_.close();
-  connected = false;  // a reconnection may just have succeeded
+  letLastCommandArrive(*session);
+  link_.shutdown();
+  if (session->join()) link_.close();  // otherwise a thread that was left behind may still use the socket
+  connected = false;                   // a reconnection may just have succeeded
   setSession(nullptr);
   return true;
+}
+
+// A peer whose connection is reset, as it is when unread data are left here, may forget what it has not read yet: the
+// command to stop, perhaps. So a peer to which something was sent just now gets the time to read it, and to close.
+void AsioTCPBackend::Connection::letLastCommandArrive(Session& session) {
+  const auto until = lastSent_.load() + lastCommandTime;
+  if (std::chrono::steady_clock::now() < until) link_.endWriting();
+  while (session.reading && std::chrono::steady_clock::now() < until)
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  session.lingering = false;
 }
 
 void AsioTCPBackend::Connection::endWaits() {
@@ -134,6 +148,7 @@ void AsioTCPBackend::Connection::endWaits() {
 bool AsioTCPBackend::Connection::send(unsigned int code, const std::string& payload) {
   try {
     const std::error_code error = link_.write(assemblySendMessage(static_cast<Strategy>(code), payload));
+    lastSent_ = std::chrono::steady_clock::now();
     if (!error) return true;
     printLine(std::cerr, "Error sending message to " + ip + ":" + port + ". Exception: " + error.message());
   } catch (const std::exception& exception) {
@@ -143,29 +158,42 @@ bool AsioTCPBackend::Connection::send(unsigned int code, const std::string& payl
 }
 
 // The reading thread, from the connection to its end.
-void AsioTCPBackend::Connection::read(Session& session) try {
-  FrameBuffer buffer;
-  do {
-    receive(session, buffer);
-    if (session.signal.stopped()) return;
+void AsioTCPBackend::Connection::read(Session& session) {
+  try {
+    bool restored = false;
+    do {
+      const bool heard = receive(session);
+      if (session.signal.stopped()) break;
+      connected = false;
+      if (port == filePort) break;
+      printLine(std::cerr, "Service IP = " + ip + ". Connect break.");
+      // A peer that accepts only to close again is not called back at once, over and over.
+      if (restored && !heard) session.signal.sleepFor(reconnectPause);
+      restored = restore(session);
+    } while (restored);
+  } catch (const std::exception& exception) {  // the system has no memory left
+    printLine(std::cerr, "Service IP = " + ip + ". Reading ends: " + exception.what());
     connected = false;
-    buffer.clear();
-    if (port != filePort) printLine(std::cerr, "Service IP = " + ip + ". Connect break.");
-  } while (port != filePort && restore(session));
+  }
   if (!session.signal.stopped()) endWaits();
-} catch (const std::exception& exception) {  // the system has no memory left
-  printLine(std::cerr, "Service IP = " + ip + ". Reading ends: " + exception.what());
-  connected = false;
-  endWaits();
+  session.reading = false;
 }
 
-// Takes frames until the connection breaks or is closed: one read for all that has arrived.
-void AsioTCPBackend::Connection::receive(Session& session, FrameBuffer& buffer) {
+// Takes frames until the connection breaks or is closed: one read for all that has arrived. Whether anything has.
+bool AsioTCPBackend::Connection::receive(Session& session) {
+  bool heard = false;
+  FrameBuffer buffer;
   FrameFiler filer(owner_, store, session.callbacks, receiveCallback);
   for (;;) {
     std::error_code error;
     const std::size_t count = link_.read(buffer.space(), buffer.spaceLeft(), error);
-    if (error || session.signal.stopped()) return;
+    if (error) return heard;
+    if (session.signal.stopped()) {
+      if (!session.lingering) return heard;
+      buffer.clear();
+      continue;
+    }
+    heard = true;
     buffer.filled(count);
     filer.beginRead(buffer.waiting());
     for (Frame frame; !session.signal.stopped() && buffer.next(frame);) {

@@ -1,5 +1,8 @@
 #include "kyt_host/communication/reply_handlers.h"
 
+#include <iostream>
+
+#include "kyt_host/communication/detail/diagnostics.h"
 #include "kyt_host/communication/detail/json_text.h"
 
 namespace {
@@ -11,6 +14,25 @@ void collectTexts(const Json::Value& value, std::vector<std::string>& texts) {
   }
 }
 
+struct SystemMessage {
+  int kind = 0;
+  std::string data;
+  int code = 0;
+};
+
+bool readMessage(const char* text, SystemMessage& message) {
+  try {
+    Json::Value root;
+    if (!parseJson(text, root) || !root.isObject()) return false;
+    if (!root.isMember("kind") || !root.isMember("data") || !root.isMember("code")) return false;
+    message = {root["kind"].asInt(), root["data"].asString(), root["code"].asInt()};
+    return true;
+  } catch (const std::exception& exception) {  // a member of another type
+    printLine(std::cerr, std::string("A message of the controller is not understood: ") + exception.what());
+    return false;
+  }
+}
+
 }  // namespace
 
 void RecvRobotState::callBack(const char* data) {
@@ -18,12 +40,9 @@ void RecvRobotState::callBack(const char* data) {
 }
 
 void ReceiveSystemMessage::callBack(const char* data) {
-  const Callback callback = callback_;
-  Json::Value root;
-  if (callback == nullptr || !parseJson(data, root) || !root.isObject()) return;
-  if (!root.isMember("kind") || !root.isMember("data") || !root.isMember("code")) return;
-  const std::string text = root["data"].asString();
-  callback(root["kind"].asInt(), text.c_str(), root["code"].asInt());
+  SystemMessage message;
+  if (const Callback callback = callback_; callback != nullptr && readMessage(data, message))
+    callback(message.kind, message.data.c_str(), message.code);
 }
 
 bool RecvDownloadFinish::finished() const {

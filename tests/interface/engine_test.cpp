@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tests/support/connected_fixture.h"
+#include "tests/support/raw_peer.h"
 
 namespace {
 
@@ -55,6 +56,30 @@ TEST_F(Engine, ACallInProgressEndsWhenItsConnectionDoes) {
   EXPECT_EQ(call.get(), RECEIVE_FAILED);
   int speed = 0;
   EXPECT_EQ(get_speed(robot, speed), DISCONNECT);
+}
+
+// A controller that sends and reads by turns, and gives up when it cannot send any more.
+TEST(Disconnecting, LeavesABusyControllerTheTimeToReadTheLastCommand) {
+  const RawListener listener;
+  const SOCKETFD robot = connect_robot(listener.host(), listener.port());
+  const Descriptor controller = listener.accept();
+  std::string received;
+  std::thread busy([&] {
+    const std::string frame = assemblySendMessage(Strategy::VfdState, std::string(10'000, ' '));
+    char bytes[1000];
+    try {
+      for (ssize_t count = 0;; count = ::recv(controller, bytes, sizeof bytes, MSG_DONTWAIT)) {
+        if (count > 0) received.append(bytes, static_cast<std::size_t>(count));
+        for (int i = 0; i < 200; ++i) controller.send(frame);
+      }
+    } catch (const std::runtime_error&) {
+    }
+  });
+  delay(50);
+  EXPECT_EQ(set_speed(robot, 7), SUCCESS);
+  disconnect_robot(robot);
+  busy.join();
+  EXPECT_EQ(received, assemblySendMessage(Strategy::SetSpeed, "{\"robot\":1,\"speed\":7}\n"));
 }
 
 TEST_F(Engine, RepliesInPiecesAndInOneWriteAreReadAlike) {

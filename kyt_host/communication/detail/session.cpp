@@ -53,7 +53,7 @@ void Session::stop() {
   callbacks.stop();
 }
 
-void Session::join() {
+bool Session::join() {
   const auto left = std::count_if(threads_.begin(), threads_.end(), isThisThread);
   bool allEnded = false;
   {
@@ -70,6 +70,7 @@ void Session::join() {
     }
   }
   threads_.clear();
+  return allEnded;
 }
 
 void Session::ended() {

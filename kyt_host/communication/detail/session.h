@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -16,6 +17,8 @@ class Session : public std::enable_shared_from_this<Session> {
  public:
   StopSignal signal;
   CallbackQueue callbacks;
+  std::atomic<bool> reading{true};     ///< the reading thread has not ended
+  std::atomic<bool> lingering{false};  ///< stopped, but what arrives is still read, and thrown away
 
   /// Runs `work` on a thread of its own, which leaves all signals to the application's threads. Throws when the system
   /// has no threads left.
@@ -24,7 +27,8 @@ class Session : public std::enable_shared_from_this<Session> {
   void stop();
 
   /// After `stop`: waits for the threads, but neither for the calling one nor longer than 0.9 seconds.
-  void join();
+  /// @return whether all threads but the calling one have ended
+  bool join();
 
  private:
   void ended();

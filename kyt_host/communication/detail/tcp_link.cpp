@@ -8,6 +8,7 @@
 #include <asio/error.hpp>
 #include <asio/io_context.hpp>
 #include <asio/write.hpp>
+#include <fcntl.h>
 
 using asio::ip::tcp;
 
@@ -54,6 +55,7 @@ void setOptions(tcp::socket& socket) {
   setTcpOption(socket, TCP_KEEPIDLE, TcpLink::peerGoneTimeLimit.count() - probes * secondsBetweenProbes);
   setTcpOption(socket, TCP_KEEPINTVL, secondsBetweenProbes);
   setTcpOption(socket, TCP_KEEPCNT, probes);
+  ::fcntl(socket.native_handle(), F_SETFD, FD_CLOEXEC);  // programs that the application starts do not inherit it
   setTcpOption(socket, TCP_USER_TIMEOUT, std::chrono::milliseconds(TcpLink::peerGoneTimeLimit).count());
 }
 
@@ -126,10 +128,14 @@ std::size_t TcpLink::read(char* bytes, std::size_t size, std::error_code& error)
   return count;
 }
 
-void TcpLink::shutdown() {
+void TcpLink::endWriting() { shutdown(tcp::socket::shutdown_send); }
+
+void TcpLink::shutdown() { shutdown(tcp::socket::shutdown_both); }
+
+void TcpLink::shutdown(tcp::socket::shutdown_type what) {
   const std::lock_guard lock(socketMutex_);
   std::error_code ignored;  // not connected: nothing to end
-  socket_.shutdown(tcp::socket::shutdown_both, ignored);
+  socket_.shutdown(what, ignored);
 }
 
 void TcpLink::close() {

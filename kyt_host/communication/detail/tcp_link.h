@@ -31,6 +31,9 @@ class TcpLink {
   /// Reads what has arrived, at most `size` bytes; waits until something has.
   std::size_t read(char* bytes, std::size_t size, std::error_code& error);
 
+  /// Says goodbye: what has been written still arrives, and reading goes on.
+  void endWriting();
+
   /// Ends reads and writes of other threads, at once.
   void shutdown();
 
@@ -38,6 +41,8 @@ class TcpLink {
   void close();
 
  private:
+  void shutdown(asio::ip::tcp::socket::shutdown_type what);
+
   std::mutex writeMutex_;   // one frame after the other
   std::mutex socketMutex_;  // held, with the writeMutex_, to replace the socket, and alone to shut it down
   asio::ip::tcp::socket socket_;
