@@ -2,13 +2,13 @@
 //
 // Twice it waits for something to happen at the controller: an error, and a restart. scripts/demo.sh makes both happen.
 
-#include <kyt_host/kyt_host.h>
-
 #include <atomic>
 #include <cstdlib>
 #include <iostream>
 #include <string>
 #include <vector>
+
+#include <kyt_host/kyt_host.h>
 
 namespace {
 
