@@ -2,6 +2,7 @@
 
 // What the library's headers may come to declare, in small: every kind of argument, field and overload.
 
+#include <numeric>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -43,11 +44,7 @@ inline int countPorts(std::vector<std::vector<Port>> groups) {
   for (const auto& group : groups) count += static_cast<int>(group.size());
   return count;
 }
-inline double total(const std::vector<double>& values) {
-  double result = 0;
-  for (const double value : values) result += value;
-  return result;
-}
+inline double total(const std::vector<double>& values) { return std::accumulate(values.begin(), values.end(), 0.0); }
 inline int describe(const Port& port, unsigned int times, std::string& text) {
   for (; times > 0; --times) text += port.label;
   return 0;

@@ -29,21 +29,17 @@ class Kinds(unittest.TestCase):
             with self.assertRaisesRegex(TypeError, "argument 4 of type 'double &'"):
                 surface.readAll(1, False, "", wrong)
         text = surface.StringRef()
-        self.assertEqual(surface.describe(port(label="x"), 3, text), [0, "xxx"])
-        self.assertEqual(text.value, "xxx")
+        self.assertEqual((surface.describe(port(label="x"), 3, text), text.value), ([0, "xxx"], "xxx"))
 
     def test_records_and_lists_by_value_reference_and_overload(self):
         board, ports = surface.Board(), surface.VectorPort([port(8)])
         board.first.number = 5
-        self.assertEqual(surface.readBoard(board), 0)
-        self.assertEqual((board.first.number, board.ports[0].number), (6, 5))
-        self.assertEqual(surface.readPorts(ports), 0)
-        self.assertEqual(ports, [port(8)] * 100)
+        self.assertEqual((surface.readBoard(board), board.first, board.ports), (0, port(6), [port(5)]))
+        self.assertEqual((surface.readPorts(ports), ports), (0, [port(8)] * 100))
         self.assertEqual(surface.countPorts([ports, (port(), port()), []]), 102)
         self.assertEqual([surface.total(each) for each in ([1, 2], (0.5,), surface.VectorDouble([4]))], [3, 0.5, 4])
         characters = surface.VectorChar()
-        self.assertEqual(surface.copyText("aé", characters), 2)
-        self.assertEqual(characters, surface.VectorChar("aé"))
+        self.assertEqual((surface.copyText("aé", characters), characters), (2, surface.VectorChar("aé")))
         self.assertEqual(surface.copyText("é" * 200000, ""), [1, "é" * 200000])
         for wrong in ([[None]], "ab", None, [1], [[surface.Board()]]):
             with self.assertRaisesRegex(TypeError, "'std::vector< std::vector< Port > >'"):
@@ -79,11 +75,8 @@ class Kinds(unittest.TestCase):
         self.assertEqual(group[1], element)
         for shrink in (lambda: group.__delitem__(slice(1, None)), group.clear):
             shrink()
-            self.assertRaises(IndexError, lambda: element.number)
-            self.assertRaises(IndexError, repr, element)
-            with self.assertRaises(IndexError):
-                element.label = "gone"
-            self.assertRaises(IndexError, surface.describe, element, 1, "")
+            for use, *arguments in (getattr, "number"), (setattr, "label", "gone"), (repr,), (surface.describe, 1, ""):
+                self.assertRaises(IndexError, use, element, *arguments)
         ports = surface.VectorPort([port(1)])
         first = ports.front()
         surface.readPorts(ports)
@@ -91,22 +84,18 @@ class Kinds(unittest.TestCase):
         self.assertEqual(ports[0].number, 9)
 
     def test_objects_without_init_are_of_no_use_and_no_danger(self):
-        class Forgetful(surface.Board):
-            def __init__(self):
-                pass
-
-        class ForgetfulList(surface.VectorPort):
-            def __init__(self):
-                pass
-
-        uses = [lambda: Forgetful().first, lambda: surface.readBoard(Forgetful()), lambda: repr(Forgetful())]
-        uses += [lambda: len(ForgetfulList()), lambda: ForgetfulList()[0], lambda: list(ForgetfulList())]
-        uses += [lambda: ForgetfulList().append(port()), lambda: surface.readPorts(ForgetfulList())]
-        uses += [lambda: bool(surface.VectorInt.__new__(surface.VectorInt)), lambda: Forgetful() == Forgetful()]
-        uses += [lambda: setattr(Forgetful(), "codes", []), lambda: surface.Port.__new__(surface.Port).label]
-        for use in uses:
-            self.assertRaises(TypeError, use)
-
-
-if __name__ == "__main__":
-    unittest.main()
+        forgetful = {"__init__": lambda self: None}
+        board, ports = (type("Forgetful", (base,), forgetful)() for base in (surface.Board, surface.VectorPort))
+        for use, *arguments in [
+            (getattr, board, "first"),
+            (setattr, board, "codes", []),
+            (surface.readBoard, board),
+            (repr, board),
+            (lambda: board == board,),
+            *((use, ports) for use in (len, list, surface.readPorts)),
+            (lambda: ports[0],),
+            (lambda: ports.append(port()),),
+            (bool, surface.VectorInt.__new__(surface.VectorInt)),
+            (getattr, surface.Port.__new__(surface.Port), "label"),
+        ]:
+            self.assertRaises(TypeError, use, *arguments)

@@ -4,14 +4,12 @@ import ast
 import importlib.util
 import os
 import re
-import subprocess
-import sys
 import tempfile
 import unittest
 from pathlib import Path
 
 import _kyt_host as kyt
-from support import PUBLIC_HEADERS, ROOT, headers
+from support import HEADERS, PUBLIC_HEADERS, ROOT, run
 
 import kyt_host_testing
 from stub import Stub
@@ -26,43 +24,38 @@ def declared(pattern):
     return {name for path in PUBLIC_HEADERS for name in pattern.findall(path.read_text(encoding="utf-8"))}
 
 
+def public(names):
+    return {name for name in names if name[0] != "_"}
+
+
+def defined(body):
+    """What a module or class in the stub defines."""
+    names = {node.name for node in body if isinstance(node, (ast.FunctionDef, ast.ClassDef))}
+    return names | {node.target.id for node in body if isinstance(node, ast.AnnAssign)}
+
+
 class Names(unittest.TestCase):
     def test_whatever_the_headers_declare_is_there_with_its_documentation(self):
         functions, records = declared(FUNCTION), declared(RECORD)
         self.assertGreater(len(functions), 60)
-        undocumented = []
         for name in functions | records:
             thing = getattr(kyt, name, None)
             self.assertIs(callable(thing), True, name)
-            if name in functions and len((thing.__doc__ or "").strip().splitlines()) < 2:
-                undocumented.append(name)
-        self.assertEqual(undocumented, [])
+            if name in functions:
+                self.assertGreater(len((thing.__doc__ or "").strip().splitlines()), 1, name)
 
     def test_the_stub_has_the_names_of_the_module(self):
         tree = ast.parse(STUB.read_text(encoding="utf-8"))
         classes = {node.name: node for node in tree.body if isinstance(node, ast.ClassDef)}
-        names = {node.name for node in tree.body if isinstance(node, (ast.FunctionDef, ast.ClassDef))}
-        names |= {node.target.id for node in tree.body if isinstance(node, ast.AnnAssign)}
-        self.assertEqual({name for name in names if name[0] != "_"}, {name for name in dir(kyt) if name[0] != "_"})
-
+        self.assertEqual(public(defined(tree.body)), public(dir(kyt)))
         every_object = set(dir(kyt.IntRef())) - {"value"}
-        for name, class_ in classes.items():
-            if name[0] == "_":
-                continue
+        for name in public(classes):
             is_list = hasattr(getattr(kyt, name), "push_back")
-            body = classes["_List"].body if is_list else class_.body
-            members = {node.name for node in body if isinstance(node, ast.FunctionDef)}
-            members |= {node.target.id for node in body if isinstance(node, ast.AnnAssign)}
-            inherited = every_object - members
-            self.assertEqual(
-                {member for member in members if member[0] != "_"},
-                {member for member in dir(getattr(kyt, name)) if member[0] != "_"} - inherited,
-                name,
-            )
+            members = defined(classes["_List" if is_list else name].body)
+            self.assertEqual(public(members), public(dir(getattr(kyt, name))) - (every_object - members), name)
 
     def test_the_stub_is_what_would_be_generated_now(self):
-        fresh = Stub(kyt, [headers.read(str(path)) for path in PUBLIC_HEADERS]).text()
-        self.assertEqual(STUB.read_text(encoding="utf-8"), fresh)
+        self.assertEqual(STUB.read_text(encoding="utf-8"), Stub(kyt, HEADERS).text())
 
     @unittest.skipUnless(importlib.util.find_spec("mypy"), "mypy is not installed")
     def test_mypy_finds_nothing_wrong(self):
@@ -82,21 +75,14 @@ class Names(unittest.TestCase):
             Path(folder, "right.py").write_text(program)
             Path(folder, "wrong.py").write_text(program + wrong)
             results = [
-                subprocess.run(
-                    [sys.executable, "-m", *command],
-                    stdout=subprocess.PIPE,
-                    stderr=subprocess.STDOUT,
-                    universal_newlines=True,
-                    env=environment,
-                    cwd=folder,
-                )
+                run("-m", *command, env=environment, cwd=folder)
                 for command in (
                     ["mypy.stubtest", *allowed, "_kyt_host"],
                     ["mypy", "--strict", "right.py"],
                     ["mypy", "--strict", "wrong.py"],
                 )
             ]
-        self.assertEqual([each.returncode for each in results], [0, 0, 1], [each.stdout for each in results])
+        self.assertEqual([each.returncode for each in results], [0, 0, 1], results)
         self.assertEqual(re.findall(r"wrong\.py:(\d+): error", results[2].stdout), ["8", "9", "10"])
 
     @unittest.skipUnless("site-packages" in str(STUB), "not installed from a wheel")
@@ -108,7 +94,3 @@ class Names(unittest.TestCase):
         self.assertEqual(Path(kyt_host_testing.__file__).parent, site / "kyt_host_testing")
         version = next(site.glob("kyt_host-*.dist-info")).name.split("-")[1].replace(".dist", "")
         self.assertTrue(kyt.get_library_version().startswith(version), version)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -4,11 +4,9 @@ import re
 import unittest
 
 import _kyt_host as kyt
-from support import PUBLIC_HEADERS, UNKNOWN, Peer, headers
+from support import HEADERS, Peer, start_controller
 
-from kyt_host_testing import VirtualController
-
-FUNCTIONS = [function for path in PUBLIC_HEADERS for function in headers.read(str(path)).functions]
+UNKNOWN = 0  # a handle that no connection ever has
 CALLBACK_SETTERS = [
     kyt.recv_message,
     kyt.set_receive_error_or_warnning_message_callback,
@@ -38,50 +36,39 @@ def argument(type_):
 class Surface(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.controller = VirtualController("--state-period", "0")
-        cls.addClassCleanup(cls.controller.stop)
-        cls.robot = kyt.connect_robot(cls.controller.host, cls.controller.port)
-        cls.addClassCleanup(kyt.disconnect_robot, cls.robot)
-
-    def check(self, table):
-        for expected, function, *arguments in table:
-            with self.subTest(function=function.__name__, arguments=arguments):
-                result = function(*arguments)
-                self.assertEqual(repr(result), repr(expected))  # True is not 1 here
+        _, cls.robot = start_controller(cls.addClassCleanup)
 
     def test_results(self):
         robot, para = self.robot, kyt.CollisionPara()
-        para.collisionDetection_run = [100.0] * 6
-        para.collisionDetection_teach = tuple(range(1, 7))
+        para.collisionDetection_run, para.collisionDetection_teach = [100.0] * 6, tuple(range(1, 7))
         para.position_delay_time_ms_value, para.axisum = 5, 6
         number, flag, text = kyt.IntRef(), kyt.BoolRef(), kyt.StringRef()
         position, identity = kyt.VectorDouble([1, 2]), kyt.VectorChar("long ago")
-        self.check(
-            [
-                (0, kyt.get_connection_status, robot),
-                (0, kyt.set_speed, robot, 30),
-                ([0, 30], kyt.get_speed_robot, robot, True, number),
-                ([-2, 30], kyt.get_speed, UNKNOWN, number),
-                ([0, False], kyt.get_teachbox_connection_status, robot, flag),
-                ([-2, True], kyt.get_teachbox_connection_status, UNKNOWN, 1),
-                ([0, "VC-0001"], kyt.get_controller_id, robot, ""),
-                ([0, "VC-0001"], kyt.get_controller_id_robot, robot, 1, text),
-                (0, kyt.get_controller_id_csharp, robot, identity),
-                (0, kyt.get_current_position, robot, 0, position),
-                (0, kyt.set_collision_para, robot, para),
-                (kyt.PARAM_ERR, kyt.set_collision_para, robot, kyt.CollisionPara()),
-                (0, kyt.set_axis_sdo, robot, 1, 2**32 - 1, 0, -(2**31), 4),
-                (0, kyt.verifyReceiveMessage, ["a", "b"], ("c",), 0),
-                (None, kyt.delay, 0),
-            ]
-        )
+        for expected, function, *arguments in [
+            (0, kyt.get_connection_status, robot),
+            (0, kyt.set_speed, robot, 30),
+            ([0, 30], kyt.get_speed_robot, robot, True, number),
+            ([-2, 30], kyt.get_speed, UNKNOWN, number),
+            ([0, False], kyt.get_teachbox_connection_status, robot, flag),
+            ([-2, True], kyt.get_teachbox_connection_status, UNKNOWN, 1),
+            ([0, "VC-0001"], kyt.get_controller_id, robot, ""),
+            ([0, "VC-0001"], kyt.get_controller_id_robot, robot, 1, text),
+            (0, kyt.get_controller_id_csharp, robot, identity),
+            (0, kyt.get_current_position, robot, 0, position),
+            (0, kyt.set_collision_para, robot, para),
+            (kyt.PARAM_ERR, kyt.set_collision_para, robot, kyt.CollisionPara()),
+            (0, kyt.set_axis_sdo, robot, 1, 2**32 - 1, 0, -(2**31), 4),
+            (0, kyt.verifyReceiveMessage, ["a", "b"], ("c",), 0),
+            (None, kyt.delay, 0),
+        ]:
+            with self.subTest(function=function.__name__, arguments=arguments):
+                self.assertEqual(repr(function(*arguments)), repr(expected))  # True is not 1 here
         self.assertEqual((number.value, flag.value, text.value), (30, False, "VC-0001"))
-        self.assertEqual("".join(identity), "VC-0001")
-        self.assertEqual(list(position), [0.0] * 7)
+        self.assertEqual(("".join(identity), list(position)), ("VC-0001", [0.0] * 7))
 
     def test_errors(self):
         robot = self.robot
-        table = [
+        for kind, position, type_, function, *arguments in [
             (TypeError, 1, "SOCKETFD", kyt.recv_message, "1", print),
             (TypeError, 1, "SOCKETFD", kyt.get_servo_state, 1.0, 0),
             (TypeError, 2, "int &", kyt.get_servo_state, robot, "0"),
@@ -93,8 +80,7 @@ class Surface(unittest.TestCase):
             (OverflowError, 1, "SOCKETFD", kyt.get_servo_state, 2**31, 0),
             (OverflowError, 2, "int &", kyt.get_servo_state, robot, 2**70),
             (OverflowError, 3, "unsigned int", kyt.set_axis_sdo, robot, 1, -1, 0, 0, 0),
-        ]
-        for kind, position, type_, function, *arguments in table:
+        ]:
             with self.subTest(function=function.__name__, arguments=arguments):
                 with self.assertRaises(kind) as raised:
                     function(*arguments)
@@ -107,20 +93,17 @@ class Surface(unittest.TestCase):
             kyt.cvar.const_robotNum = 2
         self.assertEqual(kyt.cvar.const_robotNum, 1)
 
-    def test_none_is_no_argument_anywhere(self):
-        for function in FUNCTIONS:
-            arguments = [argument(each.type) for each in function.parameters]
+    def test_every_operation_refuses_none_and_returns_its_status_and_what_goes_in_and_out(self):
+        for declared in (function for header in HEADERS for function in header.functions):
+            function, types = getattr(kyt, declared.name), [each.type for each in declared.parameters]
+            arguments = [argument(each) for each in types]
             for place in range(len(arguments)):
-                with self.subTest(function=function.name, place=place), self.assertRaises(TypeError):
-                    getattr(kyt, function.name)(*arguments[:place], None, *arguments[place + 1 :])
-
-    def test_every_operation_returns_its_status_and_what_goes_in_and_out(self):
-        for function in FUNCTIONS:
-            types = [each.type for each in function.parameters]
+                with self.subTest(function=declared.name, place=place), self.assertRaises(TypeError):
+                    function(*arguments[:place], None, *arguments[place + 1 :])
             if types[:1] != ["SOCKETFD"]:
                 continue
-            with self.subTest(function=function.name):
-                result = getattr(kyt, function.name)(UNKNOWN, *map(argument, types[1:]))
+            with self.subTest(function=declared.name):
+                result = function(UNKNOWN, *arguments[1:])
                 outputs = [IN_AND_OUT[each] for each in types if each in IN_AND_OUT]
                 status = result[0] if outputs else result
                 self.assertIs(type(status), int)
@@ -132,8 +115,5 @@ class Surface(unittest.TestCase):
         kyt.send_message(robot, 0x1234, "\udcff\u00e9\0z")
         frame = peer.sockets[0].recv(100)
         self.assertEqual(frame[6:-4].rstrip(b"\n"), b"\xff\xc3\xa9\0z")
-        self.assertEqual(kyt.assemblySendMessage(0x1234, "\udcff\u00e9\0z").encode("utf-8", "surrogateescape")[6:11], frame[6:11])
-
-
-if __name__ == "__main__":
-    unittest.main()
+        assembled = kyt.assemblySendMessage(0x1234, "\udcff\u00e9\0z").encode("utf-8", "surrogateescape")
+        self.assertEqual(assembled[6:11], frame[6:11])
