@@ -53,21 +53,4 @@ TEST_F(ConnectionApi, SaysWhetherItCouldDoItsPart) {
   for (const Row& row : rows) EXPECT_EQ(row.call(robot), row.notConnected) << row.name << ", removed";
 }
 
-TEST_F(ConnectionApi, SendsMessagesAsTheyAre) {
-  const std::string sent[] = {"", "{\"a\":\"\xFF\"}", std::string("a\0b", 3), std::string(65535, 'x')};
-  const std::string arrived[] = {"{robot:1}", sent[1], sent[2], sent[3]};
-  for (const std::string& text : sent) EXPECT_EQ(send_message(robot, 0x9999, text), SUCCESS);
-  const auto code = static_cast<Strategy>(0x9999);
-  ASSERT_TRUE(controller.waitForRequests(code, std::size(sent), std::chrono::seconds(20)));
-  for (std::size_t i = 0; i < std::size(sent); ++i) EXPECT_TRUE(controller.received(code)[i].text == arrived[i]) << i;
-}
-
 TEST(Library, TellsItsVersion) { EXPECT_EQ(get_library_version(), "2.0.4-20260202-1b01ed1"); }
-
-TEST(Library, DelaysForAsLongAsItIsTold) {
-  const auto start = std::chrono::steady_clock::now();
-  delay(0);
-  delay(-1'000'000);
-  delay(30);
-  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(30));
-}

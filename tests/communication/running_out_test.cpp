@@ -1,21 +1,19 @@
-// What a process has too little of, and what it is interrupted by.
+// What a process has too little of.
 
-#include <atomic>
 #include <csignal>
+#include <memory>
 #include <stdexcept>
-#include <thread>
 
 #include <pthread.h>
 #include <sys/resource.h>
-#include <sys/time.h>
 
-#include "tests/support/connected_fixture.h"
+#include <gtest/gtest.h>
+
+#include "kyt_host/kyt_host.h"
 #include "tests/support/process_state.h"
 #include "tests/support/raw_peer.h"
 
 namespace {
-
-using namespace std::chrono_literals;
 
 void limit(__rlimit_resource resource, rlim_t soft, bool hardToo) {
   rlimit value{};
@@ -107,7 +105,7 @@ TEST_F(RunningOut, OfThreadsLeavesNothingBehind) {
   EXPECT_EQ(connect(), sanitized ? 3 : 4);
 }
 
-TEST(Interruptions, SendingToABrokenConnectionDoesNotKill) {
+TEST(BrokenConnection, DoesNotKillWhoSends) {
   ASSERT_NE(std::signal(SIGPIPE, SIG_DFL), SIG_ERR);
   auto listener = std::make_unique<RawListener>();
   AsioTCPBackend backend(listener->host(), listener->port());
@@ -119,41 +117,4 @@ TEST(Interruptions, SendingToABrokenConnectionDoesNotKill) {
   }
   EXPECT_TRUE(eventually([&] { return !backend.sendData(0x2602, "{}"); }));
   EXPECT_FALSE(backend.sendData(0x2602, "{}"));
-}
-
-using Interrupted = ConnectedTest;
-
-TEST_F(Interrupted, SignalsDisturbNothing) {
-  static std::atomic<int> signals;
-  const pthread_t mainThread = pthread_self();
-  struct sigaction action {};
-  action.sa_handler = [](int) { ++signals; };
-  ::sigaction(SIGUSR1, &action, nullptr);  // without SA_RESTART: system calls are interrupted
-  std::atomic<bool> stop{false};
-  std::thread interrupter([&] {
-    while (!stop) {
-      ::pthread_kill(mainThread, SIGUSR1);
-      std::this_thread::sleep_for(100us);
-    }
-  });
-  const std::string text(60'000, 'x');
-  int asked = 0;
-  for (; asked < 300 || signals < 100; ++asked) {
-    int speed = -1;
-    EXPECT_EQ(get_speed(robot, speed), SUCCESS);
-    EXPECT_EQ(speed, 50);
-    EXPECT_EQ(send_message(robot, 0x0101, text), SUCCESS);
-    if (asked % 10 == 0) {
-      const SOCKETFD fd = connect_robot(controller.host(), controller.port());
-      EXPECT_GT(fd, 0);
-      disconnect_robot(fd);
-    }
-  }
-  const auto start = std::chrono::steady_clock::now();
-  delay(100);
-  EXPECT_GE(std::chrono::steady_clock::now() - start, 100ms);
-  stop = true;
-  interrupter.join();
-  EXPECT_EQ(controller.rejected().damaged + controller.rejected().notFrames, 0U);
-  EXPECT_EQ(controller.received(static_cast<Strategy>(0x0101)).size(), static_cast<std::size_t>(asked));
 }

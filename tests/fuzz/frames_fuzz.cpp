@@ -32,7 +32,7 @@ void require(bool holds) {
 }
 
 template <class Work>
-void guarded(const Work& work) {
+void guarded(Work work) {
   try {
     work();
   } catch (const std::exception&) {  // what it throws ends as a status, or as a line on standard error
@@ -87,11 +87,6 @@ void onFrame(int /*code*/, const char* /*text*/) {}
 void onState(const char* text) { require(std::strlen(text) <= frameMaxPayload); }
 void onMessage(int /*kind*/, const char* text, int /*code*/) { require(std::strlen(text) <= frameMaxPayload); }
 
-template <class Handler, class Callback>
-void install(MessageManager& store, Strategy code, Callback callback) {
-  dynamic_cast<Handler&>(*store.find(code)).setCallback(callback);
-}
-
 void receive(std::string_view stream, std::size_t pieceSize, MessageManager& store, CallbackQueue& callbacks) {
   static AsioTCPBackend backend("", "");
   const std::atomic<FrameFiler::ReceiveCallback> receiveCallback{onFrame};
@@ -113,9 +108,9 @@ void receive(std::string_view stream, std::size_t pieceSize, MessageManager& sto
 
 void check(std::string_view stream, std::size_t pieceSize, const std::vector<Message>& messages) {
   MessageManager store;
-  install<RecvRobotState>(store, Strategy::RobotState, onState);
-  install<ReceiveSystemMessage>(store, Strategy::ErrorMessage, onMessage);
-  install<ReceiveSystemMessage>(store, Strategy::WarningMessage, onMessage);
+  dynamic_cast<RecvRobotState&>(*store.find(Strategy::RobotState)).setCallback(onState);
+  for (const Strategy code : {Strategy::ErrorMessage, Strategy::WarningMessage})
+    dynamic_cast<ReceiveSystemMessage&>(*store.find(code)).setCallback(onMessage);
   CallbackQueue callbacks;
   receive(stream, pieceSize, store, callbacks);
   for (const auto& [code, text] : lastTexts(messages)) {
@@ -140,25 +135,13 @@ void check(std::string_view stream, std::size_t pieceSize, const std::vector<Mes
 
 // ---- what operations make of a reply
 
-template <class Output>
-void readInto(const Json::Value& root) {
-  Output output{};
-  guarded([&] { take(output, "data", "pos", "state", "speed")(root); });
-}
-
-void readReply(const std::string& text) {
+template <class... Outputs>
+void readInto(const std::string& text) {
   Json::Value root;
   guarded([&] {
     if (!parseJson(text, root)) root = Json::Value();
   });
-  readInto<int>(root);
-  readInto<bool>(root);
-  readInto<double>(root);
-  readInto<std::string>(root);
-  readInto<std::vector<char>>(root);
-  readInto<std::vector<int>>(root);
-  readInto<std::vector<double>>(root);
-  readInto<std::vector<std::vector<double>>>(root);
+  (guarded([&, output = Outputs()]() mutable { take(output, "data", "pos", "state", "speed")(root); }), ...);
 }
 
 }  // namespace
@@ -170,6 +153,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::vector<Message> messages = repairAndCut(stream);
   check(stream, stream.size(), messages);
   check(stream, 1U + data[0], messages);
-  for (const Message& message : messages) readReply(message.text);
+  for (const Message& message : messages) {
+    readInto<int, bool, double, std::string, std::vector<char>, std::vector<int>, std::vector<double>,
+             std::vector<std::vector<double>>>(message.text);
+  }
   return 0;
 }

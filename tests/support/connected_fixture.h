@@ -5,6 +5,13 @@
 #include "kyt_host/kyt_host.h"
 #include "tests/support/controller_fixture.h"
 
+/// The speed, or the status of the query when that is no success.
+inline int speedOf(SOCKETFD fd) {
+  int speed = -1;
+  const int status = get_speed(fd, speed);
+  return status == SUCCESS ? speed : status;
+}
+
 /// A virtual controller with a connection to it.
 class ConnectedTest : public ControllerTest {
  protected:
@@ -20,6 +27,8 @@ class ConnectedTest : public ControllerTest {
     ControllerTest::TearDown();
   }
 
+  SOCKETFD connect() const { return connect_robot(controller.host(), controller.port()); }
+
   /// The exact text of the only request of this code since the last call; waits until it has arrived.
   std::string sent(Strategy code) {
     EXPECT_TRUE(controller.waitForRequests(code, 1, std::chrono::seconds(5)));
@@ -29,5 +38,5 @@ class ConnectedTest : public ControllerTest {
     return requests.empty() ? std::string() : requests.back().text;
   }
 
-  const SOCKETFD robot = connect_robot(controller.host(), controller.port());
+  const SOCKETFD robot = connect();
 };

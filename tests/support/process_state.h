@@ -6,11 +6,12 @@
 #include <fstream>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <unistd.h>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-inline constexpr bool sanitized = true;  // memory is accounted for differently then
+inline constexpr bool sanitized = true;
 #else
 inline constexpr bool sanitized = false;
 #endif
@@ -33,13 +34,22 @@ struct ProcessState {
     return static_cast<std::size_t>(std::distance(begin(files), end(files)));
   }
 
+  /// 0 under sanitizers, which account for memory in their own way.
   static std::size_t residentBytes() {
     std::size_t total = 0;
     std::size_t resident = 0;
     std::ifstream("/proc/self/statm") >> total >> resident;
-    return resident * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    return sanitized ? 0 : resident * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
   }
 };
+
+/// Runs `work` on so many threads, which get their numbers.
+template <class Work>
+void onThreads(int count, const Work& work) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < count; ++i) threads.emplace_back(work, i);
+  for (std::thread& thread : threads) thread.join();
+}
 
 /// Waits for what another thread or the system is about to do; false when it does not happen.
 template <class Condition>

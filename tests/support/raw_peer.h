@@ -72,8 +72,7 @@ class RawListener {
   /// A loopback address that hardly anybody else uses, for what needs a fixed port.
   static std::string ownHost() {
     const int process = ::getpid();
-    return "127." + std::to_string(1 + process / 40'000 % 200) + "." + std::to_string(process / 200 % 200) + "." +
-           std::to_string(1 + process % 200);
+    return "127.5." + std::to_string(process / 200 % 200) + "." + std::to_string(1 + process % 200);
   }
 
  private:
