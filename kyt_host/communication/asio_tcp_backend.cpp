@@ -224,8 +224,8 @@ bool AsioTCPBackend::Connection::restore(Session& session) {
 
 // On the calling-back thread. Callbacks are read at the last moment: one that was taken away is not called any more.
 void AsioTCPBackend::Connection::callBack(const Session& session, const CallbackQueue::Event& event, const char* text) {
-  const auto call = [&session](bool wanted, const auto& callback) {
-    if (!wanted || session.signal.stopped()) return;  // the callback before this one may have disconnected
+  const auto call = [&session](const auto& callback) {
+    if (session.signal.stopped()) return;  // the callback before this one may have disconnected
     try {
       callback();
     } catch (const std::exception& exception) {
@@ -234,15 +234,21 @@ void AsioTCPBackend::Connection::callBack(const Session& session, const Callback
       printLine(std::cerr, "Exception in a callback: not a standard one");
     }
   };
-  call(event.reconnected, [&] {
-    if (const ReconnectCallback callback = reconnectCallback) callback();
-  });
-  call(event.forHandler, [&] {
-    if (MessageBaseStrategy* const handler = store.find(static_cast<Strategy>(event.code))) handler->callBack(text);
-  });
-  call(event.forReceiver, [&] {
-    if (const ReceiveCallback callback = receiveCallback) callback(static_cast<int>(event.code), text);
-  });
+  if (event.reconnected) {
+    call([&] {
+      if (const ReconnectCallback callback = reconnectCallback) callback();
+    });
+  }
+  if (event.forHandler) {
+    call([&] {
+      if (MessageBaseStrategy* const handler = store.find(static_cast<Strategy>(event.code))) handler->callBack(text);
+    });
+  }
+  if (event.forReceiver) {
+    call([&] {
+      if (const ReceiveCallback callback = receiveCallback) callback(static_cast<int>(event.code), text);
+    });
+  }
 }
 
 AsioTCPBackend::AsioTCPBackend(const std::string& ip, const std::string& port)

@@ -1,20 +1,19 @@
 #include "kyt_host/communication/detail/callback_queue.h"
 
 #include <algorithm>
-#include <cstring>
+#include <thread>
 #include <utility>
 
 namespace {
 
-// A batch is a row of these, each followed by its text and a zero byte.
-struct Record {
-  CallbackQueue::Event event;
-  std::uint32_t textSize = 0;
-};
+// On a core that both threads share, the reader gives way when this much waits: it is still in the cache then.
+constexpr std::size_t muchWaiting = 128 * 1024;
 
 constexpr std::size_t smallestBatch = 1024;
-constexpr std::size_t mostSpares = 16;
-constexpr std::size_t mostSparesWhenIdle = 1;
+
+// Fresh memory costs more than what is done with it: a stream keeps its own, and most of it is let go when it pauses.
+constexpr std::size_t mostSpares = 64;
+constexpr std::size_t mostSparesWhenIdle = 4;
 constexpr std::size_t largestSpare = 256 * 1024;
 
 }  // namespace
@@ -28,22 +27,11 @@ void CallbackQueue::Batch::grow(std::size_t leastCapacity) {
   bytes_ = std::move(bytes);
 }
 
-void CallbackQueue::add(const Event& event, std::string_view text) {
-  const Record record{event, static_cast<std::uint32_t>(text.size())};
-  char* const bytes = making_.extend(sizeof record + text.size() + 1);
-  std::memcpy(bytes, &record, sizeof record);
-  text.copy(bytes + sizeof record, text.size());
-  bytes[sizeof record + text.size()] = '\0';
-}
-
 void CallbackQueue::publish() {
   if (making_.size() == 0) return;
   if (handOver()) published_.notify_one();  // without the mutex, so that the thread that wakes need not wait for it
-  std::unique_lock lock(mutex_);
-  if (waitingBytes_ <= currentBound()) return;
-  readerWaits_ = true;
-  room_.wait(lock, [&] { return waitingBytes_ <= currentBound() || stopped_; });
-  readerWaits_ = false;
+  if (waitingBytes() > muchWaiting) std::this_thread::yield();
+  waitForRoom();
 }
 
 // Whether the delivering thread has to be woken.
@@ -58,14 +46,24 @@ bool CallbackQueue::handOver() {
   return std::exchange(idle_, false);
 }
 
+std::size_t CallbackQueue::waitingBytes() {
+  const std::lock_guard lock(mutex_);
+  return waitingBytes_;
+}
+
+void CallbackQueue::waitForRoom() {
+  std::unique_lock lock(mutex_);
+  readerWaits_ = true;
+  room_.wait(lock, [&] { return waitingBytes_ <= currentBound() || stopped_; });
+  readerWaits_ = false;
+}
+
 void CallbackQueue::run(const Deliver& deliver) {
   runningHere_ = this;
   std::unique_lock lock(mutex_);
   while (!stopped_) {
     if (batches_.empty()) {
-      if (spares_.size() > mostSparesWhenIdle) spares_.resize(mostSparesWhenIdle);
-      idle_ = true;
-      published_.wait(lock, [&] { return !batches_.empty() || stopped_; });
+      waitForBatch(lock);
       continue;
     }
     Batch batch = std::move(batches_.front());
@@ -79,6 +77,16 @@ void CallbackQueue::run(const Deliver& deliver) {
     if (spares_.size() < mostSpares && batch.capacity() <= largestSpare) spares_.push_back(std::move(batch));
   }
   runningHere_ = nullptr;
+}
+
+void CallbackQueue::waitForBatch(std::unique_lock<std::mutex>& lock) {
+  if (spares_.size() > mostSparesWhenIdle) spares_.resize(mostSparesWhenIdle);
+  lock.unlock();
+  std::this_thread::yield();  // in a stream, the next batch is about to come
+  lock.lock();
+  if (!batches_.empty()) return;
+  idle_ = true;
+  published_.wait(lock, [&] { return !batches_.empty() || stopped_; });
 }
 
 void CallbackQueue::deliverBatch(const Batch& batch, const Deliver& deliver) {

@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -33,7 +34,13 @@ class CallbackQueue {
   using Deliver = std::function<void(const Event& event, const char* text)>;
 
   /// Reader: adds an event to the batch in the making.
-  void add(const Event& event, std::string_view text);
+  void add(const Event& event, std::string_view text) {
+    const Record record{event, static_cast<std::uint32_t>(text.size())};
+    char* const bytes = making_.extend(sizeof record + text.size() + 1);
+    std::memcpy(bytes, &record, sizeof record);
+    text.copy(bytes + sizeof record, text.size());
+    bytes[sizeof record + text.size()] = '\0';
+  }
 
   /// Reader: hands over the batch in the making, if there is one; blocks while too much waits already.
   void publish();
@@ -54,6 +61,12 @@ class CallbackQueue {
   };
 
  private:
+  /// What a batch is a row of, each followed by its text and a zero byte.
+  struct Record {
+    Event event;
+    std::uint32_t textSize = 0;
+  };
+
   /// A row of bytes to append to, which are not set to zero first.
   class Batch {
    public:
@@ -79,6 +92,9 @@ class CallbackQueue {
   };
 
   bool handOver();
+  std::size_t waitingBytes();
+  void waitForRoom();
+  void waitForBatch(std::unique_lock<std::mutex>& lock);
   void deliverBatch(const Batch& batch, const Deliver& deliver);
   std::size_t currentBound() const { return callbackWaits_ ? boundWhileCallbackWaits : bound; }
 
