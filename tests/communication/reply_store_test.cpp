@@ -12,7 +12,6 @@ namespace {
 
 using namespace std::string_literals;
 
-constexpr auto unknownCode = static_cast<Strategy>(0x0101);
 const std::atomic<bool> notEnded{false};  // replies can still arrive
 
 bool consume(MessageBaseStrategy& handler) { return handler.await(1, notEnded); }
