@@ -57,7 +57,7 @@ CASES = {
         def disconnect(code, text):
             assert kyt.disconnect_robot(robot) == 0
             entered.set()
-        register(disconnect)
+        kyt.recv_message(robot, disconnect)  # which may be called before this returns
         assert entered.wait(10)
         assert kyt.get_connection_status(robot) == kyt.DISCONNECT
     """,
