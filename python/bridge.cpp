@@ -116,37 +116,36 @@ void requireCallable(PyObject* object) {
   if (PyCallable_Check(object) == 0) throw std::invalid_argument("Provided callback is not callable!");
 }
 
-}  // namespace
-
 // A dispatch holds a registry's mutex while it asks for the interpreter lock. So whoever wants such a mutex here lets
 // go of the interpreter lock first.
-
-int recv_message_wrapper(SOCKETFD socketFd, PyObject* callback) {
+template <class... Arguments>
+int install(Registry<Arguments...>& registry, RegistryMutex& mutex, int (*setter)(SOCKETFD, void (*)(Arguments...)),
+            void (*trampoline)(Arguments...), SOCKETFD socketFd, PyObject* callback) {
   requireCallable(callback);
   const kyt_py::LockReleased released;
-  setCallback(callback_registry, callback_registry_mutex, socketFd, callback);
-  return recv_message(socketFd, static_callback);
+  setCallback(registry, mutex, socketFd, callback);
+  return setter(socketFd, trampoline);
+}
+
+}  // namespace
+
+int recv_message_wrapper(SOCKETFD socketFd, PyObject* callback) {
+  return install(callback_registry, callback_registry_mutex, recv_message, static_callback, socketFd, callback);
 }
 
 int set_error_warning_message_callback_wrapper(SOCKETFD socketFd, PyObject* callback) {
-  requireCallable(callback);
-  const kyt_py::LockReleased released;
-  setCallback(error_warning_callback_registry, error_warning_callback_registry_mutex, socketFd, callback);
-  return set_receive_error_or_warnning_message_callback(socketFd, static_error_warning_callback);
+  return install(error_warning_callback_registry, error_warning_callback_registry_mutex,
+                 set_receive_error_or_warnning_message_callback, static_error_warning_callback, socketFd, callback);
 }
 
 int robot_state_callback_wrapper(SOCKETFD socketFd, PyObject* callback) {
-  requireCallable(callback);
-  const kyt_py::LockReleased released;
-  setCallback(robot_state_callback_registry, robot_state_callback_registry_mutex, socketFd, callback);
-  return robot_state_callback(socketFd, static_robot_state_callback);
+  return install(robot_state_callback_registry, robot_state_callback_registry_mutex, robot_state_callback,
+                 static_robot_state_callback, socketFd, callback);
 }
 
 int set_reconnect_callback_wrapper(SOCKETFD socketFd, PyObject* callback) {
-  requireCallable(callback);
-  const kyt_py::LockReleased released;
-  setCallback(reconnect_callback_registry, reconnect_callback_registry_mutex, socketFd, callback);
-  return set_reconnect_callback(socketFd, static_reconnect_callback);
+  return install(reconnect_callback_registry, reconnect_callback_registry_mutex, set_reconnect_callback,
+                 static_reconnect_callback, socketFd, callback);
 }
 
 void end_callbacks() {
