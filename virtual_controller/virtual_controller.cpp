@@ -9,7 +9,7 @@
 #include "virtual_controller/event_loop.h"
 #include "virtual_controller/listener.h"
 #include "virtual_controller/model.h"
-#include "virtual_controller/operations.h"
+#include "virtual_controller/operations/operations.h"
 #include "virtual_controller/request_log.h"
 #include "virtual_controller/script.h"
 #include "virtual_controller/session.h"
@@ -19,13 +19,6 @@ namespace virtual_controller {
 namespace {
 
 constexpr int refusedCode = 1;  // the error number of a refused request
-
-Operations allOperations() {
-  Operations operations;
-  addServoAndState(operations);
-  addPositions(operations);
-  return operations;
-}
 
 /// The request as an object; null when it is none.
 Json parsed(const std::string& text) {

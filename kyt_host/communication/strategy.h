@@ -28,6 +28,13 @@ enum class Strategy : unsigned int {
   SetDragMode = 0x750F,
   GetTeachboxStatus = 0x9305,            TeachboxStatusReply = 0x9306,
 
+  // motion
+  StartJogging = 0x2901,                 StopJogging = 0x2902,
+  GoHome = 0x3002,                       GoToResetPosition = 0x3007,
+  MoveJ = 0x4501,                        MoveL = 0x4502,
+  ExtraMoveJ = 0x4507,                   ExtraMoveL = 0x4508,
+  EnableServoPositionMotionControl = 0x95A1,
+
   // pushed by the controller, unasked
   ErrorMessage = 0x2B03,                 WarningMessage = 0x2B04,
   VfdState = 0x9136,
@@ -50,25 +57,38 @@ enum class Strategy : unsigned int {
   GetStaticSearchPosition = 0x930D,      StaticSearchPositionReply = 0x930E,
 
   // global variables and positions
-  GetGlobalPosition = 0x5605,            GlobalPositionReply = 0x5606,
-  GetGlobalVariant = 0x560B,             GlobalVariantReply = 0x560C,
-  GetGlobalSyncPosition = 0x561B,        GlobalSyncPositionReply = 0x561C,
+  SetGlobalPosition = 0x5604,            GetGlobalPosition = 0x5605,  GlobalPositionReply = 0x5606,
+  SetGlobalVariant = 0x5607,             GetGlobalVariant = 0x560B,   GlobalVariantReply = 0x560C,
+  SetGlobalSyncPosition = 0x561A,        GetGlobalSyncPosition = 0x561B, GlobalSyncPositionReply = 0x561C,
 
   // tools, user coordinates, calibration
-  GetToolHandParam = 0x3806,             ToolHandParamReply = 0x3807,
-  GetToolHandNumber = 0x380B,            ToolHandNumberReply = 0x380C,
-  GetUserCoordPara = 0x3C08,             UserCoordParaReply = 0x3C09,
-  GetUserCoordNumber = 0x3C0B,           UserCoordNumberReply = 0x3C0C,
+  SetToolHandParam = 0x3805,             GetToolHandParam = 0x3806,       ToolHandParamReply = 0x3807,
+  SetToolHandNumber = 0x380A,            GetToolHandNumber = 0x380B,      ToolHandNumberReply = 0x380C,
+  CalculateToolHand7 = 0x3801,           RecordToolHand7Point = 0x3802,   ClearToolHand7Point = 0x3817,
+  CalculateToolHand2Or20 = 0x7101,       RecordToolHand2Or20Point = 0x7102, ClearToolHand2Or20Point = 0x7109,
+  CalculateUserCoordinate = 0x3C01,      CalibrateUserCoordinate = 0x3C03,
+  SetUserCoordPara = 0x3C07,             GetUserCoordPara = 0x3C08,       UserCoordParaReply = 0x3C09,
+  SetUserCoordNumber = 0x3C0A,           GetUserCoordNumber = 0x3C0B,     UserCoordNumberReply = 0x3C0C,
   CalculateFourPoint = 0x7201,           CalculateFourPointReply = 0x7204,
   SetResultForDh = 0x7205,               ResultForDhReply = 0x7206,
   GetFourPoint = 0x7207,                 FourPointReply = 0x7208,
 
   // jobs and the motion queue
+  PauseJob = 0x2401,                     // also before a step: "type" tells them apart
+  RunJob = 0x2501,                       StopJob = 0x2503,                EndJob = 0x9107,
+  SelectJobLine = 0x9104,
+  DeleteJob = 0x3111,                    CreateJob = 0x3113,              CreateJobFile = 0x3120,
+  OpenJob = 0x3114,
+  InsertJobCommand = 0x3121,             DeleteJobCommand = 0x3123,
+  InsertLocalPosition = 0x3124,          SetLocalPosition = 0x3125,
+  SyncJobFile = 0x9303,
   GetJobLine = 0x3503,                   JobLineReply = 0x3504,
   GetCurrentJob = 0x3A04,                CurrentJobReply = 0x3A05,
   SetJobRunTimes = 0x5011,               JobRunTimesReply = 0x5013,
-  QueueMotionStatusReply = 0x50B3,
-  QueueMotionLengthReply = 0x50B6,
+  SetQueueMotionStatus = 0x50B1,         GetQueueMotionStatus = 0x50B2,   QueueMotionStatusReply = 0x50B3,
+  SendQueueMotion = 0x50B4,              GetQueueMotionLength = 0x50B5,   QueueMotionLengthReply = 0x50B6,
+  SuspendQueueMotion = 0x50B7,           RestartQueueMotion = 0x50B8,
+  StopQueueMotion = 0x50B9,              StopQueueMotionKeepPower = 0x50BA,
   GetJobTotalLines = 0x9307,             JobTotalLinesReply = 0x9308,
   GetJobCommand = 0x9309,                JobCommandReply = 0x930A,
 
@@ -89,8 +109,9 @@ enum class Strategy : unsigned int {
   GetForceDigitalInput = 0x360D,         ForceDigitalInputReply = 0x360E,
 
   // welding, vision, conveyor, pallet, track recording, Modbus master
-  GetWeldConfig = 0x4008,                WeldConfigReply = 0x4009,
-  GetWaveWeldParam = 0x400C,             WaveWeldParamReply = 0x400D,
+  SetWeldConfig = 0x4007,                GetWeldConfig = 0x4008,          WeldConfigReply = 0x4009,
+  SetWaveWeldParam = 0x400B,             GetWaveWeldParam = 0x400C,       WaveWeldParamReply = 0x400D,
+  OperateWelder = 0x401A,
   GetWeldMonitor = 0x4015,               WeldMonitorReply = 0x4016,
   GetFeedWireStatus = 0x401B,            FeedWireStatusReply = 0x401C,
   GetVisionRange = 0x3F05,               VisionRangeReply = 0x3F06,
@@ -112,9 +133,9 @@ enum class Strategy : unsigned int {
   UploadRequest = 0x5501,                UploadRequestReply = 0x5502,
   DownloadRequest = 0x5504,              DownloadRequestReply = 0x5505,
   ListConfigFiles = 0x5507,              ConfigFileListReply = 0x5508,
-  UploadFinishedReply = 0x5513,
-  DownloadData = 0x5521,
-  DownloadFinished = 0x5522,
+  UploadData = 0x5511,                   UploadOver = 0x5512,             UploadFinishedReply = 0x5513,
+  DownloadNext = 0x5524,                 DownloadData = 0x5521,           DownloadFinished = 0x5522,
+  DownloadOver = 0x5523,
   ListJobFiles = 0x5532,                 JobFileNumberReply = 0x5533,
   JobFileNameReply = 0x5534,
   JobFileListFinished = 0x5535,

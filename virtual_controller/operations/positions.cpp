@@ -1,10 +1,10 @@
-#include "virtual_controller/operations.h"
+#include "virtual_controller/operations/operations.h"
 #include "virtual_controller/request.h"
 
 namespace virtual_controller {
 namespace {
 
-std::optional<Reply> getCurrentPosition(Model& model, const Json& request) {
+OptionalReply getCurrentPosition(Model& model, const Json& request) {
   const auto& robot = model.robot(request);
   const auto coord = request.contains("coord") ? integer(request, {"coord"}) : robot.state.coord;
   const auto& position = coord == 0 ? robot.state.position : robot.state.cartesian;

@@ -2,38 +2,13 @@
 #include <string>
 #include <utility>
 
-#include "virtual_controller/operations.h"
+#include "virtual_controller/operations/operations.h"
 #include "virtual_controller/request.h"
 
 namespace virtual_controller {
 namespace {
 
-using OptionalReply = std::optional<Reply>;
-
 constexpr std::size_t maxSdoObjects = 10'000;
-
-/// A reply that carries a robot's number, and a value under each of the keys.
-Reply reply(Strategy code, int robot, const Keys& keys, const Json& value) {
-  Json message{{"robot", robot}};
-  for (const auto* key : keys) message[key] = value;
-  return {code, std::move(message)};
-}
-
-/// A query that reads a member of a robot's state.
-Operation query(std::string name, Strategy replyCode, int RobotState::*member, const Keys& keys) {
-  return {std::move(name), [=](Model& model, const Json& request) -> OptionalReply {
-            const auto& robot = model.robot(request);
-            return reply(replyCode, robot.number, keys, robot.state.*member);
-          }};
-}
-
-/// A command that sets a member of a robot's state, without a reply.
-Operation setting(std::string name, int RobotState::*member, const Keys& keys) {
-  return {std::move(name), [=](Model& model, const Json& request) -> OptionalReply {
-            model.robot(request).state.*member = integer(request, keys);
-            return std::nullopt;
-          }};
-}
 
 OptionalReply setServoState(Model& model, const Json& request) {
   auto& robot = model.robot(request);

@@ -1,0 +1,41 @@
+#include "virtual_controller/operations/operations.h"
+
+#include <utility>
+
+namespace virtual_controller {
+
+Reply reply(Strategy code, int robot, const Keys& keys, const Json& value) {
+  Json message{{"robot", robot}};
+  for (const auto* key : keys) message[key] = value;
+  return {code, std::move(message)};
+}
+
+Operation query(std::string name, Strategy replyCode, int RobotState::*member, const Keys& keys) {
+  return {std::move(name), [=](Model& model, const Json& request) -> OptionalReply {
+            const auto& robot = model.robot(request);
+            return reply(replyCode, robot.number, keys, robot.state.*member);
+          }};
+}
+
+Operation setting(std::string name, int RobotState::*member, const Keys& keys) {
+  return {std::move(name), [=](Model& model, const Json& request) -> OptionalReply {
+            model.robot(request).state.*member = integer(request, keys);
+            return std::nullopt;
+          }};
+}
+
+Operation command(std::string name, std::function<void(Model&, const Json& request)> perform) {
+  return {std::move(name), [perform = std::move(perform)](Model& model, const Json& request) -> OptionalReply {
+            perform(model, request);
+            return std::nullopt;
+          }};
+}
+
+Operations allOperations() {
+  Operations operations;
+  addServoAndState(operations);
+  addPositions(operations);
+  return operations;
+}
+
+}  // namespace virtual_controller
