@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(g++ cmake ninja-build pkg-config libasio-dev nlohmann-json3-dev libjsoncpp-dev libcli11-dev libeigen3-dev
-  python3-dev python3-venv)
+  libgtest-dev swig python3-dev python3-venv)
 if [[ ${1:-} == checks ]]; then
   packages+=(clang clang-format clang-tidy libclang-rt-14-dev shellcheck mypy)
 fi
