@@ -41,6 +41,17 @@ struct CollisionParameters {
   double errorEnableTime{};    ///< ms
 };
 
+/// X, Y, Z in mm, then A, B, C in degrees: the rotations about the fixed axes x, y, z, carried out in that order.
+using Pose = std::array<double, 6>;
+
+/// A tool frame, as seen from the flange, and the payload that comes with it.
+struct ToolFrame {
+  Pose pose{};
+  double payloadMass{};
+  double payloadInertia{};
+  std::array<double, 3> payloadMassCenter{};
+};
+
 struct ActiveError {
   int code{};
   std::string text;
@@ -59,6 +70,10 @@ struct RobotState {
   int dragMode = 0;
   std::array<double, 7> position{};   ///< in coordinate system 0: joint angles in degrees
   std::array<double, 7> cartesian{};  ///< in every other coordinate system
+  int toolNumber = 0;                 ///< 0: the flange itself
+  std::map<int, ToolFrame> tools;
+  int userNumber = 0;              ///< 0: the base frame
+  std::map<int, Pose> userFrames;  ///< as seen from the base
   CollisionParameters collision;
   std::optional<ActiveError> error;  ///< set while an error is active
 };
