@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <string>
 
 #include "kyt_host/communication/connection_api.h"
@@ -26,12 +25,6 @@ int setServoPower(SOCKETFD socketFd, int robotNum, int deadman, int expectedStat
   return result == SUCCESS ? check_servo_state(socketFd, robotNum, expectedState) : result;
 }
 
-bool within(double value, double low, double high) { return value >= low && value <= high; }
-
-std::vector<double> firstValues(const std::vector<double>& values, int count) {
-  return {values.begin(), values.begin() + count};
-}
-
 // An angle in degrees, brought into -180..180.
 double normalised(double degrees) {
   const double angle = std::fmod(std::fmod(degrees, 360.0) + 360.0, 360.0);
@@ -42,7 +35,7 @@ double normalised(double degrees) {
 
 int get_servo_state_robot(SOCKETFD socketFd, int robotNum, int& state) {
   return query(socketFd, Strategy::GetServoState, compact({{"robot", robotNum}}),
-               reply<RecvServoStatus>(Strategy::ServoStateReply), take(state, "state", "status"));
+               reply<RecvServoStatus>(Strategy::ServoStateReply), replies::servoState(state));
 }
 
 int set_servo_state_robot(SOCKETFD socketFd, int robotNum, int state) {
@@ -96,7 +89,7 @@ int set_speed_robot(SOCKETFD socketFd, int robotNum, int speed) {
 
 int get_speed_robot(SOCKETFD socketFd, int robotNum, int& speed) {
   return query(socketFd, Strategy::GetSpeed, compact({{"robot", robotNum}}), reply<RecvSpeed>(Strategy::SpeedReply),
-               take(speed, "speed"));
+               replies::speed(speed));
 }
 
 int set_current_coord_robot(SOCKETFD socketFd, int robotNum, int coord) {
@@ -106,7 +99,7 @@ int set_current_coord_robot(SOCKETFD socketFd, int robotNum, int coord) {
 
 int get_current_coord_robot(SOCKETFD socketFd, int robotNum, int& coord) {
   return query(socketFd, Strategy::GetCurrentCoord, line({{"robot", robotNum}}),
-               reply<RecvCoordination>(Strategy::CurrentCoordReply), take(coord, "coord", "coordinate"));
+               reply<RecvCoordination>(Strategy::CurrentCoordReply), replies::coord(coord));
 }
 
 int set_current_mode_robot(SOCKETFD socketFd, int robotNum, int mode) {
@@ -115,7 +108,7 @@ int set_current_mode_robot(SOCKETFD socketFd, int robotNum, int mode) {
 
 int get_current_mode_robot(SOCKETFD socketFd, int robotNum, int& mode) {
   return query(socketFd, Strategy::GetCurrentMode, line({{"robot", robotNum}}),
-               reply<RecvOperationMode>(Strategy::CurrentModeReply), take(mode, "mode"));
+               reply<RecvOperationMode>(Strategy::CurrentModeReply), replies::mode(mode));
 }
 
 int set_teach_type_robot(SOCKETFD socketFd, int /*robotNum*/, int type) {
@@ -124,7 +117,7 @@ int set_teach_type_robot(SOCKETFD socketFd, int /*robotNum*/, int type) {
 
 int get_teach_type_robot(SOCKETFD socketFd, int robotNum, int& type) {
   return query(socketFd, Strategy::GetTeachType, line({{"robot", robotNum}}),
-               reply<RecvTeachType>(Strategy::TeachTypeReply), take(type, "teachType", "type"));
+               reply<RecvTeachType>(Strategy::TeachTypeReply), replies::teachType(type));
 }
 
 int set_darg_mode_robot(SOCKETFD socketFd, int /*robotNum*/, int mode) {
@@ -133,12 +126,12 @@ int set_darg_mode_robot(SOCKETFD socketFd, int /*robotNum*/, int mode) {
 
 int get_robot_running_state_robot(SOCKETFD socketFd, int robotNum, int& status) {
   return query(socketFd, Strategy::GetRunningState, line({{"robot", robotNum}}),
-               reply<RecvRobotRunStatus>(Strategy::RunningStateReply), take(status, "status"));
+               reply<RecvRobotRunStatus>(Strategy::RunningStateReply), replies::runningState(status));
 }
 
 int get_robot_type_robot(SOCKETFD socketFd, int robotNum, int& type) {
   return query(socketFd, Strategy::GetRobotType, line({{"robot", robotNum}}),
-               reply<RecvRobotType>(Strategy::RobotTypeReply), take(type, "type"));
+               reply<RecvRobotType>(Strategy::RobotTypeReply), replies::robotType(type));
 }
 
 int get_robot_configuration_robot(SOCKETFD socketFd, int robotNum, int& config) {
@@ -160,23 +153,18 @@ int get_robot_configuration_robot(SOCKETFD socketFd, int robotNum, int& config) 
 
 int get_teachbox_connection_status_robot(SOCKETFD socketFd, int robotNum, bool& connected) {
   return query(socketFd, Strategy::GetTeachboxStatus, line({{"robot", robotNum}}),
-               reply<RecvTeachboxStatus>(Strategy::TeachboxStatusReply), take(connected, "connected"));
+               reply<RecvTeachboxStatus>(Strategy::TeachboxStatusReply), replies::teachboxStatus(connected));
 }
 
 int get_controller_id_robot(SOCKETFD socketFd, int robotNum, char* id) {
   if (id == nullptr) return PARAM_ERR;
   return query(socketFd, Strategy::GetControllerId, line({{"robot", robotNum}}),
-               reply<RecvControllerID>(Strategy::ControllerIdReply), [id](const Json::Value& root) {
-                 std::string text;
-                 if (!root.isMember("controllerID")) return;
-                 readValue(root["controllerID"], text);
-                 std::memcpy(id, text.c_str(), text.size() + 1);
-               });
+               reply<RecvControllerID>(Strategy::ControllerIdReply), replies::controllerId(id));
 }
 
 int get_controller_id_csharp_robot(SOCKETFD socketFd, int robotNum, std::vector<char>& id) {
   return query(socketFd, Strategy::GetControllerId, line({{"robot", robotNum}}),
-               reply<RecvControllerID>(Strategy::ControllerIdReply), take(id, "controllerID"));
+               reply<RecvControllerID>(Strategy::ControllerIdReply), replies::controllerId(id));
 }
 
 int set_robots_parallel(SOCKETFD socketFd, bool parallel) {
@@ -205,8 +193,8 @@ int set_collision_para_robot(SOCKETFD socketFd, int /*robotNum*/, CollisionPara 
       !within(para.error_enable_time_ms_value, 0.0, 99.0))
     return PARAM_ERR;
   return command(socketFd, Strategy::SetCollisionPara,
-                 compact({{"Co_De_para", firstValues(run, axes)},
-                          {"Colli_Detec_jog", firstValues(teach, axes)},
+                 compact({{"Co_De_para", firstValues(run, static_cast<std::size_t>(axes))},
+                          {"Colli_Detec_jog", firstValues(teach, static_cast<std::size_t>(axes))},
                           {"pos_delay_time", para.position_delay_time_ms_value},
                           {"error_enable_time", para.error_enable_time_ms_value}}));
 }

@@ -65,7 +65,9 @@ std::vector<Message> repairAndCut(std::string& stream) {
   return messages;
 }
 
-bool carriesRequestId(const Message& message) { return message.text.find("\"reqId\"") != std::string::npos; }
+bool carriesRequestId(const Message& message) {
+  return message.code != 0x5521 && message.text.find("\"reqId\"") != std::string::npos;  // but for a file's bytes
+}
 
 // The last text of each code that is stored.
 std::map<unsigned int, std::string> lastTexts(const std::vector<Message>& messages) {

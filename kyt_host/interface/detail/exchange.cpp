@@ -1,24 +1,22 @@
 #include "kyt_host/interface/detail/exchange.h"
 
-#include <iostream>
-
 #include "kyt_host/communication/communication_manager.h"
-#include "kyt_host/communication/detail/diagnostics.h"
+#include "kyt_host/communication/detail/guarded.h"
 #include "kyt_host/communication/detail/json_text.h"
+#include "kyt_host/communication/wire_frame.h"
 
 namespace {
 
 constexpr int replyTimeLimitMs = 1000;
 
-// Runs one operation; whatever it throws ends here.
-template <class Operation>
-int guarded(const Operation& operation) {
-  try {
-    return operation();
-  } catch (const std::exception& exception) {
-    printLine(std::cerr, std::string("Exception: ") + exception.what());
-    return EXCEPTION;
-  }
+int send(SOCKETFD socketFd, Strategy code, const Request& request, int onFailure) {
+  return guarded<int>(EXCEPTION, [&]() -> int {
+    const ClientManager::Client client(socketFd);
+    if (!client) return DISCONNECT;
+    const std::string text = request.text();
+    if (text.size() > frameMaxPayload) return PARAM_ERR;
+    return client->sendData(static_cast<unsigned int>(code), text) ? SUCCESS : onFailure;
+  });
 }
 
 int exchangeTexts(SOCKETFD socketFd, Strategy code, const Request& request, const ExpectedReply& expected,
@@ -34,6 +32,7 @@ int exchangeTexts(SOCKETFD socketFd, Strategy code, const Request& request, cons
 }  // namespace
 
 std::string Request::text() const {
+  if (const auto* const written = std::get_if<std::string>(&object_)) return *written;
   if (const auto* const object = std::get_if<nlohmann::json>(&object_)) return object->dump();
   return writeLine(std::get<Json::Value>(object_));
 }
@@ -44,24 +43,14 @@ Request line(std::initializer_list<std::pair<const char*, Json::Value>> members)
   return Request(std::move(object));
 }
 
-const Json::Value* firstOf(const Json::Value& root, const char* const* keys, std::size_t count) {
-  for (const char* const* key = keys; key != keys + count; ++key) {
-    if (root.isMember(*key)) return &root[*key];
-  }
-  return nullptr;
-}
+int command(SOCKETFD socketFd, Strategy code, const Request& request) { return send(socketFd, code, request, SUCCESS); }
 
-int command(SOCKETFD socketFd, Strategy code, const Request& request) {
-  return guarded([&]() -> int {
-    const ClientManager::Client client(socketFd);
-    if (!client) return DISCONNECT;
-    client->sendData(static_cast<unsigned int>(code), request.text());
-    return SUCCESS;
-  });
+int handOver(SOCKETFD socketFd, Strategy code, const Request& request) {
+  return send(socketFd, code, request, RECEIVE_FAILED);
 }
 
 int query(SOCKETFD socketFd, Strategy code, const Request& request, const ExpectedReply& expected) {
-  return guarded([&] {
+  return guarded<int>(EXCEPTION, [&] {
     std::string text;
     return exchangeTexts(socketFd, code, request, expected, text);
   });
@@ -69,7 +58,7 @@ int query(SOCKETFD socketFd, Strategy code, const Request& request, const Expect
 
 int queryAndRead(SOCKETFD socketFd, Strategy code, const Request& request, const ExpectedReply& expected,
                  const ReadReply& read) {
-  return guarded([&] {
+  return guarded<int>(EXCEPTION, [&] {
     std::string text;
     const int result = exchangeTexts(socketFd, code, request, expected, text);
     Json::Value root;
@@ -77,3 +66,16 @@ int queryAndRead(SOCKETFD socketFd, Strategy code, const Request& request, const
     return result;
   });
 }
+
+int decodeAndRead(const std::string& text, const ReadReply& read) {
+  try {
+    Json::Value root;
+    if (!parseJson(text, root)) return EXCEPTION;
+    read(root);
+    return SUCCESS;
+  } catch (const std::exception&) {
+    return EXCEPTION;
+  }
+}
+
+bool connected(SOCKETFD socketFd) { return static_cast<bool>(ClientManager::Client(socketFd)); }

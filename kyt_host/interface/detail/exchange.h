@@ -1,9 +1,7 @@
 #pragma once
 
-#include <array>
 #include <functional>
 #include <initializer_list>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <variant>
@@ -14,14 +12,14 @@
 
 #include "kyt_host/communication/reply_handlers.h"
 #include "kyt_host/communication/strategy.h"
+#include "kyt_host/interface/detail/replies.h"
 #include "kyt_host/types.h"
 
 // The request engine. An operation says what is its own, and the rest happens here, for all of them alike:
 //
 //   int get_speed_robot(SOCKETFD socketFd, int robotNum, int& speed) {
 //     return query(socketFd, Strategy::GetSpeed, compact({{"robot", robotNum}}),    // what is sent
-//                  reply<RecvSpeed>(Strategy::SpeedReply), take(speed, "speed"));   // what comes back, and where it
-//                  goes
+//                  reply<RecvSpeed>(Strategy::SpeedReply), replies::speed(speed));  // what comes back, and to where
 //   }
 //
 // Nothing that a caller passes or a controller answers makes it throw.
@@ -31,18 +29,32 @@ class Request {
  public:
   explicit Request(nlohmann::json object) : object_(std::move(object)) {}
   explicit Request(Json::Value object) : object_(std::move(object)) {}
+  /// One that has been written already.
+  explicit Request(std::string text) : object_(std::move(text)) {}
 
   std::string text() const;
 
  private:
-  std::variant<nlohmann::json, Json::Value> object_;
+  std::variant<nlohmann::json, Json::Value, std::string> object_;
 };
 
 /// A request sent as compact text.
 inline Request compact(nlohmann::json::initializer_list_t members) { return Request(nlohmann::json(members)); }
 
+/// A list of numbers, for `line`.
+template <class Number>
+Json::Value list(const std::vector<Number>& values) {
+  Json::Value array(Json::arrayValue);
+  array.resize(static_cast<Json::ArrayIndex>(values.size()));
+  for (Json::ArrayIndex i = 0; i < array.size(); ++i) array[i] = values[i];
+  return array;
+}
+
 /// A request sent as compact text with a line feed at its end.
 Request line(std::initializer_list<std::pair<const char*, Json::Value>> members);
+
+/// The request of an operation that has nothing to say.
+inline Request nothing() { return Request(Json::Value()); }
 
 /// The reply that a query waits for: its code, and which handlers it may be filed with.
 struct ExpectedReply {
@@ -60,41 +72,13 @@ inline ExpectedReply anyReply(Strategy code) {
   return {code, [](const MessageBaseStrategy&) { return true; }};
 }
 
-/// The first of `keys` that the object has, or null. Throws when `root` is no object.
-const Json::Value* firstOf(const Json::Value& root, const char* const* keys, std::size_t count);
-
-/// Reads one value; throws when it is of another type, and then leaves `output` alone.
-template <class Output>
-void readValue(const Json::Value& value, Output& output) {
-  output = value.as<Output>();
-}
-
-/// Reads an array at its own size.
-template <class Element>
-void readValue(const Json::Value& value, std::vector<Element>& output) {
-  if (!value.isArray()) throw std::invalid_argument("an array was expected in the reply");
-  std::vector<Element> elements(value.size());
-  for (Json::ArrayIndex i = 0; i < value.size(); ++i) readValue(value[i], elements[i]);
-  output = std::move(elements);
-}
-
-/// Reads a text as its characters.
-inline void readValue(const Json::Value& value, std::vector<char>& output) {
-  const std::string text = value.asString();
-  output.assign(text.begin(), text.end());
-}
-
-/// Puts the value of the first of `keys` that the reply has into `output`; leaves it alone when there is none.
-template <class Output, class... Keys>
-auto take(Output& output, Keys... keys) {
-  return [&output, names = std::array<const char*, sizeof...(keys)>{keys...}](const Json::Value& root) {
-    if (const Json::Value* const value = firstOf(root, names.data(), names.size())) readValue(*value, output);
-  };
-}
-
 /// Sends a request to which no reply is awaited.
-/// @return SUCCESS once it has been handed over, DISCONNECT, or EXCEPTION when a text in it is not UTF-8
+/// @return SUCCESS once it has been sent, or the connection has failed to; DISCONNECT; PARAM_ERR when it does not fit
+///         one frame, which would cost the controller the frames after it; EXCEPTION when a text in it is not UTF-8
 int command(SOCKETFD socketFd, Strategy code, const Request& request);
+
+/// The same for what must not get lost: RECEIVE_FAILED when it could not be handed to the socket.
+int handOver(SOCKETFD socketFd, Strategy code, const Request& request);
 
 /// Sends a request and waits for its reply, which is not read.
 /// @return SUCCESS, DISCONNECT, RECEIVE_FAILED when none comes within a second, or EXCEPTION
@@ -109,4 +93,26 @@ int queryAndRead(SOCKETFD socketFd, Strategy code, const Request& request, const
 template <class Read>
 int query(SOCKETFD socketFd, Strategy code, const Request& request, const ExpectedReply& expected, const Read& read) {
   return queryAndRead(socketFd, code, request, expected, std::cref(read));
+}
+
+/// Reads the text of a reply that came some other way, as a query does.
+/// @return SUCCESS; EXCEPTION for a text that is not JSON, or not of the reply's shape
+int decodeAndRead(const std::string& text, const ReadReply& read);
+
+template <class Read>
+int decode(const std::string& text, const Read& read) {
+  return decodeAndRead(text, std::cref(read));
+}
+
+/// Whether the handle names a connection, for the operations that say so before they look at their arguments.
+bool connected(SOCKETFD socketFd);
+
+// --- checking and cutting arguments ---
+
+/// False for what is not a number, too.
+inline bool within(double value, double low, double high) { return value >= low && value <= high; }
+
+/// The first `count` of `values`, which has at least as many.
+inline std::vector<double> firstValues(const std::vector<double>& values, std::size_t count) {
+  return {values.begin(), values.begin() + static_cast<std::ptrdiff_t>(count)};
 }

@@ -1,0 +1,146 @@
+#include "kyt_host/interface/detail/replies.h"
+
+namespace replies {
+
+// "varType" says how "varValue" is read.
+void readGlobalVariant(const Json::Value& root, double& value) {
+  constexpr int real = 1;
+  constexpr int boolean = 2;
+  int type = 0;
+  take(type, "varType")(root);
+  const Json::Value* const found = find(root, "varValue");
+  if (found == nullptr) return;
+  if (type == real) {
+    value = found->asDouble();
+  } else {
+    value = type == boolean ? static_cast<int>(found->asBool()) : found->asInt();
+  }
+}
+
+// Wire feed, wire return, gas, welding enabled, spot welding enabled.
+void readFeedWireStatus(const Json::Value& root, std::vector<int>& status) {
+  constexpr const char* keys[] = {"feedWire", "returnWire", "aspiration", "weldEnabled", "spotWeldEnabled"};
+  const auto present = [&root](const char* key) { return find(root, key) != nullptr; };
+  if (std::none_of(std::begin(keys), std::end(keys), present)) return;
+  status.resize(std::size(keys));
+  for (std::size_t i = 0; i < std::size(keys); ++i) take(status[i], keys[i])(root);
+}
+
+int remoteProgramNum(const Json::Value& root) {
+  int num = noRemoteProgramNum;
+  take(num, "remoteProgramNum")(root);
+  if (num < noRemoteProgramNum || num > mostRemotePrograms) throw std::out_of_range("number of remote programs");
+  return num;
+}
+
+void readAlarms(const Json::Value& root, std::vector<AlarmdIO>& alarms) {
+  const Json::Value* const messages = find(root, "msg");
+  if (messages == nullptr || array(*messages).empty()) return;
+  const Json::Value* const types = find(root, "msgType");
+  const Json::Value* const enables = find(root, "enable");
+  const Json::Value* const values = find(root, "value");
+  alarms.resize(messages->size());
+  for (Json::ArrayIndex i = 0; i < messages->size(); ++i) {
+    alarms[i] = {entry<int>(types, i), entry<int>(values, i), entry<int>(enables, i), (*messages)[i].asString()};
+  }
+}
+
+void readRemotePara(const Json::Value& root, int& speed, bool& start, int& time, int& startTime, int& num) {
+  all(take(speed, "remoteDefaultSpeed"), take(start, "reserveIsStart"), take(time, "waitingTime"),
+      take(startTime, "reserveTrgTime"))(root);
+  num = remoteProgramNum(root);
+}
+
+void readRemoteFunction(const Json::Value& root, int& num, int& time, RemoteControl& control,
+                        std::vector<RemoteProgram>& programs) {
+  all(take(control), take(programs, "program"), take(time, "reserveTrgTime"))(root);
+  num = remoteProgramNum(root);
+}
+
+void readRemoteTips(const Json::Value& root, int& num, int& outagerecover, int& outagerecoverValue,
+                    std::vector<RemoteProgram>& outputs) {
+  num = remoteProgramNum(root);
+  const Json::Value* const list = find(root, "outPut");
+  if (list == nullptr || array(*list).empty()) return;
+  const Json::Value& tips = (*list)[0];
+  const bool older = num == noRemoteProgramNum;
+  outputs.resize(static_cast<std::size_t>(older ? olderRemotePrograms : num));
+  const Json::Value* const ports = find(tips, "program");
+  const Json::Value* const values = find(tips, "program_value");
+  for (Json::ArrayIndex i = 0; i < outputs.size(); ++i) {
+    if (!older) {
+      outputs[i] = {entry<int>(ports, i), entry<int>(values, i)};
+      continue;
+    }
+    const std::string number = std::to_string(i + 1);
+    const Json::Value* const port = find(tips, ("program" + number).c_str());
+    const Json::Value* const value = find(tips, ("program_value" + number).c_str());
+    if (port != nullptr && value != nullptr) outputs[i] = {port->asInt(), value->asInt()};
+  }
+  all(take(outagerecover, "outagerecover"),
+      take(outagerecoverValue, "outagerecoverValue", "outagerecover_value"))(tips);
+}
+
+void readRemotePrograms(const Json::Value& root, int& num, std::vector<RemoteProgramSetting>& programs) {
+  num = remoteProgramNum(root);
+  const Json::Value* const jobs = find(root, "jobFile");
+  if (jobs == nullptr) return;
+  programs.resize(static_cast<std::size_t>(num == noRemoteProgramNum ? olderRemotePrograms : num));
+  for (Json::ArrayIndex i = 0; i < programs.size() && i < array(*jobs).size(); ++i) readValue((*jobs)[i], programs[i]);
+}
+
+void readIoType(const Json::Value& root, IOtype& io) {
+  constexpr std::size_t fewestPorts = 4;
+  take(io.num, "num")(root);
+  io.type.clear();
+  io.io_port_sum.clear();
+  take(io.type, "type")(root);
+  const Json::Value* const boards = find(root, "portNum");
+  if (boards == nullptr) return;
+  for (const Json::Value& board : array(*boards)) {
+    if (!board.isArray()) continue;
+    readValue(board, io.io_port_sum.emplace_back());
+    auto& ports = io.io_port_sum.back();
+    ports.resize(std::max(ports.size(), fewestPorts));
+  }
+}
+
+void readDhParam(const Json::Value& root, RobotDHParam& param) {
+  constexpr std::size_t mostLengths = 32;
+  readValue(root, param);
+  for (std::size_t i = 0; i < mostLengths; ++i) {
+    const Json::Value* const length = find(root, ("L" + std::to_string(i + 1)).c_str());
+    if (length == nullptr) continue;
+    if (param.linkLengths.size() <= i) param.linkLengths.resize(i + 1);
+    readValue(*length, param.linkLengths[i]);
+  }
+}
+
+void readJointParam(const Json::Value& root, RobotJointParam& param) {
+  if (const Json::Value* const joint = find(root, "Joint")) return readValue(*joint, param);
+  readPart(root, param, jointParamRootKeys);
+}
+
+void readVisionParam(const Json::Value& root, VisionParam& param) {
+  // controllers group the settings in these objects; the names are the same with and without
+  readValue(root, param);
+  for (const char* const group : {"protocol", "socket", "trigger"}) take(param, group)(root);
+}
+
+void readNumbers(const Json::Value& root, const std::vector<const char*>& keys, std::vector<double>& values) {
+  std::vector<double> found;
+  bool any = false;
+  for (const char* const key : keys) {
+    const Json::Value* const value = find(root, key);
+    if (value == nullptr) continue;
+    any = true;
+    if (!value->isArray()) {
+      found.push_back(value->asDouble());
+      continue;
+    }
+    for (const Json::Value& number : *value) found.push_back(number.asDouble());
+  }
+  if (any) values = std::move(found);
+}
+
+}  // namespace replies

@@ -1,0 +1,164 @@
+#pragma once
+
+#include <utility>
+#include <vector>
+
+#include "kyt_host/export.h"
+#include "kyt_host/records/io.h"
+#include "kyt_host/types.h"
+
+// Digital and analog IO, alarm texts, and how the controller is run from outside: remote control, enabling switch,
+// safety inputs.
+//
+// - Handles are looked up first: -2 when not connected, before the arguments are looked at.
+// - A command returns 0 as soon as it is sent, whatever the controller makes of it; -3 when an argument is out of its
+//   range, and then nothing is sent.
+// - A query waits for its reply for at most a second and returns 0; -5 when the reply has the wrong shape. A reply that
+//   is not JSON, or lacks the value, gives 0 and leaves the output alone.
+// - Without a reply the queries of digital and analog IO return -1, those of remote control and safety -2.
+// - Ports, types and modes are numbered by the controller; they are passed through.
+
+// --- digital and analog IO: of robot 1 always ---
+
+/// Sets a digital output.
+/// @param value  0 or 1
+KYT_HOST_API int set_digital_output(SOCKETFD socketFd, int port, int value);
+
+/// Reads the digital outputs.
+/// @param out  receives one value per output, 0 or 1; left alone when the controller has none
+KYT_HOST_API int get_digital_output(SOCKETFD socketFd, std::vector<int>& out);
+
+/// Reads the digital inputs.
+/// @param in  receives one value per input, 0 or 1; left alone when the controller has none
+KYT_HOST_API int get_digital_input(SOCKETFD socketFd, std::vector<int>& in);
+
+/// Sets an analog output.
+KYT_HOST_API int set_analog_output(SOCKETFD socketFd, int port, double value);
+
+/// Reads the analog outputs.
+/// @param aout  receives one value per output; left alone when the controller has none
+KYT_HOST_API int get_analog_output(SOCKETFD socketFd, std::vector<double>& aout);
+
+/// Reads the analog inputs.
+/// @param ain  receives one value per input; left alone when the controller has none
+KYT_HOST_API int get_analog_input(SOCKETFD socketFd, std::vector<double>& ain);
+
+/// Forces a digital input to a level, whatever is wired to it, or lets go of it.
+/// @param enable  0 lets go
+/// @param status  the level, 0 or 1
+KYT_HOST_API int set_force_digital_input(SOCKETFD socketFd, int port, int enable, int status);
+
+/// Reads which digital inputs are forced.
+/// @param port    receives their ports; left alone when there are none
+/// @param status  receives their levels, in the same order
+KYT_HOST_API int get_force_digital_input(SOCKETFD socketFd, std::vector<int>& port, std::vector<double>& status);
+
+// --- which outputs the controller resets, and to what ---
+
+/// Sets the whole table of one occasion: outputs beyond the lists are not reset.
+/// @param robotNum  1..4
+/// @param type      occasion, 1..3
+/// @param enable    up to 128 values, one per output: 1 resets it
+/// @param value     up to 128 values: the level that it is reset to
+KYT_HOST_API int set_IO_reset_function(SOCKETFD socketFd, int robotNum, int type, std::vector<int> enable,
+                                       std::vector<int> value);
+
+/// Reads the table of one occasion.
+/// @param enable  receives as many values as the controller has outputs
+/// @param value   receives as many
+KYT_HOST_API int get_IO_reset_function(SOCKETFD socketFd, int robotNum, int type, std::vector<int>& enable,
+                                       std::vector<int>& value);
+
+// --- messages that the controller raises when an input or output takes a level ---
+
+/// Sets the alarm texts of the digital inputs, one per input from the first.
+KYT_HOST_API int set_error_msg_of_digital_input(SOCKETFD socketFd, std::vector<AlarmdIO> msgs);
+
+/// Reads the alarm texts of the digital inputs.
+/// @param msgs  receives one per input; left alone when there are none
+KYT_HOST_API int get_error_msg_of_digital_input(SOCKETFD socketFd, std::vector<AlarmdIO>& msgs);
+
+/// Sets the alarm texts of the digital outputs, one per output from the first.
+KYT_HOST_API int set_error_msg_of_digital_output(SOCKETFD socketFd, std::vector<AlarmdIO> msgs);
+
+/// Reads the alarm texts of the digital outputs.
+/// @param msgs  receives one per output; left alone when there are none
+KYT_HOST_API int get_error_msg_of_digital_output(SOCKETFD socketFd, std::vector<AlarmdIO>& msgs);
+
+// --- remote control ---
+// A newer controller says how many remote programs it has, 10..99; an older one does not, and has 10. What writes a
+// list of programs asks first, as `get_remote_param` does; a controller that does not answer counts as an older one.
+
+/// Sets the parameters of remote mode.
+/// @param robotNum   1..4
+/// @param speed      default speed, 1..100 percent
+/// @param start      whether reserved starts are on
+/// @param time       waiting time, 1..999999
+/// @param startTime  how long a reserved start has to be triggered
+/// @param num        number of remote programs, 10..99
+KYT_HOST_API int set_remote_param(SOCKETFD socketFd, int robotNum, int speed, bool start, int time, int startTime,
+                                  int num);
+
+/// Reads the parameters of remote mode.
+/// @param num  number of remote programs; -1 from an older controller
+KYT_HOST_API int get_remote_param(SOCKETFD socketFd, int robotNum, int& speed, bool& start, int& time, int& startTime,
+                                  int& num);
+
+/// Sets the jobs of the remote programs.
+/// @param programs  exactly as many as a newer controller has; 10 or more for an older one, the first 10 count
+KYT_HOST_API int set_remote_program(SOCKETFD socketFd, int robotNum, std::vector<RemoteProgramSetting> programs);
+
+/// Reads the jobs of the remote programs.
+/// @param num       number of remote programs; -1 from an older controller
+/// @param programs  receives `num` of them, or 10
+KYT_HOST_API int get_remote_program(SOCKETFD socketFd, int robotNum, int& num,
+                                    std::vector<RemoteProgramSetting>& programs);
+
+/// Sets the inputs that command the controller, and those that select a program.
+/// @param programs  at least `num`; the list in `control` is not sent
+/// @param num       how many of them, 0 or more
+KYT_HOST_API int set_remote_function(SOCKETFD socketFd, int robotNum, RemoteControl control,
+                                     std::vector<RemoteProgram> programs, int num);
+
+/// Reads the inputs that command the controller, and those that select a program.
+/// @param num       number of remote programs; -1 from an older controller
+/// @param time      how long a reserved start has to be triggered
+/// @param programs  receives as many as the controller sends
+KYT_HOST_API int get_remote_function(SOCKETFD socketFd, int robotNum, int& num, int& time, RemoteControl& control,
+                                     std::vector<RemoteProgram>& programs);
+
+/// Sets the outputs that show the state of remote mode.
+/// @param outagerecover       output that shows a recovered power loss
+/// @param outagerecoverValue  its level
+/// @param outputs             one per program: exactly as many as a newer controller has; 10 or more for an older one,
+///                            the first 10 count
+KYT_HOST_API int set_remote_status_tips(SOCKETFD socketFd, int robotNum, int outagerecover, int outagerecoverValue,
+                                        std::vector<RemoteProgram> outputs);
+
+/// Reads the outputs that show the state of remote mode.
+/// @param num      number of remote programs; -1 from an older controller
+/// @param outputs  receives `num` of them, or 10
+KYT_HOST_API int get_remote_status_tips(SOCKETFD socketFd, int robotNum, int& num, int& outagerecover,
+                                        int& outagerecoverValue, std::vector<RemoteProgram>& outputs);
+
+// --- safety ---
+
+/// Sets the two ports of the enabling switch (deadman).
+KYT_HOST_API int set_hard_enable_port(SOCKETFD socketFd, int mode, int port1, int port2);
+
+/// Reads the two ports of the enabling switch.
+KYT_HOST_API int get_hard_enable_port(SOCKETFD socketFd, int& mode, int& port1, int& port2);
+
+/// Sets the safety inputs.
+/// @param robotNum  1..4
+/// @param io        `quickStopTime` within 50..200
+KYT_HOST_API int set_safe_IO_function(SOCKETFD socketFd, int robotNum, SafeIO io);
+
+/// Reads the safety inputs.
+/// @param robotNum  1..4
+KYT_HOST_API int get_safe_IO_function(SOCKETFD socketFd, int robotNum, SafeIO& io);
+
+// --- boards ---
+
+/// Reads which IO boards the controller has.
+KYT_HOST_API int get_io_type(SOCKETFD socketFd, IOtype& io);

@@ -1,0 +1,377 @@
+// Motion, positions, variables, tools, user coordinates and welding: their tables, and the rules of their own.
+
+#include <cmath>
+#include <functional>
+#include <limits>
+
+#include "tests/support/operation_table.h"
+
+void show(std::ostream& out, const ToolParam& p) {
+  out << shown(p.X, p.Y, p.Z, p.A, p.B, p.C, p.payloadMass, p.payloadInertia, p.payloadMassCenter_X,
+               p.payloadMassCenter_Y, p.payloadMassCenter_Z);
+}
+void show(std::ostream& out, const ArcParam& p) {
+  out << shown(p.weldVoltage, p.weldCurrent, p.arcOnCurrent, p.arcOnVoltage, p.arcOnTime, p.arcOnRampEnable,
+               p.arcOnRampMode, p.arcOnRampTime, p.arcOffCurrent, p.arcOffVoltage, p.arcOffTime, p.arcOffRampEnable,
+               p.arcOffRampMode, p.arcOffRampTime);
+}
+void show(std::ostream& out, const WaveParam& p) {
+  out << shown(p.type, p.swingFreq, p.swingAmplitude, p.radius, p.LTypeAngle, p.moveWhenEdgeStay, p.leftStayTime,
+               p.rightStayTime, p.initialDir, p.horizontalDeflection, p.verticalDeflection);
+}
+void show(std::ostream& out, const WeldState& p) {
+  out << shown(p.pistolSwitch, p.arcingSuccess, p.handWireFeed, p.weldCurrent, p.weldVoltage, p.weldTime, p.weldPWM);
+}
+
+namespace {
+
+using Doubles = std::vector<double>;
+
+Doubles counted(int count) {
+  Doubles values;
+  for (int i = 1; i <= count; ++i) values.push_back(i);
+  return values;
+}
+
+MoveCmd moveOf(int values) {
+  MoveCmd cmd;
+  cmd.targetPosValue = counted(values);
+  cmd.coord = 1;
+  cmd.velocity = 12.5;
+  cmd.acc = 30;
+  cmd.dec = 40;
+  return cmd;
+}
+
+const std::string sevenValues = "\"pos\":[1.0,2.0,3.0,4.0,5.0,6.0,7.0]";
+const std::string fourteenValues = "\"pos\":[1.0,2.0,3.0,4.0,5.0,6.0,7.0,8.0,9.0,10.0,11.0,12.0,13.0,14.0]";
+std::string moveText(const std::string& pos) {
+  return "{\"acc\":30.0,\"coord\":1,\"dec\":40.0," + pos + ",\"robot\":#,\"vel\":12.5}";
+}
+
+const ToolParam tool{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
+const Doubles frame{1, 2, 3, 4, 5, 6};
+ArcParam arc{20, 150, 160, 21, 0.5, true, 2, 0.25, 100, 18, 1.5, false, 1, 0.75};
+WaveParam waveOf(int type) { return {type, 2, 3, 4, 5, true, 6, 7, 1, 8, 9}; }
+Doubles globalPosition(double second = 0) { return {3, second, 8, 999, 999, 0, 0, 1, 2, 3, 4, 5, 6, 10000}; }
+
+const CommandRow commandRows[] = {
+    {"movej", Strategy::MoveJ, moveText(sevenValues) + "\n", BOTH_FORMS_OF(robot_movej, moveOf(9))},
+    {"movel", Strategy::MoveL, moveText(sevenValues) + "\n", BOTH_FORMS_OF(robot_movel, moveOf(7))},
+    {"extra_movej", Strategy::ExtraMoveJ, moveText(fourteenValues) + "\n",
+     BOTH_FORMS_OF(robot_extra_movej, moveOf(14))},
+    {"extra_movel", Strategy::ExtraMoveL, moveText(fourteenValues), BOTH_FORMS_OF(robot_extra_movel, moveOf(15))},
+    {"go_home", Strategy::GoHome, "{\"robot\":#,\"type\":0}\n", BOTH_FORMS(robot_go_home)},
+    {"go_to_reset", Strategy::GoToResetPosition, "{\"robot\":#}\n", BOTH_FORMS(robot_go_to_reset_position)},
+    {"jog", Strategy::StartJogging, "{\"axis\":3,\"direction\":1}\n", BOTH_FORMS_OF(robot_start_jogging, 3, true)},
+    {"jog back", Strategy::StartJogging, "{\"axis\":2,\"direction\":-1}\n",
+     BOTH_FORMS_OF(robot_start_jogging, 2, false)},
+    {"stop_jogging", Strategy::StopJogging, "{\"axis\":2}\n", BOTH_FORMS_OF(robot_stop_jogging, 2)},
+
+    {"set_global_variant", Strategy::SetGlobalVariant,
+     "{\"robot\":#,\"varName\":\"GD001\",\"varType\":1,\"varValue\":2.5}\n",
+     BOTH_FORMS_OF(set_global_variant, "GD001", 2.5)},
+    {"set_global_variant int", Strategy::SetGlobalVariant,
+     "{\"robot\":#,\"varName\":\"GI001\",\"varType\":0,\"varValue\":3.0}\n",
+     BOTH_FORMS_OF(set_global_variant, "GI001", 3)},
+    {"set_global_variant odd", Strategy::SetGlobalVariant,
+     "{\"robot\":#,\"varName\":\"GX001\",\"varType\":-1,\"varValue\":0.0}\n",
+     BOTH_FORMS_OF(set_global_variant, "GX001", 0)},
+    {"set_global_position", Strategy::SetGlobalPosition,
+     R"({"coord":3,"pos":[3.0,0.0,8.0,999.0,999.0,0.0,0.0,1.0,2.0,3.0,4.0,5.0,6.0,10000.0],"posName":"GP1","robot":#})",
+     BOTH_FORMS_OF(set_global_position, "GP1", globalPosition())},
+    {"set_global_sync_position", Strategy::SetGlobalSyncPosition, R"({"coord":[1.0,2.0],"robot":#,"varname":"GE1"})",
+     BOTH_FORMS_OF(set_global_sync_position, "GE1", counted(2))},
+
+    {"set_tool_hand_number", Strategy::SetToolHandNumber, R"({"curToolNum":-1,"robot":#,"tool":-1})",
+     BOTH_FORMS_OF(set_tool_hand_number, -1)},
+    {"set_tool_hand_param", Strategy::SetToolHandParam,
+     R"({"robot":#,"tool":{"A":4.0,"B":5.0,"C":6.0,"payload_inertia":8.0,"payload_mass":7.0,)"
+     R"("payload_mass_center_X":9.0,"payload_mass_center_Y":10.0,"payload_mass_center_Z":11.0,)"
+     R"("x":1.0,"y":2.0,"z":3.0},"toolNum":2})",
+     BOTH_FORMS_OF(set_tool_hand_param, 2, tool)},
+    {"tool 2 or 20", Strategy::RecordToolHand2Or20Point, R"({"pointNum":0})",
+     BOTH_FORMS_OF(tool_hand_2_or_20_point_calibrate, 1)},
+    {"tool 2 or 20 calculate", Strategy::CalculateToolHand2Or20, R"({"calNum":20,"noCalZero":true})",
+     BOTH_FORMS_OF(tool_hand_2_or_20_point_calibrate_caculate, 20, true)},
+    {"tool 2 or 20 clear", Strategy::ClearToolHand2Or20Point, R"({"pointNum":19})",
+     BOTH_FORMS_OF(tool_hand_2_or_20_point_calibrate_clear, 20)},
+    {"tool 7", Strategy::RecordToolHand7Point, R"({"pointNum":6,"toolNum":3})",
+     BOTH_FORMS_OF(tool_hand_7_point_calibrate, 7, 3)},
+    {"tool 7 calculate", Strategy::CalculateToolHand7, R"({"calibrationPointNum":7,"toolNum":3})",
+     BOTH_FORMS_OF(tool_hand_7_point_calibrate_caculate, 3, 7)},
+    {"tool 7 clear", Strategy::ClearToolHand7Point, R"({"pointNum":0,"toolNum":3})",
+     BOTH_FORMS_OF(tool_hand_7_point_calibrate_clear, 1, 3)},
+    {"set_user_coord_number", Strategy::SetUserCoordNumber, R"({"robot":#,"user":999,"userNum":999})",
+     BOTH_FORMS_OF(set_user_coord_number, 999)},
+    {"set_user_coordinate_data", Strategy::SetUserCoordPara,
+     R"({"pos":[1.0,2.0,3.0,4.0,5.0,6.0],"position":[1.0,2.0,3.0,4.0,5.0,6.0],"user":2,"userNum":2})",
+     BOTH_FORMS_OF(set_user_coordinate_data, 2, frame)},
+    {"calibration_oxy", Strategy::CalibrateUserCoordinate,
+     R"({"inquire":"O","require":"O","robot":#,"user":2,"userNum":2})", BOTH_FORMS_OF(calibration_oxy, 2, "O")},
+    {"calculate_user_coordinate", Strategy::CalculateUserCoordinate, R"({"robot":#,"user":2,"userNum":2})",
+     BOTH_FORMS_OF(calculate_user_coordinate, 2)},
+
+    {"weld_set_config", Strategy::SetWeldConfig,
+     "{\"arcoff_parameters\":{\"arcoff_current\":100.0,\"arcoff_ramp_enable\":false,\"arcoff_ramp_mode\":1,"
+     "\"arcoff_ramp_time\":0.75,\"arcoff_time\":1.5,\"arcoff_voltage\":18.0,\"ramp_enable\":false,\"ramp_mode\":1,"
+     "\"ramp_time\":0.75},\"arcon_parameters\":{\"arcon_current\":160.0,\"arcon_ramp_enable\":true,"
+     "\"arcon_ramp_mode\":2,\"arcon_ramp_time\":0.25,\"arcon_time\":0.5,\"arcon_voltage\":21.0,\"ramp_enable\":true,"
+     "\"ramp_mode\":2,\"ramp_time\":0.25},\"num\":4,\"robot\":#,"
+     "\"weld_parameters\":{\"weld_current\":150.0,\"weld_voltage\":20.0}}\n",
+     BOTH_FORMS_OF(weld_set_config, 4, arc)},
+    {"weave 0", Strategy::SetWaveWeldParam,
+     "{\"num\":1,\"parameter\":{\"horizontal_angle\":8.0,\"init_direction\":1,\"vertical_angle\":9.0,"
+     "\"weaving_ampli\":3.0,\"weaving_freq\":2.0,\"weaving_type\":0},\"robot\":#}\n",
+     BOTH_FORMS_OF(weld_set_wave_weld_param, 1, waveOf(0))},
+    {"weave 3", Strategy::SetWaveWeldParam,
+     "{\"num\":1,\"parameter\":{\"horizontal_angle\":8.0,\"init_direction\":1,\"isMove\":true,"
+     "\"left_standing_time\":6.0,\"right_standing_time\":7.0,\"vertical_angle\":9.0,"
+     "\"weaving_ampli\":3.0,\"weaving_freq\":2.0,\"weaving_type\":3},\"robot\":#}\n",
+     BOTH_FORMS_OF(weld_set_wave_weld_param, 1, waveOf(3))},
+    {"weave 2", Strategy::SetWaveWeldParam,
+     "{\"num\":1,\"parameter\":{\"L_angle\":5.0,\"horizontal_angle\":8.0,\"init_direction\":1,\"radius\":4.0,"
+     "\"vertical_angle\":9.0,\"weaving_ampli\":3.0,\"weaving_freq\":2.0,\"weaving_type\":2},\"robot\":#}\n",
+     BOTH_FORMS_OF(weld_set_wave_weld_param, 1, waveOf(2))},
+    {"weld enable", Strategy::OperateWelder, "{\"robot\":#,\"type\":1,\"value\":1}\n",
+     BOTH_FORMS_OF(weld_set_enable, 1)},
+    {"weld spot", Strategy::OperateWelder, "{\"robot\":#,\"type\":3,\"value\":0}\n",
+     BOTH_FORMS_OF(weld_set_hand_spot, 0)},
+    {"weld feed", Strategy::OperateWelder, "{\"robot\":#,\"type\":4,\"value\":1}\n",
+     BOTH_FORMS_OF(weld_set_feed_wire, 1)},
+    {"weld rewind", Strategy::OperateWelder, "{\"robot\":#,\"type\":5,\"value\":1}\n",
+     BOTH_FORMS_OF(weld_set_rewind_wire, 1)},
+    {"weld gas", Strategy::OperateWelder, "{\"robot\":#,\"type\":6,\"value\":1}\n",
+     BOTH_FORMS_OF(weld_set_supply_gas, 1)},
+};
+
+INSTANTIATE_TEST_SUITE_P(Robot, Commands, ::testing::ValuesIn(commandRows));
+
+// ---- queries
+
+const std::string robotText = R"({"robot":#})";
+const std::string robotLine = "{\"robot\":#}\n";
+const std::string preset = "-2147483648";
+std::string presets(int count) {
+  std::string text = "[" + preset;
+  for (int i = 1; i < count; ++i) text += "," + preset;
+  return text + "]";
+}
+const std::string presetDouble = "-2.14748e+09";  // as a stream shows it
+std::string doublePresets(int count) {
+  std::string text = "[" + presetDouble;
+  for (int i = 1; i < count; ++i) text += "," + presetDouble;
+  return text + "]";
+}
+const std::string ten = "[1,2,3,4,5,6,7,8,9,10]";
+const std::tuple<std::vector<int>, std::vector<int>> intPair{{9}, {}};
+const std::tuple<Doubles, Doubles> doublePair{{}, {}};
+const std::tuple<Doubles> oldList{{9, 9}};
+const std::tuple<int> oldNumber{-7};
+
+const QueryRow queryRows[] = {
+    query("get_current_extra_position", Strategy::GetExtraPosition, robotText, Strategy::ExtraPositionReply,
+          std::tuple<Doubles>{}, BOTH_FORMS(get_current_extra_position), DECODER(parse_received_extraPos),
+          {{"{\"posSync\":" + ten + ",\"externalPosition\":[0]}", "[1,2,3,4,5]"},
+           {R"({"coord":1,"externalPosition":[1.5]})", "[1.5,0,0,0,0]"}},
+          R"({"posSync":{"a":1}})", doublePresets(5)),
+    query("get_curretn_motor_torque", Strategy::GetMotorTorque, robotText, Strategy::MotorTorqueReply, intPair,
+          BOTH_FORMS(get_curretn_motor_torque), DECODER(parse_get_motor_torque),
+          {{"{\"torq\":" + ten + ",\"torqSync\":" + ten + "}", "[1,2,3,4,5,6,7] [1,2,3,4,5]"}},
+          R"({"torq":[1,2,3,4,5,6,7],"torqSync":["x"]})",
+          "[9,-2147483648,-2147483648,-2147483648,-2147483648,-2147483648,-2147483648] " + presets(5)),
+    query("get_curretn_motor_speed", Strategy::GetMotorSpeed, robotText, Strategy::MotorSpeedReply, intPair,
+          BOTH_FORMS(get_curretn_motor_speed), DECODER(parse_get_motor_speed),
+          {{R"({"vel":[1],"velSync":[]})", "[1,0,0,0,0,0,0] [0,0,0,0,0]"}}, R"({"velSync":7})",
+          "[9,-2147483648,-2147483648,-2147483648,-2147483648,-2147483648,-2147483648] " + presets(5)),
+    query("get_curretn_motor_payload", Strategy::GetMotorPayload, robotText, Strategy::MotorPayloadReply, doublePair,
+          BOTH_FORMS(get_curretn_motor_payload), DECODER(parse_get_motor_payload),
+          {{"{\"motorOverload\":" + ten + ",\"motorOverloadSync\":[0.5]}", "[1,2,3,4,5,6,7] [0.5,0,0,0,0]"}},
+          R"({"motorOverload":"full"})", doublePresets(7) + " " + doublePresets(5)),
+    query("get_current_line_speed_and_joint_speed", Strategy::GetLineAndJointSpeed, robotText,
+          Strategy::LineAndJointSpeedReply, std::tuple<double, Doubles, Doubles>{-7, {}, {}},
+          BOTH_FORMS(get_current_line_speed_and_joint_speed), DECODER(parse_get_line_speed_and_joint_speed),
+          {{"{\"actualLineVel\":12.5,\"axisActualVel\":" + ten + ",\"axisActualVelSync\":" + ten + "}",
+            "12.5 [1,2,3,4,5,6,7] [1,2,3,4,5]"}},
+          R"({"actualLineVel":1,"axisActualVelSync":{}})", "-7 " + doublePresets(7) + " " + doublePresets(5)),
+    query("get_sensor_data", Strategy::GetSensorData, robotText, Strategy::SensorDataReply,
+          std::tuple<std::vector<int>>{{8}}, BOTH_FORMS(get_sensor_data), DECODER(parse_get_sensor_data),
+          {{"{\"data\":" + ten + "}", "[1,2,3,4,5,6]"}}, R"({"data":[[]]})"),
+    query("get_static_search_position", Strategy::GetStaticSearchPosition,
+          R"({"robot":#,"typeCfg":{"craftid":1,"delaytime":3,"tableid":2}})", Strategy::StaticSearchPositionReply,
+          oldList, BOTH_FORMS_OF(get_static_search_position, 1, 2, 3), DECODER(parse_get_static_search_data),
+          {{R"({"pos":[2.9,-2.9,3]})", "[2,-2,3,0,0,0]"}}, R"({"pos":[1e30]})"),
+    query("get_global_variant", Strategy::GetGlobalVariant, R"({"robot":#,"varName":"GI001"})",
+          Strategy::GlobalVariantReply, std::tuple<double>{-7}, BOTH_FORMS_OF(get_global_variant, "GI001"),
+          DECODER(parse_get_globalVariant),
+          {{R"({"varType":1,"varValue":2.5})", "2.5"},
+           {R"({"varType":0,"varValue":2.5})", "2"},
+           {R"({"varType":2,"varValue":7})", "1"},
+           {R"({"varType":2,"varValue":false})", "0"}},
+          R"({"varType":"1","varValue":1})"),
+    query("get_global_position", Strategy::GetGlobalPosition, R"({"posName":"GP1","robot":#})",
+          Strategy::GlobalPositionReply, std::tuple<Doubles>{}, BOTH_FORMS_OF(get_global_position, "GP1"),
+          DECODER(parse_get_global_pos), {{"{\"posValue\":" + ten + "}", "[1,2,3,4,5,6,7,8,9,10,0,0,0,0]"}},
+          R"({"posValue":[1,"2"]})", doublePresets(14)),
+    query("get_global_sync_position", Strategy::GetGlobalSyncPosition, R"({"robot":#,"varname":"GE1"})",
+          Strategy::GlobalSyncPositionReply, std::tuple<Doubles>{}, BOTH_FORMS_OF(get_global_sync_position, "GE1"),
+          DECODER(parse_get_global_externPosition),
+          {{"{\"posValue\":" + ten + "}", "[1,2,3,4,5,6,7,8,9,10,0,0,0,0,0,0,0,0,0,0,0]"}}, R"({"posValue":true})",
+          doublePresets(21)),
+    query("get_tool_hand_number", Strategy::GetToolHandNumber, robotText, Strategy::ToolHandNumberReply, oldNumber,
+          BOTH_FORMS(get_tool_hand_number), DECODER(parse_get_toolNumber),
+          {{R"({"curToolNum":1,"Tool":2,"tool":3})", "1"}, {R"({"Tool":2,"tool":3})", "2"}, {R"({"tool":3})", "3"}},
+          R"({"tool":{}})"),
+    query("get_tool_hand_param", Strategy::GetToolHandParam, R"({"robot":#,"tool":2,"toolNum":2})",
+          Strategy::ToolHandParamReply, std::tuple<ToolParam>{tool}, BOTH_FORMS_OF(get_tool_hand_param, 2),
+          DECODER(parse_get_toolPara),
+          {{R"({"tool":{"x":0.5,"payload_mass_center_Z":1}})", "0.5 2 3 4 5 6 7 8 9 10 1"}},
+          R"({"tool":{"x":0.5,"y":"2"}})"),
+    query("get_user_coord_number", Strategy::GetUserCoordNumber, robotText, Strategy::UserCoordNumberReply, oldNumber,
+          BOTH_FORMS(get_user_coord_number), DECODER(parse_get_user_coordNumber),
+          {{R"({"curUserNum":1,"user":2})", "1"}, {R"({"user":2})", "2"}}, R"({"user":[2]})"),
+    query("get_user_coord_para", Strategy::GetUserCoordPara,
+          R"({"inquire":"Calibration","require":"Calibration","robot":#,"user":2,"userNum":2})",
+          Strategy::UserCoordParaReply, oldList, BOTH_FORMS_OF(get_user_coord_para, 2), nullptr,
+          {{"{\"position\":" + ten + ",\"pos\":[9]}", "[1,2,3,4,5,6]"}, {R"({"pos":[1]})", "[1,0,0,0,0,0]"}},
+          R"({"position":1})"),
+    query("weld_get_config", Strategy::GetWeldConfig, "{\"num\":4,\"robot\":#}\n", Strategy::WeldConfigReply,
+          std::tuple<ArcParam>{arc}, BOTH_FORMS_OF(weld_get_config, 4), DECODER(parse_receive_weld_config),
+          {{R"({"weld_parameters":{"weld_voltage":1,"weld_current":2},"arcon_parameters":{"arcon_current":3,)"
+            R"("arcon_voltage":4,"arcon_time":5,"arcon_ramp_enable":false,"arcon_ramp_mode":6.9,"arcon_ramp_time":7},)"
+            R"("arcoff_parameters":{"arcoff_current":8,"arcoff_voltage":9,"arcoff_time":10,"ramp_enable":true,)"
+            R"("ramp_mode":11.2,"ramp_time":12,"arcoff_ramp_time":99}})",
+            "1 2 3 4 5 false 6 7 8 9 10 true 11 12"},
+           {R"({"arcoff_parameters":{"ramp_time":1}})", "20 150 160 21 0.5 true 2 0.25 100 18 1.5 false 1 1"}},
+          R"({"weld_parameters":{"weld_voltage":1},"arcon_parameters":[]})"),
+    query("weld_get_wave_weld_param", Strategy::GetWaveWeldParam, "{\"num\":4,\"robot\":#}\n",
+          Strategy::WaveWeldParamReply, std::tuple<WaveParam>{waveOf(0)}, BOTH_FORMS_OF(weld_get_wave_weld_param, 4),
+          DECODER(parse_received_waveweld_data),
+          {{R"({"parameter":{"weaving_type":2,"weaving_freq":1.5,"weaving_ampli":2.5,"L_angle":3.5,"radius":4.5,)"
+            R"("isMove":false,"left_standing_time":5.5,"right_standing_time":6.5,"init_direction":7,)"
+            R"("horizontal_angle":8.5,"vertical_angle":9.5}})",
+            "2 1.5 2.5 4.5 3.5 false 5.5 6.5 7 8.5 9.5"}},
+          R"({"parameter":{"weaving_type":1,"radius":[]}})"),
+    query("weld_get_feed_wire_status", Strategy::GetFeedWireStatus, robotLine, Strategy::FeedWireStatusReply,
+          std::tuple<std::vector<int>>{{9, 9}}, BOTH_FORMS(weld_get_feed_wire_status),
+          DECODER(parse_receive_current_handle_operate),
+          {{R"({"feedWire":1,"returnWire":2,"aspiration":3,"weldEnabled":4,"spotWeldEnabled":true})", "[1,2,3,4,1]"},
+           {R"({"aspiration":1})", "[9,9,1,0,0]"}},
+          R"({"feedWire":1,"weldEnabled":"on"})"),
+    query("weld_get_monitor_status", Strategy::GetWeldMonitor, robotLine, Strategy::WeldMonitorReply,
+          std::tuple<WeldState>{}, BOTH_FORMS(weld_get_monitor_status), DECODER(parse_recv_monitor_status),
+          {{R"({"pistolSwitch":1,"arcingSuccess":2,"handWireFeed":3,"weldCurrent":4.5,"weldVoltage":5.5,)"
+            R"("weldRunTime":6.5,"weldRunDutyRatio":7.5})",
+            "1 2 3 4.5 5.5 6.5 7.5"}},
+          R"({"pistolSwitch":1,"weldRunTime":"long"})"),
+};
+
+INSTANTIATE_TEST_SUITE_P(Robot, Queries, ::testing::ValuesIn(queryRows));
+
+// ---- rules of their own
+
+class RobotOperations : public ConnectedTest {};
+
+TEST_F(RobotOperations, RefuseWhatIsOutOfRangeAndSendNothing) {
+  const double notANumber = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_EQ(robot_movej(robot, moveOf(6)), PARAM_ERR);
+  EXPECT_EQ(robot_movel(robot, moveOf(0)), PARAM_ERR);
+  EXPECT_EQ(robot_extra_movej(robot, moveOf(13)), PARAM_ERR);
+  EXPECT_EQ(robot_extra_movel(robot, moveOf(7)), PARAM_ERR);
+  EXPECT_EQ(robot_movej(unknownHandle, moveOf(0)), DISCONNECT);
+
+  EXPECT_EQ(set_global_variant(robot, "GI01", 3), RECEIVE_FAILED);
+  EXPECT_EQ(set_global_variant(unknownHandle, "GI01", 3), DISCONNECT);
+  EXPECT_EQ(set_global_position(unknownHandle, "GP1", {}), DISCONNECT);
+  EXPECT_EQ(set_global_position(robot, "GP1", counted(13)), PARAM_ERR);
+  const auto set = [&](std::size_t index, double value, double second = 0) {
+    auto pos = globalPosition(second);
+    pos[index] = value;
+    return set_global_position(robot, "GP1", pos);
+  };
+  constexpr double highest[] = {3, 1, 8, 999, 999};
+  for (std::size_t i = 0; i < std::size(highest); ++i) {
+    EXPECT_EQ(set(i, highest[i] + 1), PARAM_ERR) << i;
+    EXPECT_EQ(set(i, -1), PARAM_ERR) << i;
+    EXPECT_EQ(set(i, notANumber), PARAM_ERR) << i;
+  }
+  for (std::size_t i = 7; i < 14; ++i) {
+    EXPECT_EQ(set(i, 10000.5), PARAM_ERR) << i;
+    EXPECT_EQ(set(i, -10000.5), PARAM_ERR) << i;
+  }
+  EXPECT_EQ(set(9, notANumber, 1), PARAM_ERR);
+
+  EXPECT_EQ(set_tool_hand_number(unknownHandle, 1000), PARAM_ERR);  // before the look-up
+  std::vector<double> pos;
+  for (const int outside : {0, 1000, -1}) {
+    EXPECT_EQ(set_user_coord_number(unknownHandle, outside), PARAM_ERR);
+    EXPECT_EQ(get_user_coord_para(robot, outside, pos), RECEIVE_FAILED);
+    EXPECT_EQ(get_user_coord_para(unknownHandle, outside, pos), DISCONNECT);
+  }
+  for (const double outside : {-0.5, notANumber, std::numeric_limits<double>::infinity()}) {
+    ArcParam param = arc;
+    param.arcOffRampTime = outside;
+    EXPECT_EQ(weld_set_config(robot, 1, param), PARAM_ERR) << outside;
+  }
+  EXPECT_EQ(weld_set_wave_weld_param(robot, 1, waveOf(4)), PARAM_ERR);
+  EXPECT_EQ(weld_set_wave_weld_param(robot, 1, waveOf(-1)), PARAM_ERR);
+
+  EXPECT_EQ(enable_servo_position_motion_control(robot, true), DISCONNECT);  // not port 7000
+  int synchronised = 0;
+  EXPECT_EQ(get_speed(robot, synchronised), SUCCESS);
+  EXPECT_EQ(controller.received().size(), 1U);  // nothing else was sent
+  EXPECT_EQ(set(9, 20000, 1), SUCCESS);         // limits of angles in radians are the controller's
+}
+
+TEST_F(RobotOperations, WithoutReplyListsShowThatTheyWereNotRead) {
+  controller.silence(Strategy::GetCurrentPosition);
+  controller.silence(Strategy::GetMotorTorque);
+  std::vector<double> pos{1, 2};
+  EXPECT_EQ(get_current_positon_and_extra_position(robot, 0, pos), RECEIVE_FAILED);
+  EXPECT_EQ(pos, Doubles(12, -2147483648.0));
+  controller.clearReceived();
+  pos.assign(20, 1);
+  EXPECT_EQ(get_current_positon_and_extra_position_robot(robot, 2, 1, pos), SUCCESS);
+  EXPECT_EQ(pos, Doubles(12, -2147483648.0));
+  EXPECT_EQ(sent(Strategy::GetCurrentPosition), R"({"coord":1,"robot":2,"sync":1})");
+  std::vector<int> torque(9, 4);
+  std::vector<int> external(9, 4);
+  EXPECT_EQ(get_curretn_motor_torque(robot, torque, external), RECEIVE_FAILED);
+  EXPECT_EQ(torque, std::vector<int>(7, 4));
+  EXPECT_EQ(external, std::vector<int>(5, 4));
+}
+
+TEST_F(RobotOperations, AxisZeroIsConfirmed) {
+  EXPECT_EQ(set_axis_zero_position_robot(robot, 2, 3), SUCCESS);
+  EXPECT_EQ(sent(Strategy::SetAxisZeroPosition), R"({"axis":3,"clearEncoder":false,"robot":2})");
+  controller.silence(Strategy::SetAxisZeroPosition);
+  EXPECT_EQ(set_axis_zero_position(robot, 3), RECEIVE_FAILED);
+}
+
+TEST(MoveLimits, AreTheControllersAndNotANumberExceedsNone) {
+  const auto good = [](double velocity) {
+    MoveCmd cmd = moveOf(7);
+    cmd.velocity = velocity;
+    cmd.coord = 4;
+    cmd.pl = 5;
+    return cmd;
+  };
+  EXPECT_TRUE(judge_movejcmd_limit_exceeded(good(100)));
+  EXPECT_FALSE(judge_movejcmd_limit_exceeded(good(100.5)));
+  EXPECT_TRUE(judge_movelcmd_limit_exceeded(good(5000)));
+  EXPECT_FALSE(judge_movelcmd_limit_exceeded(good(5000.5)));
+  EXPECT_FALSE(judge_movelcmd_limit_exceeded(good(0.99)));
+  EXPECT_TRUE(judge_movejcmd_limit_exceeded(good(std::numeric_limits<double>::quiet_NaN())));
+  const std::function<void(MoveCmd&)> spoilers[] = {
+      [](MoveCmd& cmd) { cmd.coord = 5; }, [](MoveCmd& cmd) { cmd.coord = -1; }, [](MoveCmd& cmd) { cmd.pl = 6; },
+      [](MoveCmd& cmd) { cmd.pl = -1; },   [](MoveCmd& cmd) { cmd.acc = 0.99; }, [](MoveCmd& cmd) { cmd.dec = 100.5; },
+  };
+  for (const auto& spoil : spoilers) {
+    MoveCmd cmd = good(50);
+    spoil(cmd);
+    EXPECT_FALSE(judge_movejcmd_limit_exceeded(cmd));
+    EXPECT_FALSE(judge_movelcmd_limit_exceeded(cmd));
+  }
+}
+
+}  // namespace
