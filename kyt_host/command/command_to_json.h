@@ -1,0 +1,11 @@
+#pragma once
+
+// The program lines, each as the object that controllers read.
+
+#include "kyt_host/command/axis_motion_command.h"
+#include "kyt_host/command/command.h"
+#include "kyt_host/command/condition_commands.h"
+#include "kyt_host/command/control_commands.h"
+#include "kyt_host/command/craft_commands.h"
+#include "kyt_host/command/line_records.h"
+#include "kyt_host/command/move_commands.h"
