@@ -1,5 +1,6 @@
 #include "kyt_host/communication/asio_tcp_backend.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <iostream>
@@ -10,9 +11,11 @@
 
 #include <asio/error.hpp>
 
+#include "kyt_host/communication/detail/append_frame.h"
 #include "kyt_host/communication/detail/diagnostics.h"
 #include "kyt_host/communication/detail/frame_buffer.h"
 #include "kyt_host/communication/detail/frame_filer.h"
+#include "kyt_host/communication/detail/guarded.h"
 #include "kyt_host/communication/detail/session.h"
 #include "kyt_host/communication/detail/tcp_link.h"
 #include "kyt_host/communication/message_manager.h"
@@ -37,6 +40,7 @@ class AsioTCPBackend::Connection : public std::enable_shared_from_this<Connectio
   bool open();
   bool close();
   bool send(unsigned int code, const std::string& payload);
+  bool sendPieces(unsigned int code, std::string_view bytes, std::size_t pieceSize);
 
   const std::string ip;
   const std::string port;
@@ -54,6 +58,8 @@ class AsioTCPBackend::Connection : public std::enable_shared_from_this<Connectio
   void letLastCommandArrive(Session& session);
   void endWaits();
   void callBack(const Session& session, const CallbackQueue::Event& event, const char* text);
+  template <class MakeFrames>
+  bool write(const MakeFrames& makeFrames);
 
   std::shared_ptr<Session> session();
   void setSession(std::shared_ptr<Session> session);
@@ -145,9 +151,10 @@ void AsioTCPBackend::Connection::endWaits() {
   store.endWaits();
 }
 
-bool AsioTCPBackend::Connection::send(unsigned int code, const std::string& payload) {
+template <class MakeFrames>
+bool AsioTCPBackend::Connection::write(const MakeFrames& makeFrames) {
   try {
-    const std::error_code error = link_.write(assemblySendMessage(static_cast<Strategy>(code), payload));
+    const std::error_code error = link_.write(makeFrames());
     lastSent_ = std::chrono::steady_clock::now();
     if (!error) return true;
     printLine(std::cerr, "Error sending message to " + ip + ":" + port + ". Exception: " + error.message());
@@ -155,6 +162,20 @@ bool AsioTCPBackend::Connection::send(unsigned int code, const std::string& payl
     printLine(std::cerr, std::string("Error sending message: ") + exception.what());
   }
   return false;
+}
+
+bool AsioTCPBackend::Connection::send(unsigned int code, const std::string& payload) {
+  return write([&] { return assemblySendMessage(static_cast<Strategy>(code), payload); });
+}
+
+bool AsioTCPBackend::Connection::sendPieces(unsigned int code, std::string_view bytes, std::size_t pieceSize) {
+  return write([&] {
+    std::string frames;
+    frames.reserve(bytes.size() + (bytes.size() / pieceSize + 1) * (frameHeaderSize + frameCrcSize));
+    for (; !bytes.empty(); bytes.remove_prefix(std::min(pieceSize, bytes.size())))
+      appendFrame(frames, static_cast<Strategy>(code), bytes.substr(0, pieceSize));
+    return frames;
+  });
 }
 
 // The reading thread, from the connection to its end.
@@ -225,14 +246,7 @@ bool AsioTCPBackend::Connection::restore(Session& session) {
 // On the calling-back thread. Callbacks are read at the last moment: one that was taken away is not called any more.
 void AsioTCPBackend::Connection::callBack(const Session& session, const CallbackQueue::Event& event, const char* text) {
   const auto call = [&session](const auto& callback) {
-    if (session.signal.stopped()) return;  // the callback before this one may have disconnected
-    try {
-      callback();
-    } catch (const std::exception& exception) {
-      printLine(std::cerr, std::string("Exception in a callback: ") + exception.what());
-    } catch (...) {
-      printLine(std::cerr, "Exception in a callback: not a standard one");
-    }
+    if (!session.signal.stopped()) callUser(callback);  // the callback before this one may have disconnected
   };
   if (event.reconnected) {
     call([&] {
@@ -303,4 +317,16 @@ MessageBaseStrategy* AsioTCPBackend::exchange(unsigned int requestCode, const st
   if (connection_->ended) return nullptr;
   connection_->send(requestCode, payload);
   return handler->await(timeoutMs, connection_->ended, &text) ? handler : nullptr;
+}
+
+bool AsioTCPBackend::sendPieces(unsigned int code, std::string_view bytes, std::size_t pieceSize) {
+  return connection_->sendPieces(code, bytes, pieceSize);
+}
+
+MessageBaseStrategy* AsioTCPBackend::waitingForEither(unsigned int first, unsigned int second, int timeoutMs,
+                                                      std::string& text) {
+  const CallbackQueue::WaitingForReply waiting;
+  return MessageBaseStrategy::awaitEither(*connection_->store.findOrAdd(static_cast<Strategy>(first)),
+                                          *connection_->store.findOrAdd(static_cast<Strategy>(second)), timeoutMs,
+                                          connection_->ended, text);
 }

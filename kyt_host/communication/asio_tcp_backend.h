@@ -34,6 +34,9 @@ class KYT_HOST_API AsioTCPBackend : public BackendBase {
   void setCallbackWhenRecv(void (*callback)(int code, const char* text)) override;
   MessageBaseStrategy* exchange(unsigned int requestCode, const std::string& payload, unsigned int replyCode,
                                 int timeoutMs, std::string& text) override;
+  bool sendPieces(unsigned int code, std::string_view bytes, std::size_t pieceSize) override;
+  MessageBaseStrategy* waitingForEither(unsigned int first, unsigned int second, int timeoutMs,
+                                        std::string& text) override;
 
  private:
   class Connection;

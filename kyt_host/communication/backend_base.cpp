@@ -1,5 +1,7 @@
 #include "kyt_host/communication/backend_base.h"
 
+#include <algorithm>
+
 #include "kyt_host/communication/detail/json_text.h"
 
 BackendBase::BackendBase() = default;
@@ -9,6 +11,22 @@ MessageBaseStrategy* BackendBase::exchange(unsigned int requestCode, const std::
                                            int timeoutMs, std::string& text) {
   sendData(requestCode, payload);
   MessageBaseStrategy* const reply = waitingMessage(replyCode, timeoutMs);
+  if (reply != nullptr) text = reply->text();
+  return reply;
+}
+
+bool BackendBase::sendPieces(unsigned int code, std::string_view bytes, std::size_t pieceSize) {
+  for (; !bytes.empty(); bytes.remove_prefix(std::min(pieceSize, bytes.size()))) {
+    if (!sendData(code, std::string(bytes.substr(0, pieceSize)))) return false;
+  }
+  return true;
+}
+
+MessageBaseStrategy* BackendBase::waitingForEither(unsigned int first, unsigned int second, int timeoutMs,
+                                                   std::string& text) {
+  constexpr int glanceMs = 10;
+  MessageBaseStrategy* reply = waitingMessage(first, glanceMs);
+  if (reply == nullptr) reply = waitingMessage(second, timeoutMs);
   if (reply != nullptr) text = reply->text();
   return reply;
 }

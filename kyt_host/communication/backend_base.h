@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <future>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 #include "kyt_host/communication/message_base_strategy.h"
@@ -55,6 +57,16 @@ class KYT_HOST_API BackendBase {
   /// @return the handler of `replyCode`, or null when no reply came within `timeoutMs`
   virtual MessageBaseStrategy* exchange(unsigned int requestCode, const std::string& payload, unsigned int replyCode,
                                         int timeoutMs, std::string& text);
+
+  /// Sends bytes that go out as frames of at most `pieceSize` bytes each, many frames in one write.
+  /// @return true when all of them have been handed to the system
+  virtual bool sendPieces(unsigned int code, std::string_view bytes, std::size_t pieceSize);
+
+  /// Waits for a frame of either code that no earlier wait has consumed. When both are there, `first` is.
+  /// @param text  receives its text
+  /// @return its handler, or null when no frame came within `timeoutMs`
+  virtual MessageBaseStrategy* waitingForEither(unsigned int first, unsigned int second, int timeoutMs,
+                                                std::string& text);
 
   /// Fulfils the pending request whose id the text carries under "reqId", if there is one.
   void onMessageReceived(Strategy code, const std::string& payload);

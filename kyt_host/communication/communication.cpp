@@ -9,7 +9,7 @@ Communication::~Communication() = default;
 
 bool Communication::Connect() { return backend_->Connect(); }
 
-Communication::QueueMotion* Communication::queueMotion(int robotNum) {
+MotionQueue* Communication::queueMotion(int robotNum) {
   if (robotNum < 1 || robotNum > robots) return nullptr;
   return &queueMotions_[static_cast<std::size_t>(robotNum - 1)];
 }

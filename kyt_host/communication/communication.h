@@ -1,18 +1,16 @@
 #pragma once
 
 #include <array>
-#include <deque>
 #include <memory>
 #include <string>
 
 #include "kyt_host/communication/backend_base.h"
+#include "kyt_host/communication/motion_queue.h"
 #include "kyt_host/export.h"
-#include "kyt_host/program_line.h"
 
 /// One connection: its backend, and the lines that wait to be sent to the motion queue of each of the four robots.
 class KYT_HOST_API Communication {
  public:
-  using QueueMotion = std::deque<std::unique_ptr<Command>>;
   static constexpr int robots = 4;
 
   Communication(const std::string& ip, const std::string& port);
@@ -24,9 +22,9 @@ class KYT_HOST_API Communication {
   BackendBase& backend() const { return *backend_; }
 
   /// The queue of robot `robotNum`, 1..4; null for any other number.
-  QueueMotion* queueMotion(int robotNum);
+  MotionQueue* queueMotion(int robotNum);
 
  private:
   std::unique_ptr<BackendBase> backend_;
-  std::array<QueueMotion, robots> queueMotions_;
+  std::array<MotionQueue, robots> queueMotions_;
 };

@@ -107,7 +107,8 @@ BackendBase* ClientManager::getClient(int socketFd) {
 
 std::deque<std::unique_ptr<Command>>* ClientManager::getQueueMotion(int socketFd, int robotNum) {
   const Client client(socketFd);
-  return client.communication() == nullptr ? nullptr : client.communication()->queueMotion(robotNum);
+  MotionQueue* const queue = client.queueMotion(robotNum);
+  return queue == nullptr ? nullptr : &queue->lines();
 }
 
 ClientManager::Client::Client(int socketFd) : socketFd_(socketFd), communication_(nullptr) {
@@ -115,6 +116,10 @@ ClientManager::Client::Client(int socketFd) : socketFd_(socketFd), communication
   if (client == nullptr) return;
   ++client->users;
   communication_ = client->communication;
+}
+
+MotionQueue* ClientManager::Client::queueMotion(int robotNum) const {
+  return communication_ == nullptr ? nullptr : communication_->queueMotion(robotNum);
 }
 
 ClientManager::Client::~Client() {

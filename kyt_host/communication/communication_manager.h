@@ -33,6 +33,7 @@ class KYT_HOST_API ClientManager {
   static BackendBase* getClient(int socketFd);
 
   /// The lines that wait for the motion queue of robot `robotNum`, 1..4; null for other numbers and unknown handles.
+  /// Not while another thread pushes or sends: see `Client::queueMotion`.
   static std::deque<std::unique_ptr<Command>>* getQueueMotion(int socketFd, int robotNum);
 
   /// A connection in use: as long as this stands, it is not destroyed.
@@ -51,6 +52,9 @@ class KYT_HOST_API ClientManager {
 
     /// The connection, connected or not; null when the handle is unknown.
     Communication* communication() const { return communication_; }
+
+    /// The lines for the motion queue of robot `robotNum`, 1..4; null for other numbers and when the handle is unknown.
+    MotionQueue* queueMotion(int robotNum) const;
 
    private:
     int socketFd_;

@@ -27,6 +27,9 @@ class KYT_HOST_API MessageBaseStrategy {
   /// The first half of `processingData`: all but the callback.
   virtual void store(std::string_view data);
 
+  /// Whether every text counts, even of those that arrive together; otherwise only the last of them is stored.
+  virtual bool wantsEveryText() const { return false; }
+
   /// Whether the handler has a callback of its own that is installed.
   virtual bool wantsCallBack() const { return false; }
 
@@ -43,6 +46,11 @@ class KYT_HOST_API MessageBaseStrategy {
   /// @param text       if given, receives the text that was there when the wait ended
   /// @return false on time-out, or when `ended`
   bool await(int timeoutMs, const std::atomic<bool>& ended, std::string* text = nullptr);
+
+  /// Waits for a text of one of two handlers, and consumes it; when both have one, that of `first`.
+  /// @return the handler whose text is now in `text`, or null on time-out or when `ended`
+  static MessageBaseStrategy* awaitEither(MessageBaseStrategy& first, MessageBaseStrategy& second, int timeoutMs,
+                                          const std::atomic<bool>& ended, std::string& text);
 
   /// Makes everybody who waits here look at `ended` again.
   void endWaits();
@@ -69,8 +77,14 @@ class KYT_HOST_API MessageBaseStrategy {
   bool received_ = false;
 
  private:
+  template <class Done>
+  void sleepUntil(std::unique_lock<std::mutex>& lock, int timeoutMs, const Done& done);
+  bool consume(std::string* text);
+  void wakeAll();
+
   std::condition_variable arrived_;
   unsigned int waiters_ = 0;
+  MessageBaseStrategy* alsoWakes_ = nullptr;  // there somebody waits, or has waited, for a text of either
 
   std::uint32_t nextTurn_ = 0;
   std::uint32_t currentTurn_ = 0;

@@ -1,6 +1,7 @@
 #include "kyt_host/communication/reply_handlers.h"
 
 #include <iostream>
+#include <utility>
 
 #include "kyt_host/communication/detail/diagnostics.h"
 #include "kyt_host/communication/detail/json_text.h"
@@ -53,6 +54,18 @@ bool RecvDownloadFinish::finished() const {
 std::vector<std::string> RecvAllJobFileName::jobFileNames() const {
   const std::lock_guard lock(mutex_);
   return jobFileNames_;
+}
+
+std::vector<std::string> RecvAllJobFileName::takeTexts() {
+  const std::lock_guard lock(mutex_);
+  textsSize_ = 0;
+  return std::exchange(texts_, {});
+}
+
+void RecvAllJobFileName::onStored() {
+  getAllJobFileName();
+  textsSize_ += text_.size() + sizeof text_;
+  if (textsSize_ <= maxKept) texts_.push_back(text_);
 }
 
 void RecvAllJobFileName::getAllJobFileName() {

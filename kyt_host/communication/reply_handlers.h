@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -57,18 +58,29 @@ class KYT_HOST_API RecvDownloadFinish : public MessageBaseStrategy {
   bool finished_ = false;
 };
 
-/// The names of the controller's job files.
+/// The names of the controller's job files, which may come in several texts.
 class KYT_HOST_API RecvAllJobFileName : public MessageBaseStrategy {
  public:
+  /// How many bytes of texts are kept until they are taken; further ones are dropped.
+  static constexpr std::size_t maxKept = 1024 * 1024;
+
+  /// The names in the last text.
   std::vector<std::string> jobFileNames() const;
 
+  /// The texts that have arrived since they were last taken.
+  std::vector<std::string> takeTexts();
+
+  bool wantsEveryText() const override { return true; }
+
  protected:
-  void onStored() override { getAllJobFileName(); }
+  void onStored() override;
 
  private:
   void getAllJobFileName();
 
   std::vector<std::string> jobFileNames_;
+  std::vector<std::string> texts_;
+  std::size_t textsSize_ = 0;
 };
 
 // clang-format off

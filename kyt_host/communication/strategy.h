@@ -12,7 +12,7 @@ enum class Strategy : unsigned int {
   SetRobotsParallel = SetServoState,     // one code for two commands; the keys tell them apart
   SetAxisSdo = 0x2056,
   SetServoPower = 0x2301,                ServoPowerReply = 0x2303,
-  GetHardEnablePort = 0x2305,            HardEnablePortReply = 0x2306,
+  SetHardEnablePort = 0x2304,            GetHardEnablePort = 0x2305,      HardEnablePortReply = 0x2306,
   ClearError = 0x3201,
 
   // operating mode, coordinate system, speed, states
@@ -93,20 +93,20 @@ enum class Strategy : unsigned int {
   GetJobCommand = 0x9309,                JobCommandReply = 0x930A,
 
   // IO, remote control, safety
-  GetRemoteProgram = 0x2C02,             RemoteProgramReply = 0x2C03,
-  GetRemoteParam = 0x2C05,               RemoteParamReply = 0x2C06,
-  GetRemoteFunction = 0x2F02,            RemoteFunctionReply = 0x2F03,
-  GetIoReset = 0x2F0E,                   IoResetReply = 0x2F0F,
+  SetRemoteProgram = 0x2C01,             GetRemoteProgram = 0x2C02,       RemoteProgramReply = 0x2C03,
+  SetRemoteParam = 0x2C04,               GetRemoteParam = 0x2C05,         RemoteParamReply = 0x2C06,
+  SetRemoteFunction = 0x2F01,            GetRemoteFunction = 0x2F02,      RemoteFunctionReply = 0x2F03,
+  SetIoReset = 0x2F0D,                   GetIoReset = 0x2F0E,             IoResetReply = 0x2F0F,
   GetIoType = 0x2F22,                    IoTypeReply = 0x2F23,
-  GetRemoteStatusTips = 0x2F25,          RemoteStatusTipsReply = 0x2F26,
-  GetSafeIo = 0x2F32,                    SafeIoReply = 0x2F33,
-  GetDigitalInputMessage = 0x2F42,       DigitalInputMessageReply = 0x2F43,
-  GetDigitalOutputMessage = 0x2F45,      DigitalOutputMessageReply = 0x2F46,
-  GetDigitalOutput = 0x3602,             DigitalOutputReply = 0x3603,
+  SetRemoteStatusTips = 0x2F24,          GetRemoteStatusTips = 0x2F25,    RemoteStatusTipsReply = 0x2F26,
+  SetSafeIo = 0x2F31,                    GetSafeIo = 0x2F32,              SafeIoReply = 0x2F33,
+  SetDigitalInputMessage = 0x2F41,       GetDigitalInputMessage = 0x2F42, DigitalInputMessageReply = 0x2F43,
+  SetDigitalOutputMessage = 0x2F44,      GetDigitalOutputMessage = 0x2F45, DigitalOutputMessageReply = 0x2F46,
+  SetDigitalOutput = 0x3601,             GetDigitalOutput = 0x3602,       DigitalOutputReply = 0x3603,
   GetDigitalInput = 0x3605,              DigitalInputReply = 0x3606,
-  GetAnalogOutput = 0x3608,              AnalogOutputReply = 0x3609,
+  SetAnalogOutput = 0x3607,              GetAnalogOutput = 0x3608,        AnalogOutputReply = 0x3609,
   GetAnalogInput = 0x360A,               AnalogInputReply = 0x360B,
-  GetForceDigitalInput = 0x360D,         ForceDigitalInputReply = 0x360E,
+  SetForceDigitalInput = 0x360C,         GetForceDigitalInput = 0x360D,   ForceDigitalInputReply = 0x360E,
 
   // welding, vision, conveyor, pallet, track recording, Modbus master
   SetWeldConfig = 0x4007,                GetWeldConfig = 0x4008,          WeldConfigReply = 0x4009,

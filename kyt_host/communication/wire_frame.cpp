@@ -3,6 +3,7 @@
 #include <limits>
 #include <stdexcept>
 
+#include "kyt_host/communication/detail/append_frame.h"
 #include "kyt_host/communication/detail/byte_order.h"
 #include "kyt_host/communication/detail/crc32.h"
 #include "kyt_host/communication/detail/frame_buffer.h"
@@ -17,16 +18,22 @@ std::string assemblySendMessage(Strategy command, const std::string& payload) {
 
   std::string frame;
   frame.reserve(frameHeaderSize + text.size() + frameCrcSize);
-  frame.resize(frameHeaderSize);
-  frame[0] = 0x4E;
-  frame[1] = 0x66;
-  storeBigEndian16(&frame[2], static_cast<std::uint32_t>(text.size()));
-  storeBigEndian16(&frame[4], static_cast<std::uint32_t>(command));
-  frame += text;
-  const std::uint32_t crc = crc32(frame.data() + 2, frame.size() - 2);
-  frame.resize(frame.size() + frameCrcSize);
-  storeBigEndian32(&frame[frame.size() - frameCrcSize], crc);
+  appendFrame(frame, command, text);
   return frame;
+}
+
+void appendFrame(std::string& bytes, Strategy command, std::string_view payload) {
+  const std::size_t begin = bytes.size();
+  bytes.resize(begin + frameHeaderSize);
+  char* const header = &bytes[begin];
+  header[0] = 0x4E;
+  header[1] = 0x66;
+  storeBigEndian16(header + 2, static_cast<std::uint32_t>(payload.size()));
+  storeBigEndian16(header + 4, static_cast<std::uint32_t>(command));
+  bytes += payload;
+  const std::uint32_t crc = crc32(bytes.data() + begin + 2, bytes.size() - begin - 2);
+  bytes.resize(bytes.size() + frameCrcSize);
+  storeBigEndian32(&bytes[bytes.size() - frameCrcSize], crc);
 }
 
 int verifyReceiveMessage(const std::vector<char>& header, const std::vector<char>& body, unsigned int length) {

@@ -26,6 +26,7 @@ void FrameFiler::finishRead() {
 void FrameFiler::beginRow(unsigned int code) {
   endRow();
   handler_ = store_.findOrAddReceived(static_cast<Strategy>(code));
+  everyTextCounts_ = handler_ != nullptr && handler_->wantsEveryText();
   row_ = {code, handler_ != nullptr && handler_->wantsCallBack(), receiveCallback_.load() != nullptr, false};
   inRow_ = true;
 }
@@ -37,6 +38,7 @@ void FrameFiler::endRow() {
 
 // Whether the text is one that carries a request's id: not for the store, but for the receive callback like any other.
 bool FrameFiler::takeRequestReply(const Frame& frame) {
+  if (frame.command == static_cast<unsigned int>(Strategy::DownloadData)) return false;  // a file may hold anything
   if (!carriesRequestId(frame.text())) return false;
   owner_.onMessageReceived(static_cast<Strategy>(frame.command), std::string(frame.text()));
   if (receiveCallback_.load() != nullptr) callbacks_.add({frame.command, false, true, false}, frame.text());

@@ -13,6 +13,7 @@
 ///
 /// Of a row of frames with the same code within one read only the last text is stored, since it would have replaced
 /// the others before anybody could look: a stream of states then costs one lock for each read, not for each frame.
+/// Handlers that want every text get every text.
 class FrameFiler {
  public:
   using ReceiveCallback = void (*)(int code, const char* text);
@@ -28,7 +29,7 @@ class FrameFiler {
   /// Takes an intact frame.
   void take(const Frame& frame) {
     if (mayCarryRequestIds_ && takeRequestReply(frame)) return;
-    if (!inRow_ || row_.code != frame.command) beginRow(frame.command);
+    if (!inRow_ || row_.code != frame.command || everyTextCounts_) beginRow(frame.command);
     lastText_ = frame.text();
     if (row_.forHandler || row_.forReceiver) callbacks_.add(row_, lastText_);
   }
@@ -50,6 +51,7 @@ class FrameFiler {
 
   // The row of frames of one code that is going on.
   bool inRow_ = false;
+  bool everyTextCounts_ = false;  // so that each frame is a row of its own
   CallbackQueue::Event row_;
   MessageBaseStrategy* handler_ = nullptr;  // null: the code is unknown, and so are too many others
   std::string_view lastText_;
