@@ -48,12 +48,19 @@ int run(int argc, char** argv) {
   app.option_defaults()->always_capture_default();
   app.add_option("--host", settings.host, "address to listen on");
   app.add_option("--port", settings.port, "control port; 0: the system chooses");
-  app.add_option("--file-port", filePort, "reserved for file transfer; nothing listens on it yet");
+  app.add_option("--file-port", filePort, "file server's port, which hosts expect to be 5000; 0: the system chooses");
   app.add_option("--servo-port", servoPort, "second port with the same service; 0: the system chooses");
+  app.add_option("--data", settings.dataDirectory, "folder for jobs, logs and configuration; empty: a temporary one");
   app.add_option("--robots", settings.robots, "number of robots")->check(CLI::Range(1, 4));
+  app.add_option("--remote-programs", settings.remotePrograms,
+                 "remote programs of each robot, 10 to 99; 0: ten, in an older controller's messages")
+      ->check(CLI::Range(0, 99));
   app.add_option("--servo-delay", servoDelay, "ms that a change of servo state takes")
       ->type_name("MS")
       ->check(CLI::Range(0, 60'000));
+  app.add_option("--time-scale", settings.timeScale, "how many times as fast as ours the controller's time runs")
+      ->type_name("N")
+      ->check(CLI::Range(0.1, 1000.0));
   app.add_option("--state-period", statePeriod, "ms between two pushes of the robots' states; 0: never")
       ->type_name("MS")
       ->check(CLI::Range(0, 3'600'000));
@@ -61,6 +68,7 @@ int run(int argc, char** argv) {
   CLI11_PARSE(app, argc, argv);
 
   settings.servoPort = servoPort;
+  settings.filePort = filePort;
   settings.servoDelay = std::chrono::milliseconds(servoDelay);
   settings.statePeriod = std::chrono::milliseconds(statePeriod);
   serve(settings);

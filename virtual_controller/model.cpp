@@ -2,21 +2,36 @@
 
 #include <utility>
 
+#include "virtual_controller/arm/pose.h"
+#include "virtual_controller/coordinates.h"
+
 namespace virtual_controller {
 
-Model::Model(const Settings& settings, EventLoop& loop, Push push)
-    : loop_(loop), servoDelay_(settings.servoDelay), push_(std::move(push)) {
-  for (int number = 1; number <= settings.robots; ++number) robots_.push_back({number, {}});
+Model::Model(const Settings& settings, EventLoop& loop, DataFolder& data, Push push)
+    : clock_(loop, settings.timeScale), servoDelay_(settings.servoDelay), push_(std::move(push)), jobs_(data) {
+  for (int number = 1; number <= settings.robots; ++number) {
+    RobotState state;
+    state.remote = RemoteMode(settings.remotePrograms);
+    robots_.push_back({number, std::move(state)});
+  }
+  for (auto& robot : robots_) runners_.emplace_back(*this, robot);
 }
 
-Model::Robot& Model::robot(int number) {
+std::vector<Robot>& Model::robots() {
+  for (auto& robot : robots_) mover_.advance(robot);
+  return robots_;
+}
+
+Robot& Model::robot(int number) {
   if (number < 1 || number > static_cast<int>(robots_.size())) {
     throw std::out_of_range("there is no robot " + std::to_string(number));
   }
-  return robots_[static_cast<std::size_t>(number - 1)];
+  auto& robot = robots_[static_cast<std::size_t>(number - 1)];
+  mover_.advance(robot);
+  return robot;
 }
 
-Model::Robot& Model::robot(const Json& request) {
+Robot& Model::robot(const Json& request) {
   const auto number = request.contains("robot") ? integer(request, {"robot"}) : controller.currentRobot;
   try {
     return robot(number);
@@ -25,25 +40,40 @@ Model::Robot& Model::robot(const Json& request) {
   }
 }
 
+Pose Model::flangePose(const Robot& robot) const { return toPose(flangeNow(robot.state)); }
+
+Pose Model::toolPose(const Robot& robot) const { return toPose(toolNow(robot.state)); }
+
 void Model::edit(int number, const std::function<void(RobotState&)>& change) {
   auto& edited = robot(number);
-  const auto before = edited.state.servoState;
+  const auto servoBefore = edited.state.servoState;
+  const auto deadmanBefore = edited.state.deadman;
   change(edited.state);
-  if (edited.state.servoState != before) ++edited.servoChanges;
+  if (edited.state.servoState != servoBefore) ++edited.servoChanges;
+  if (deadmanBefore && !edited.state.deadman) runner(edited).stop();
+  mover_.advance(edited);
 }
 
 void Model::moveServo(Robot& robot, int target) {
-  loop_.after(servoDelay_, [&robot, target, change = ++robot.servoChanges] {
-    if (robot.servoChanges == change) robot.state.servoState = target;
+  if (target != servoRunning) runner(robot).stop();
+  clock_.after(servoDelay_, [this, &robot, target, change = ++robot.servoChanges] {
+    if (robot.servoChanges != change) return;
+    robot.state.servoState = target;
+    mover_.advance(robot);
   });
 }
 
 void Model::raiseError(Robot& robot, int code, const std::string& text) {
+  runner(robot).stop();
   ++robot.servoChanges;
   robot.state.servoState = servoError;
   robot.state.deadman = false;
   robot.state.runningState = 0;
   robot.state.error = ActiveError{code, text};
+  reportError(robot, code, text);
+}
+
+void Model::reportError(const Robot& robot, int code, const std::string& text) {
   push_(Strategy::ErrorMessage, systemMessage(Strategy::ErrorMessage, robot.number, code, text));
 }
 
@@ -56,6 +86,27 @@ void Model::clearError(Robot& robot) {
   if (robot.state.servoState != servoError) return;
   ++robot.servoChanges;
   robot.state.servoState = servoReady;
+}
+
+void Model::remoteCommand(Robot& robot, RemoteCommand command) {
+  switch (command) {
+    case RemoteCommand::FaultReset:
+      return clearError(robot);
+    case RemoteCommand::Start:
+      return runner(robot).runRemotely();
+    case RemoteCommand::Pause:
+      return runner(robot).pause();
+    case RemoteCommand::Stop:
+      return runner(robot).stop();
+  }
+}
+
+void Model::applyIoReset(const Robot& robot, IoResetType type) {
+  const auto& table = robot.state.ioReset[static_cast<std::size_t>(type - 1)];
+  auto& outputs = controller.io.outputs;
+  for (std::size_t i = 0; i < outputs.size(); ++i) {
+    if (table.enable[i] != 0) outputs[i] = table.value[i] != 0;
+  }
 }
 
 Json Model::stateMessage(const Robot& robot) {

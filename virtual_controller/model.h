@@ -1,50 +1,68 @@
 #pragma once
 
-#include <chrono>
 #include <functional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "virtual_controller/controller_clock.h"
 #include "virtual_controller/event_loop.h"
+#include "virtual_controller/io_watch.h"
+#include "virtual_controller/mover.h"
+#include "virtual_controller/program/job_store.h"
+#include "virtual_controller/program/runner.h"
 #include "virtual_controller/request.h"
+#include "virtual_controller/robot.h"
 #include "virtual_controller/virtual_controller.h"
 
 namespace virtual_controller {
-
-/// A request that the controller understands and refuses; the client gets `what()` in an error frame.
-class Refusal : public std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
 
 /// The robots and what they share. Knows nothing of connections; used with the loop's lock held.
 class Model {
  public:
   using Push = std::function<void(Strategy code, const Json& message)>;
 
-  struct Robot {
-    int number;
-    RobotState state;
-    unsigned servoChanges = 0;  ///< tells a servo transition that has been overtaken from the latest
-  };
+  using Robot = virtual_controller::Robot;
 
   /// `push` sends a message to every client.
-  Model(const Settings& settings, EventLoop& loop, Push push);
+  Model(const Settings& settings, EventLoop& loop, DataFolder& data, Push push);
 
   ControllerState controller;
 
-  std::vector<Robot>& robots() { return robots_; }
+  /// In whose time all that the controller does by itself takes place.
+  ControllerClock& clock() { return clock_; }
+  Mover& mover() { return mover_; }
+  JobStore& jobs() { return jobs_; }
+  /// Who carries out the robot's programs.
+  Runner& runner(const Robot& robot) { return runners_.at(static_cast<std::size_t>(robot.number - 1)); }
+
+  // Robots are handed out with their state as it is now; it stays so while the lock is held.
+  std::vector<Robot>& robots();
   /// Throws std::out_of_range for a robot that does not exist.
   Robot& robot(int number);
   /// The robot that a request names, or the current one if it names none. Refuses one that does not exist.
   Robot& robot(const Json& request);
+
+  /// Where the flange of the robot is now, as seen from its base.
+  Pose flangePose(const Robot& robot) const;
+  /// Where the centre point of the selected tool is now, as seen from the robot's base.
+  Pose toolPose(const Robot& robot) const;
 
   void edit(int number, const std::function<void(RobotState&)>& change);
   /// The robot reaches the servo state after Settings::servoDelay, unless something else happens to it before.
   void moveServo(Robot& robot, int target);
   void raiseError(Robot& robot, int code, const std::string& text);
   void raiseWarning(const Robot& robot, int code, const std::string& text);
+  /// Tells all clients of what could not be done; the robot has no error then.
+  void reportError(const Robot& robot, int code, const std::string& text);
   void clearError(Robot& robot);
+
+  /// Acts on inputs, outputs, modes and errors that have changed. To be called when a request, or whatever else may
+  /// change them, is through.
+  void actOnChanges() { ioWatch_.look(); }
+  /// What an input, rather than a client, tells a robot.
+  void remoteCommand(Robot& robot, RemoteCommand command);
+  /// Sets the outputs that the robot's table of that type resets.
+  void applyIoReset(const Robot& robot, IoResetType type);
 
   /// The message for code 0x9513.
   static Json stateMessage(const Robot& robot);
@@ -52,10 +70,14 @@ class Model {
   static Json systemMessage(Strategy code, int robot, int number, const std::string& text);
 
  private:
-  EventLoop& loop_;
-  const std::chrono::milliseconds servoDelay_;
+  ControllerClock clock_;
+  Mover mover_{clock_};
+  const ControllerClock::Seconds servoDelay_;
   Push push_;
-  std::vector<Robot> robots_;  ///< never resized: transitions under way refer to them
+  IoWatch ioWatch_{*this};
+  JobStore jobs_;
+  std::vector<Robot> robots_;    ///< never resized: transitions and motions under way refer to them
+  std::vector<Runner> runners_;  ///< as many, nor resized
 };
 
 }  // namespace virtual_controller

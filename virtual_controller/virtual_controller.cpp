@@ -7,6 +7,9 @@
 
 #include "kyt_host/communication/wire_frame.h"
 #include "virtual_controller/event_loop.h"
+#include "virtual_controller/files/data_folder.h"
+#include "virtual_controller/files/file_server.h"
+#include "virtual_controller/json_text.h"
 #include "virtual_controller/listener.h"
 #include "virtual_controller/model.h"
 #include "virtual_controller/operations/operations.h"
@@ -20,17 +23,6 @@ namespace {
 
 constexpr int refusedCode = 1;  // the error number of a refused request
 
-/// The request as an object; null when it is none.
-Json parsed(const std::string& text) {
-  if (text == "{robot:1}") return {{"robot", 1}};  // what an empty request travels as
-  auto request = Json::parse(text, nullptr, false);
-  if (!request.is_object()) return nullptr;
-  return request;  // moved: to copy, or to dump, what a client has nested deeply could exhaust the stack
-}
-
-/// The message as text; bytes that are not UTF-8 do not end it.
-std::string dumped(const Json& message) { return message.dump(-1, ' ', false, Json::error_handler_t::replace); }
-
 std::string frameOf(Strategy code, const std::string& text) {
   if (text.size() >= frameMaxPayload) throw std::length_error("the text does not fit one frame");
   return assemblySendMessage(code, text + "\n");
@@ -43,10 +35,12 @@ class VirtualController::Impl final : public SessionOwner {
  public:
   explicit Impl(Settings wanted)
       : settings(std::move(wanted)),
-        model(checked(settings), loop, [this](Strategy code, const Json& message) { push(code, dumped(message)); }) {
+        data(settings.dataDirectory, dumped({{"robots", settings.robots}})),
+        model(checked(settings), loop, data, [this](Strategy code, const Json& message) { push(code, dumped(message)); }) {
     const auto locked = loop.lock();
-    listen(settings.port);
-    if (settings.servoPort) listen(*settings.servoPort);
+    control_ = &listen(settings.port);
+    if (settings.servoPort) servo_ = &listen(*settings.servoPort);
+    if (settings.filePort) files_ = &listen(*settings.filePort, true);
     start();
     if (settings.statePeriod.count() > 0) pushStates();
     loop.start();  // last: a constructor that throws leaves no thread behind
@@ -68,7 +62,10 @@ class VirtualController::Impl final : public SessionOwner {
   }
 
   void closeSessions(void (Session::*how)()) {
-    for (auto& [number, session] : std::exchange(sessions_, {})) ((*session).*how)();
+    for (auto& [number, session] : std::exchange(sessions_, {})) {
+      ((*session).*how)();
+      fileServer_.close(number);
+    }
     held_.clear();
     loop.changed();
   }
@@ -108,14 +105,15 @@ class VirtualController::Impl final : public SessionOwner {
     for (auto& [number, session] : sessions_) session->send(bytes);
   }
 
-  std::string portText(std::size_t index) const {
-    return index < listeners_.size() ? std::to_string(listeners_[index]->port()) : std::string();
-  }
+  std::string controlPort() const { return portText(control_); }
+  std::string servoPort() const { return portText(servo_); }
+  std::string filePort() const { return portText(files_); }
 
   std::size_t connections() const { return sessions_.size(); }
 
   EventLoop loop;
   const Settings settings;
+  DataFolder data;
   Model model;
   Script script;
   RequestLog log;
@@ -124,33 +122,55 @@ class VirtualController::Impl final : public SessionOwner {
  private:
   static const Settings& checked(const Settings& settings) {
     if (settings.robots < 1 || settings.robots > 4) throw std::runtime_error("a controller has 1 to 4 robots");
+    if (!(settings.timeScale >= 0.1 && settings.timeScale <= 1000)) {
+      throw std::runtime_error("a controller's time runs 0.1 to 1000 times as fast as ours");
+    }
+    const auto programs = settings.remotePrograms;
+    if (programs != 0 && (programs < RemoteMode::fewestPrograms || programs > RemoteMode::mostPrograms)) {
+      throw std::runtime_error("a robot has 10 to 99 remote programs, or 0 for the older form");
+    }
     return settings;
   }
 
-  void listen(unsigned short port) {
-    listeners_.push_back(std::make_unique<Listener>(loop, settings.host, port, [this](asio::ip::tcp::socket socket) {
+  const Listener& listen(unsigned short port, bool forFiles = false) {
+    const auto accept = [this, forFiles](asio::ip::tcp::socket socket) {
       const auto session = std::make_shared<Session>(loop, *this, line_, std::move(socket), ++accepted_);
       sessions_.emplace(session->number(), session);
+      if (forFiles) fileServer_.open(session->number());
       trace(*session, "opened");
       session->resume();
       loop.changed();
-    }));
+    };
+    return *listeners_.emplace_back(std::make_unique<Listener>(loop, settings.host, port, accept));
+  }
+
+  static std::string portText(const Listener* listener) {
+    return listener == nullptr ? std::string() : std::to_string(listener->port());
+  }
+
+  /// The name of an operation, for people; null when the connection knows none with this code.
+  const std::string* nameOf(const Session& session, Strategy code) const {
+    if (fileServer_.serves(session.number())) return fileServer_.nameOf(code);
+    const auto found = operations_.find(code);
+    return found == operations_.end() ? nullptr : &found->second.name;
   }
 
   void frameReceived(Session& session, Strategy code, const std::string& text) override {
     log.add({code, text, session.number()});
     loop.changed();
-    const auto found = operations_.find(code);
-    const auto known = found != operations_.end();
-    const auto& name = known ? found->second.name : unknown_;
+    const auto* const known = nameOf(session, code);
+    const auto& name = known != nullptr ? *known : unknown_;
     trace(session, "<-", code, name, text);
     try {
       if (const auto reaction = script.next(code)) {
         if (*reaction) reply(session, (*reaction)->code, name, (*reaction)->text);
-      } else if (known) {
-        perform(session, found->second, text);
-      } else {
+      } else if (known == nullptr) {
         ++rejected.unknown;
+      } else if (fileServer_.serves(session.number())) {
+        for (const auto& answer : fileServer_.perform(session.number(), code, text))
+          reply(session, answer.code, name, answer.text);
+      } else {
+        perform(session, operations_.at(code), text);
       }
     } catch (const std::exception& exception) {
       ++rejected.malformed;
@@ -167,6 +187,7 @@ class VirtualController::Impl final : public SessionOwner {
     try {
       const auto answer = operation.perform(model, request);
       if (answer) reply(session, answer->code, operation.name, dumped(answer->message));
+      model.actOnChanges();
     } catch (const Refusal& refusal) {
       ++rejected.refused;
       const auto robot = request.contains("robot") ? integer(request, {"robot"}) : model.controller.currentRobot;
@@ -204,7 +225,7 @@ class VirtualController::Impl final : public SessionOwner {
       if (sessions_.empty()) break;
       const auto frame = frameOf(Strategy::RobotState, dumped(Model::stateMessage(robot)));
       for (auto& [number, session] : sessions_) {
-        if (!session->lagging()) send(*session, frame);
+        if (!session->lagging() && !fileServer_.serves(number)) send(*session, frame);
       }
     }
     loop.after(settings.statePeriod, [this] { pushStates(); });
@@ -223,6 +244,7 @@ class VirtualController::Impl final : public SessionOwner {
   void sessionEnded(Session& session) override {
     trace(session, "closed");
     sessions_.erase(session.number());
+    fileServer_.close(session.number());
     loop.changed();
   }
 
@@ -244,15 +266,25 @@ class VirtualController::Impl final : public SessionOwner {
   std::map<std::size_t, std::string> held_;
   std::size_t accepted_ = 0;
   std::map<std::size_t, std::shared_ptr<Session>> sessions_;
+  FileServer fileServer_{data};
   std::vector<std::unique_ptr<Listener>> listeners_;
+  const Listener* control_ = nullptr;
+  const Listener* servo_ = nullptr;
+  const Listener* files_ = nullptr;
 };
 
 VirtualController::VirtualController(Settings settings) : impl_(std::make_unique<Impl>(std::move(settings))) {}
 VirtualController::~VirtualController() = default;
 
 std::string VirtualController::host() const { return impl_->settings.host; }
-std::string VirtualController::port() const { return impl_->portText(0); }
-std::string VirtualController::servoPort() const { return impl_->portText(1); }
+std::string VirtualController::port() const { return impl_->controlPort(); }
+std::string VirtualController::servoPort() const { return impl_->servoPort(); }
+std::string VirtualController::filePort() const { return impl_->filePort(); }
+
+std::string VirtualController::dataDirectory() const {
+  const auto locked = impl_->loop.lock();
+  return impl_->data.root();
+}
 
 void VirtualController::stop() {
   const auto locked = impl_->loop.lock();
@@ -272,6 +304,7 @@ RobotState VirtualController::robot(int number) const {
 void VirtualController::edit(int number, const std::function<void(RobotState&)>& change) {
   const auto locked = impl_->loop.lock();
   impl_->model.edit(number, change);
+  impl_->model.actOnChanges();
 }
 
 ControllerState VirtualController::controller() const {
@@ -282,11 +315,17 @@ ControllerState VirtualController::controller() const {
 void VirtualController::editController(const std::function<void(ControllerState&)>& change) {
   const auto locked = impl_->loop.lock();
   change(impl_->model.controller);
+  impl_->model.actOnChanges();
+}
+
+void VirtualController::setDigitalInput(int port, int level) {
+  editController([&](ControllerState& state) { state.io.inputs.at(static_cast<std::size_t>(port - 1)) = level; });
 }
 
 void VirtualController::raiseError(int robot, int code, const std::string& text) {
   const auto locked = impl_->loop.lock();
   impl_->model.raiseError(impl_->model.robot(robot), code, text);
+  impl_->model.actOnChanges();
 }
 
 void VirtualController::raiseWarning(int robot, int code, const std::string& text) {

@@ -12,6 +12,8 @@
 #include <vector>
 
 #include "kyt_host/communication/strategy.h"
+#include "virtual_controller/io.h"
+#include "virtual_controller/welder.h"
 
 /// A robot controller that runs on this PC: it listens on TCP, keeps real state for each robot, and answers as a
 /// controller does. Tests use it in process and script what a healthy controller would never do; the executable
@@ -22,8 +24,14 @@ struct Settings {
   std::string host = "127.0.0.1";
   unsigned short port = 0;                   ///< 0: the system chooses
   std::optional<unsigned short> servoPort;   ///< a second port that carries the same frames, if set
+  std::optional<unsigned short> filePort;    ///< the file server's, if set; hosts look for it on port 5000
+  std::string dataDirectory;                 ///< where jobs, logs and configuration are; empty: a temporary folder
   int robots = 4;                            ///< 1..4
+  int remotePrograms = 10;                   ///< of each robot: 10..99; 0: ten, in an older controller's messages
   std::chrono::milliseconds servoDelay{30};  ///< how long a change of servo state takes
+  /// How many times as fast as ours the controller's time runs, in which its servos and arms move: 0.1..1000. Pushed
+  /// states and the faults of the line keep to our time.
+  double timeScale = 1;
   std::chrono::milliseconds statePeriod{0};  ///< the robots' states are pushed this often to every client; 0: never
   bool verbose = false;                      ///< one line on standard output for each request, reply and event
 };
@@ -44,6 +52,15 @@ struct CollisionParameters {
 /// X, Y, Z in mm, then A, B, C in degrees: the rotations about the fixed axes x, y, z, carried out in that order.
 using Pose = std::array<double, 6>;
 
+using Point = std::array<double, 3>;  ///< X, Y, Z in mm
+
+/// What a calibration of a user frame is made of: an origin, a point on +X, and one in the xy plane on the side of +Y.
+enum FramePoint : std::size_t { FrameOrigin, FrameX, FrameY };
+using FramePoints = std::array<std::optional<Point>, 3>;
+
+/// What a calibration of a tool is made of: where the flange was, as seen from the base, by number of the point.
+using FlangePoses = std::map<int, Pose>;
+
 /// A tool frame, as seen from the flange, and the payload that comes with it.
 struct ToolFrame {
   Pose pose{};
@@ -61,19 +78,35 @@ struct ActiveError {
 struct RobotState {
   int servoState = servoStop;
   bool deadman = false;  ///< the enabling switch is held
-  int mode = 0;
+  int mode = 0;          ///< 2: remote
   int coord = 0;
   int speed = 50;
   int teachType = 0;
-  int runningState = 0;
+  int runningState = 0;  ///< 0: stopped, 1: paused, 2: running
   int robotType = 1;
   int dragMode = 0;
-  std::array<double, 7> position{};   ///< in coordinate system 0: joint angles in degrees
-  std::array<double, 7> cartesian{};  ///< in every other coordinate system
-  int toolNumber = 0;                 ///< 0: the flange itself
+  /// Joint angles in degrees. The arm has six axes: the seventh value stays as it is set.
+  std::array<double, 7> position{};
+  std::array<double, 5> externalAxes{};
+  std::array<double, 7> homePosition{};  ///< joints, as in `position`
+  std::array<double, 7> resetPosition{0, -45, 45, 0, 0, 0, 0};
+  bool servoPositionControl = false;  ///< set points may be streamed
+  std::array<int, 6> sensorData{};    ///< what the sensor at the flange says: forces in N, torques in Nm
+  std::optional<Pose>
+      staticSearchPosition;  ///< what a static search finds; unset: the tool's centre point, as it is now
+  int toolNumber = 0;        ///< 0: the flange itself
   std::map<int, ToolFrame> tools;
-  int userNumber = 0;              ///< 0: the base frame
-  std::map<int, Pose> userFrames;  ///< as seen from the base
+  std::map<int, FlangePoses> toolCalibrations;  ///< with 7 points, by number of the tool
+  FlangePoses selectedToolCalibration;          ///< with 2 or 20 points
+  int userNumber = 0;                           ///< 0: the base frame
+  std::map<int, Pose> userFrames;               ///< as seen from the base
+  std::map<int, FramePoints> userCalibrations;
+  Welder welder;
+  std::array<IoResetTable, 3> ioReset;  ///< by IoResetType, from 1
+  RemoteMode remote;
+  SafetyIo safety;
+  std::string openJob;  ///< in which lines are inserted; empty: none
+  int runTimes = 1;     ///< how often a job is run; 0: without end
   CollisionParameters collision;
   std::optional<ActiveError> error;  ///< set while an error is active
 };
@@ -90,7 +123,12 @@ struct ControllerState {
   bool teachboxConnected = false;
   int currentRobot = 1;  ///< the robot switched to; requests that name no robot are meant for it
   bool parallel = false;
+  IoState io;
+  DeadmanPorts deadmanPorts;
   std::map<SdoAddress, SdoObject> sdoObjects;
+  std::map<std::string, double> variables;
+  std::map<std::string, std::array<double, 14>> positions;
+  std::map<std::string, std::array<double, 21>> syncPositions;  ///< with external axes
 };
 
 /// A request as it arrived.
@@ -113,6 +151,9 @@ struct Rejected {
 /// Every function may be called from any thread, but not from inside an `edit`. Functions that take a robot number
 /// throw std::out_of_range for a robot that does not exist.
 ///
+/// What is said about requests, replies, connections and clients holds for the file server's as well; robot states
+/// are pushed to control connections alone.
+///
 /// Payloads that the controller sends end in one extra byte, a line feed, because the host drops the last one.
 class VirtualController {
  public:
@@ -126,6 +167,9 @@ class VirtualController {
   std::string host() const;
   std::string port() const;       ///< as connect_robot takes it
   std::string servoPort() const;  ///< empty without Settings::servoPort
+  std::string filePort() const;   ///< empty without Settings::filePort
+  /// The folder with the folders job/R1 to job/R4, config and log.
+  std::string dataDirectory() const;
 
   /// Closes all connections and stops listening. The robots live on.
   void stop();
@@ -135,10 +179,14 @@ class VirtualController {
   // ---- state
 
   RobotState robot(int number) const;
-  /// Lets `change` alter a robot's state. A new servo state cancels a transition that is under way.
+  /// Lets `change` alter a robot's state. A new servo state cancels a transition that is under way; a new position
+  /// stops the arm and places it there, whatever its limits, and so does the loss of power stop it.
   void edit(int number, const std::function<void(RobotState&)>& change);
   ControllerState controller() const;
   void editController(const std::function<void(ControllerState&)>& change);
+
+  /// Changes what is wired to an input, to level 0 or 1. Throws std::out_of_range for a port that does not exist.
+  void setDigitalInput(int port, int level);
 
   /// Puts the robot in the error state (servo state 2) until a client clears it, and pushes an error frame.
   void raiseError(int robot, int code, const std::string& text);

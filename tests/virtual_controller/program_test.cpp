@@ -58,7 +58,8 @@ class Program {
 }  // namespace
 
 TEST(VirtualControllerProgram, ServesUntilItIsToldToStop) {
-  Program program({"--port", "0", "--servo-port", "0", "--robots", "2", "--state-period", "0", "--verbose"});
+  Program program(
+      {"--port", "0", "--servo-port", "0", "--file-port", "0", "--robots", "2", "--state-period", "0", "--verbose"});
   const auto ready = program.line();
   const std::string address = "127.0.0.1:";
   ASSERT_NE(ready.find("virtual controller: listening on " + address), std::string::npos) << ready;
@@ -74,7 +75,7 @@ TEST(VirtualControllerProgram, ServesUntilItIsToldToStop) {
   EXPECT_EQ(client.receive()->code, Strategy::ErrorMessage);
   EXPECT_NE(client.ask(Strategy::GetServoState, R"({"robot":1})")->text.find("\"state\":2"), std::string::npos);
 
-  Program second({"--port", port, "--servo-port", "0"});
+  Program second({"--port", port, "--servo-port", "0", "--file-port", "0"});
   EXPECT_NE(second.line().find("cannot listen on 127.0.0.1:" + port), std::string::npos);
   EXPECT_EQ(second.exitCode(), 1);
 

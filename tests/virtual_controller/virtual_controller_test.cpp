@@ -286,7 +286,7 @@ TEST(VirtualControllerSettings, AreHonoured) {
 TEST_F(VirtualControllerTest, WhatCannotBeAnsweredIsCountedAndNothingElse) {
   EXPECT_EQ(client.ask(Strategy::GetSpeed, R"({"robot":5})"),
             (Frame{Strategy::ErrorMessage, R"({"code":1,"data":"there is no robot 5","kind":2,"robot":5})", true}));
-  for (const auto* text : {"", "[", "[1]", "null", "{\"robot\":1", "\xFF"}) {
+  for (const auto* text : {"", "[", "[1]", "\"null\"", "{\"robot\":1", "\xFF"}) {
     client.sendRaw(*text ? assemblySendMessage(Strategy::GetSpeed, text) : std::string("Nf\0\0\x26\x02....", 10));
   }
   const auto nested = "{\"robot\":" + std::string(30'000, '[') + std::string(30'000, ']') + "}";

@@ -31,10 +31,24 @@ Operation command(std::string name, std::function<void(Model&, const Json& reque
           }};
 }
 
+int numberOf(const std::string& thing, const Json& request, const Keys& keys, int lowest, int highest) {
+  const auto number = integer(request, keys);
+  if (number < lowest || number > highest) throw Refusal("there is no " + thing + " " + std::to_string(number));
+  return number;
+}
+
 Operations allOperations() {
   Operations operations;
   addServoAndState(operations);
+  addMotion(operations);
   addPositions(operations);
+  addVariables(operations);
+  addToolsAndCoordinates(operations);
+  addIo(operations);
+  addRemoteControl(operations);
+  addWelding(operations);
+  addJobs(operations);
+  addQueueMotion(operations);
   return operations;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <optional>
@@ -34,9 +35,35 @@ Operation setting(std::string name, int RobotState::*member, const Keys& keys);
 /// A command without a reply.
 Operation command(std::string name, std::function<void(Model&, const Json& request)> perform);
 
+/// The number of one of many, such as a tool; refuses those that cannot be.
+int numberOf(const std::string& thing, const Json& request, const Keys& keys, int lowest, int highest);
+
+/// What a map holds under a key, or the value that it would start with.
+template <class Map>
+typename Map::mapped_type stored(const Map& map, const typename Map::key_type& key) {
+  const auto found = map.find(key);
+  return found == map.end() ? typename Map::mapped_type{} : found->second;
+}
+
+/// The place of a key in a map whose keys clients make up; refuses a new one when there are many.
+template <class Map>
+typename Map::mapped_type& entry(Map& map, const typename Map::key_type& key) {
+  constexpr std::size_t most = 10'000;
+  if (map.size() >= most && map.count(key) == 0) throw Refusal("there is no room for another");
+  return map[key];
+}
+
 // Each area adds its codes.
 void addServoAndState(Operations& operations);
+void addMotion(Operations& operations);
 void addPositions(Operations& operations);
+void addVariables(Operations& operations);
+void addToolsAndCoordinates(Operations& operations);
+void addIo(Operations& operations);
+void addRemoteControl(Operations& operations);
+void addWelding(Operations& operations);
+void addJobs(Operations& operations);
+void addQueueMotion(Operations& operations);
 
 /// Everything that the controller understands.
 Operations allOperations();

@@ -1,4 +1,3 @@
-#include <cstddef>
 #include <string>
 #include <utility>
 
@@ -7,8 +6,6 @@
 
 namespace virtual_controller {
 namespace {
-
-constexpr std::size_t maxSdoObjects = 10'000;
 
 OptionalReply setServoState(Model& model, const Json& request) {
   auto& robot = model.robot(request);
@@ -66,12 +63,10 @@ OptionalReply getRobotSwitch(Model& model, const Json&) {
 }
 
 OptionalReply setAxisSdo(Model& model, const Json& request) {
-  auto& objects = model.controller.sdoObjects;
   const ControllerState::SdoAddress address{integer(request, {"axisNum"}), integer<unsigned>(request, {"index"}),
                                             integer<unsigned>(request, {"subindex"})};
   const ControllerState::SdoObject object{integer(request, {"value"}), integer<unsigned>(request, {"size"})};
-  if (objects.size() == maxSdoObjects && objects.count(address) == 0) throw Refusal("no room for another SDO");
-  objects[address] = object;
+  entry(model.controller.sdoObjects, address) = object;
   return std::nullopt;
 }
 

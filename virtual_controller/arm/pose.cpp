@@ -1,0 +1,37 @@
+#include "virtual_controller/arm/pose.h"
+
+#include <cmath>
+
+#include "virtual_controller/arm/degrees.h"
+
+namespace virtual_controller {
+namespace {
+
+/// Half a turn is 180, even where rounding has made it a little less than -180, and nothing is never -0.
+double upToHalfATurn(double radians) {
+  constexpr double noise = 1e-6;
+  const auto angle = degrees(radians) + 0.0;
+  return angle < -180 + noise ? 180 : angle;
+}
+
+}  // namespace
+
+Eigen::Isometry3d toTransform(const Pose& pose) {
+  const auto& [x, y, z, a, b, c] = pose;
+  return Eigen::Translation3d(x, y, z) * Eigen::AngleAxisd(radians(c), Eigen::Vector3d::UnitZ()) *
+         Eigen::AngleAxisd(radians(b), Eigen::Vector3d::UnitY()) *
+         Eigen::AngleAxisd(radians(a), Eigen::Vector3d::UnitX()) * Eigen::Isometry3d::Identity();
+}
+
+Pose toPose(const Eigen::Isometry3d& transform) {
+  constexpr double upright = 1e-9;
+  const Eigen::Vector3d at = transform.translation();
+  const Eigen::Matrix3d turned = transform.linear();
+  const auto flat = std::hypot(turned(0, 0), turned(1, 0));
+  const auto b = std::atan2(-turned(2, 0), flat);
+  const auto a = flat > upright ? std::atan2(turned(2, 1), turned(2, 2)) : std::atan2(-turned(1, 2), turned(1, 1));
+  const auto c = flat > upright ? std::atan2(turned(1, 0), turned(0, 0)) : 0.0;
+  return {at.x(), at.y(), at.z(), upToHalfATurn(a), upToHalfATurn(b), upToHalfATurn(c)};
+}
+
+}  // namespace virtual_controller

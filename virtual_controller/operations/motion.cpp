@@ -1,0 +1,84 @@
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
+#include "virtual_controller/coordinates.h"
+#include "virtual_controller/operations/operations.h"
+#include "virtual_controller/request.h"
+
+namespace virtual_controller {
+namespace {
+
+MoveRates moveRates(const Json& request) {
+  return {number(request, {"vel"}), number(request, {"acc"}), number(request, {"dec"})};
+}
+
+/// The first six values: the arm has no seventh axis.
+template <std::size_t Size>
+std::array<double, 6> robotValues(const std::array<double, Size>& values) {
+  std::array<double, 6> found;
+  std::copy_n(values.begin(), found.size(), found.begin());
+  return found;
+}
+
+Target robotTarget(const Json& request) {
+  return {integer(request, {"coord"}), robotValues(numbers<7>(request, {"pos"}))};
+}
+
+/// 14 values: 7 for the robot, 5 for the external axes, 2 of no meaning.
+Target extraTarget(const Json& request) {
+  const auto values = numbers<14>(request, {"pos"});
+  std::array<double, externalAxes> external;
+  std::copy_n(values.begin() + 7, external.size(), external.begin());
+  return {integer(request, {"coord"}), robotValues(values), external};
+}
+
+using Move = void (Mover::*)(Robot&, const Target&, const MoveRates&, WhenDone);
+
+Operation move(const char* name, Move move, Target (*target)(const Json& request)) {
+  return command(name, [=](Model& model, const Json& request) {
+    (model.mover().*move)(model.robot(request), target(request), moveRates(request), {});
+  });
+}
+
+/// No speed comes with the request: RobotState::speed percent of the axes' top speed.
+Operation moveToJoints(const char* name, std::array<double, 7> RobotState::*joints) {
+  return command(name, [=](Model& model, const Json& request) {
+    constexpr double acceleration = 50;  // percent
+    auto& robot = model.robot(request);
+    model.mover().moveJoints(robot, {jointCoord, robotValues(robot.state.*joints)},
+                             {static_cast<double>(robot.state.speed), acceleration, acceleration});
+  });
+}
+
+void startJogging(Model& model, const Json& request) {
+  const auto direction = integer(request, {"direction"});
+  if (direction == 0) throw Refusal("there is no direction 0");
+  model.mover().jog(model.robot(request), integer(request, {"axis"}), direction > 0);
+}
+
+/// Whichever axis is named: who wants an arm to stop, wants it to stop.
+void stopJogging(Model& model, const Json& request) { model.mover().stopJogging(model.robot(request)); }
+
+void enableServoPositionControl(Model& model, const Json& request) {
+  model.robot(request).state.servoPositionControl = flag(request, {"switch"});
+}
+
+}  // namespace
+
+void addMotion(Operations& operations) {
+  operations.insert({
+      {Strategy::MoveJ, move("robot_movej", &Mover::moveJoints, robotTarget)},
+      {Strategy::MoveL, move("robot_movel", &Mover::moveLinear, robotTarget)},
+      {Strategy::ExtraMoveJ, move("robot_extra_movej", &Mover::moveJoints, extraTarget)},
+      {Strategy::ExtraMoveL, move("robot_extra_movel", &Mover::moveLinear, extraTarget)},
+      {Strategy::StartJogging, command("robot_start_jogging", startJogging)},
+      {Strategy::StopJogging, command("robot_stop_jogging", stopJogging)},
+      {Strategy::GoHome, moveToJoints("robot_go_home", &RobotState::homePosition)},
+      {Strategy::GoToResetPosition, moveToJoints("robot_go_to_reset_position", &RobotState::resetPosition)},
+      {Strategy::EnableServoPositionMotionControl,
+       command("enable_servo_position_motion_control", enableServoPositionControl)},
+  });
+}
+
+}  // namespace virtual_controller

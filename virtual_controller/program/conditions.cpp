@@ -1,0 +1,142 @@
+#include "virtual_controller/program/conditions.h"
+
+#include <charconv>
+#include <stdexcept>
+#include <utility>
+
+namespace virtual_controller {
+namespace {
+
+using Source = Condition::Source;
+
+enum Comparison { EqualTo = 1, Less, Greater, LessOrEqual, GreaterOrEqual, NotEqualTo };
+
+Source sourceOf(const std::string& key) {
+  if (key == "DIN") return Source::DigitalInput;
+  if (key == "DOUT") return Source::DigitalOutput;
+  if (key == "AIN") return Source::AnalogInput;
+  if (key == "AOUT") return Source::AnalogOutput;
+  return Source::Value;
+}
+
+/// A number, or else the name of a variable.
+Parameter parameterFrom(const std::string& text) {
+  double number{};
+  const auto* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  if (error == std::errc() && stop == end) return {number, {}};
+  return {0, text};
+}
+
+Condition conditionFrom(const Json& object) {
+  Condition condition;
+  const auto key = name(object, {"key"});
+  condition.source = sourceOf(key);
+  const auto isVariable = condition.source == Source::Value && !key.empty();
+  condition.left = isVariable ? Parameter{0, key} : parameterFrom(value(object, {"paraGroupOne"}));
+  condition.comparison = integer(object, {"logicType"});
+  if (condition.comparison < EqualTo || condition.comparison > NotEqualTo) {
+    throw std::invalid_argument("logicType is no comparison");
+  }
+  const auto desired = name(object, {"desValue"});
+  condition.right = desired.empty() ? parameterFrom(value(object, {"paraGroupTwo"})) : parameterFrom(desired);
+  return condition;
+}
+
+/// Whether the operators join an entry to those before it with an or.
+bool joinedByOr(const std::vector<int>& operators, std::size_t index) {
+  return index > 0 && index <= operators.size() && operators[index - 1] == 1;
+}
+
+template <class Terms>
+bool joined(const Terms& terms, const ControllerState& state) {
+  bool result = true;
+  for (const auto& term : terms) result = term.isOr ? result || term.holds(state) : result && term.holds(state);
+  return result;
+}
+
+std::size_t portIndex(double number, std::size_t ports) {
+  if (!(number >= 1 && number <= static_cast<double>(ports))) throw Refusal("there is no such port");
+  return static_cast<std::size_t>(number) - 1;
+}
+
+double read(Source source, double value, const IoState& io) {
+  switch (source) {
+    case Source::DigitalInput:
+      return io.inputLevels()[digitalPort(value)];
+    case Source::DigitalOutput:
+      return io.outputs[digitalPort(value)];
+    case Source::AnalogInput:
+      return io.analogInputs[portIndex(value, io.analogInputs.size())];
+    case Source::AnalogOutput:
+      return io.analogOutputs[portIndex(value, io.analogOutputs.size())];
+    case Source::Value:
+      break;
+  }
+  return value;
+}
+
+}  // namespace
+
+double Parameter::in(const ControllerState& state) const {
+  if (variable.empty()) return constant;
+  const auto found = state.variables.find(variable);
+  return found == state.variables.end() ? 0 : found->second;
+}
+
+Parameter parameterFrom(const Json& object) {
+  if (integer(object, {"value"}) != 0) return {0, name(object, {"varname"})};
+  const auto& data = value(object, {"data"});
+  return {data.is_boolean() ? double{data.get<bool>()} : data.get<double>(), {}};
+}
+
+bool Condition::holds(const ControllerState& state) const {
+  const auto found = read(source, left.in(state), state.io);
+  const auto wanted = right.in(state);
+  switch (comparison) {
+    case EqualTo:
+      return found == wanted;
+    case Less:
+      return found < wanted;
+    case Greater:
+      return found > wanted;
+    case LessOrEqual:
+      return found <= wanted;
+    case GreaterOrEqual:
+      return found >= wanted;
+    default:
+      return found != wanted;
+  }
+}
+
+bool Conditions::Group::holds(const ControllerState& state) const { return joined(conditions, state); }
+
+bool Conditions::hold(const ControllerState& state) const { return joined(groups, state); }
+
+std::size_t Conditions::count() const {
+  auto count = groups.size();
+  for (const auto& group : groups) count += group.conditions.size();
+  return count;
+}
+
+Conditions conditionsFrom(const Json& object) {
+  Conditions conditions;
+  const auto logic = integers(object, {"logic"});
+  const auto& groupLogic = array(object, {"logicGroup"});
+  for (const auto& list : array(object, {"conditionGroup"})) {
+    const auto number = conditions.groups.size();
+    const auto operators = number < groupLogic.size() ? groupLogic[number].get<std::vector<int>>() : std::vector<int>();
+    auto& group = conditions.groups.emplace_back();
+    group.isOr = joinedByOr(logic, number);
+    for (const auto& element : list) {
+      auto condition = conditionFrom(element);
+      condition.isOr = joinedByOr(operators, group.conditions.size());
+      group.conditions.push_back(std::move(condition));
+    }
+  }
+  return conditions;
+}
+
+std::size_t digitalPort(double number) { return portIndex(number, digitalPorts); }
+
+}  // namespace virtual_controller

@@ -1,0 +1,102 @@
+#include "virtual_controller/program/job_store.h"
+
+#include <algorithm>
+#include <exception>
+#include <fstream>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "virtual_controller/json_text.h"
+
+namespace virtual_controller {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t mostJobs = 1'000;  // of each robot
+constexpr std::size_t mostLines = 10'000;
+constexpr std::uintmax_t largestFile = 32 * 1024 * 1024;
+constexpr std::string_view positionMark = R"({"robotpos":)";
+
+bool isJobName(const std::string& name) {
+  constexpr std::size_t longest = 64;
+  const auto mayBe = [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+  };
+  return !name.empty() && name.size() <= longest && std::all_of(name.begin(), name.end(), mayBe);
+}
+
+void addPosition(Job& job, const std::string& text) try {
+  const auto json = parsed(text);
+  const auto& position = object(json, {"robotpos"});
+  job.positions[name(position, {"key"})] = numbers<21>(position, {"data"});
+} catch (const std::exception& problem) {
+  throw Refusal(std::string("the job's file is damaged: ") + problem.what());
+}
+
+std::string positionText(const std::string& key, const PositionValues& values) {
+  return dumped({{"robotpos", {{"key", key}, {"data", values}}}});
+}
+
+std::string textOf(const Job& job) {
+  if (job.lines.size() + job.positions.size() > mostLines) throw Refusal("a job has no more than 10,000 lines");
+  std::string text;
+  for (const auto& [key, values] : job.positions) text += positionText(key, values) + '\n';
+  for (const auto& line : job.lines) text += line + '\n';
+  if (text.size() > largestFile) throw Refusal("a job file has no more than 32 MiB");
+  return text;
+}
+
+}  // namespace
+
+fs::path JobStore::file(int robot, const std::string& name) {
+  const auto path = isJobName(name) ? data_.job(robot, name + ".JBR") : std::nullopt;
+  if (!path) throw Refusal("there can be no job of that name");
+  return *path;
+}
+
+bool JobStore::exists(int robot, const std::string& name) { return fs::is_regular_file(file(robot, name)); }
+
+void JobStore::create(int robot, const std::string& name) {
+  if (data_.jobs(robot).size() >= mostJobs) throw Refusal("there is no room for another job");
+  write(robot, name, {});
+}
+
+void JobStore::remove(int robot, const std::string& name) {
+  std::error_code error;
+  if (!fs::remove(file(robot, name), error)) throw Refusal("there is no job " + name);
+}
+
+Job JobStore::read(int robot, const std::string& name) {
+  const auto path = file(robot, name);
+  if (!exists(robot, name)) throw Refusal("there is no job " + name);
+  if (fs::file_size(path) > largestFile) throw Refusal("the file of job " + name + " is too large");
+  Job job;
+  std::ifstream input(path, std::ios::binary);
+  for (std::string line; std::getline(input, line);) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    if (line.empty()) continue;
+    if (job.lines.size() == mostLines) throw Refusal("job " + name + " has too many lines");
+    if (line.compare(0, positionMark.size(), positionMark) == 0) {
+      addPosition(job, line);
+    } else {
+      job.lines.push_back(std::move(line));
+    }
+  }
+  return job;
+}
+
+void JobStore::write(int robot, const std::string& name, const Job& job) {
+  const auto path = file(robot, name);
+  const auto text = textOf(job);
+  const auto beside = path.parent_path() / ".job";
+  std::error_code error;
+  std::ofstream output(beside, std::ios::binary | std::ios::trunc);
+  output << text;
+  output.close();
+  if (output) fs::rename(beside, path, error);
+  if (!output || error) throw Refusal("job " + name + " cannot be stored");
+}
+
+}  // namespace virtual_controller

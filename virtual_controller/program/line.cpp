@@ -1,0 +1,111 @@
+#include "virtual_controller/program/line.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "virtual_controller/coordinates.h"
+#include "virtual_controller/json_text.h"
+
+namespace virtual_controller {
+namespace {
+
+/// Values of "type".
+enum Type {
+  MoveJ = 1,
+  MoveL = 2,
+  MoveC = 3,
+  MoveCA = 4,
+  IMove = 5,
+  MoveS = 6,
+  TimerType = 7,
+  DOut = 16,
+  MoveJExtra = 32,
+  MoveLExtra = 33,
+  MoveCExtra = 34,
+  LabelType = 50,
+  JumpType = 51,
+};
+
+Line::Move move(const Json& json, Line::Move::Kind kind, bool external) {
+  const auto& place = object(json, {"RobotPos"});
+  Line::Move move{kind, external, {number(json, {"velocity"}), number(json, {"acc"}), number(json, {"dec"})}, {}, {}};
+  if (integer(place, {"ctype"}) != 0) {
+    move.position = name(place, {"key"});
+  } else {
+    move.target = targetFrom(numbers<21>(place, {"data"}), external);
+  }
+  return move;
+}
+
+/// The port may be a variable, which only the one of both keys can tell.
+Line::Output output(const Json& json) {
+  const auto port = integer(json, {"portId"});
+  const auto parameter = parameterFrom(value(json, {"ParaGroupNum"}));
+  const auto isPlain = port != 0 && parameter.variable.empty();
+  return {isPlain ? Parameter{double(port), {}} : parameter, parameterFrom(value(json, {"ParaGroupValue"}))};
+}
+
+Line::Jump jump(const Json& json) {
+  return {name(json, {"label"}), flag(json, {"jumpConditionFlag"}), conditionsFrom(value(json, {"jumpCondition"}))};
+}
+
+bool isNested(const Json& json, int levels) {
+  if (!json.is_structured()) return false;
+  return levels == 0 ||
+         std::any_of(json.begin(), json.end(), [=](const Json& part) { return isNested(part, levels - 1); });
+}
+
+}  // namespace
+
+Target targetFrom(const PositionValues& values, bool external) {
+  if (!(values[0] >= jointCoord && values[0] <= worldCoord)) throw std::invalid_argument("no such coordinate system");
+  Target target{static_cast<int>(values[0]), {}};
+  std::copy_n(values.begin() + 7, target.values.size(), target.values.begin());
+  if (external) std::copy_n(values.begin() + 14, externalAxes, target.external.emplace().begin());
+  return target;
+}
+
+std::size_t Line::weight() const {
+  const auto* const jump = std::get_if<Jump>(&action);
+  return jump == nullptr ? 1 : 1 + jump->conditions.count();
+}
+
+Line lineFrom(const Json& json) {
+  using Kind = Line::Move::Kind;
+  const auto type = integer(json, {"type"});
+  switch (type) {
+    case MoveJ:
+    case MoveJExtra:
+      return {type, move(json, Kind::Joint, type == MoveJExtra)};
+    case MoveL:
+    case MoveC:  // a circle is cut short: the points of its lines are joined by straight ones
+    case MoveCA:
+    case MoveS:
+    case MoveLExtra:
+    case MoveCExtra:
+      return {type, move(json, Kind::Linear, type == MoveLExtra || type == MoveCExtra)};
+    case IMove:
+      return {type, move(json, Kind::Increment, true)};
+    case TimerType:
+      return {type, Line::Timer{parameterFrom(value(json, {"paraTime"}))}};
+    case DOut:
+      return {type, output(json)};
+    case LabelType:
+      return {type, Line::Label{name(json, {"label"})}};
+    case JumpType:
+      return {type, jump(json)};
+    default:
+      return {type, Line::Skipped()};
+  }
+}
+
+std::string lineText(const Json& json) {
+  constexpr int deepest = 16;
+  constexpr std::size_t longest = 30'000;  // in a reply, escaped, it still fits one frame
+  if (isNested(json, deepest)) throw Refusal("the line is nested too deeply");
+  auto text = dumped(json);
+  if (text.size() > longest) throw Refusal("the line is too long");
+  return text;
+}
+
+}  // namespace virtual_controller

@@ -1,0 +1,323 @@
+#include "virtual_controller/program/runner.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+#include <Eigen/Geometry>
+
+#include "virtual_controller/arm/pose.h"
+#include "virtual_controller/coordinates.h"
+#include "virtual_controller/json_text.h"
+#include "virtual_controller/model.h"
+
+namespace virtual_controller {
+namespace {
+
+constexpr int lineErrorCode = 1003;
+constexpr std::size_t mostWaiting = 100'000;  // by weight
+
+/// The target that is `by` away from where the robot is.
+Target incremented(const RobotState& state, const Target& by) {
+  auto target = by;
+  if (by.coord == jointCoord) {
+    const auto joints = jointsOf(state);
+    for (std::size_t i = 0; i < joints.size(); ++i) target.values[i] += joints[i];
+  } else {
+    const Eigen::Isometry3d tool = frameOf(state, by.coord).inverse() * toolNow(state);
+    const auto change = toTransform(by.values);
+    Eigen::Isometry3d moved = tool;
+    moved.linear() = change.linear() * tool.linear();
+    moved.translation() += change.translation();
+    target.values = toPose(moved);
+  }
+  if (target.external) {
+    for (std::size_t i = 0; i < externalAxes; ++i) (*target.external)[i] += state.externalAxes[i];
+  }
+  return target;
+}
+
+}  // namespace
+
+// ---- starting
+
+Runner::Program Runner::load(const std::string& name, int line) const {
+  const auto job = model_.jobs().read(robot_.number, name);
+  Program program{name, job.positions, {}, 0};
+  for (const auto& text : job.lines) {
+    try {
+      program.lines.push_back(lineFrom(parsed(text)));
+    } catch (const std::exception& problem) {
+      const auto number = std::to_string(program.lines.size() + 1);
+      throw Refusal("job " + name + ", line " + number + ": " + problem.what());
+    }
+  }
+  if (line < 1 || static_cast<std::size_t>(line) > std::max<std::size_t>(1, program.lines.size())) {
+    throw Refusal("job " + name + " has no line " + std::to_string(line));
+  }
+  program.at = static_cast<std::size_t>(line - 1);
+  return program;
+}
+
+void Runner::begin(Program program, int times, int steps) {
+  if (queueOpen_) throw Refusal("queue motion is on");
+  if (robot_.state.error) throw Refusal("an error is active");
+  if (running()) throw Refusal("a program is running");
+  model_.mover().stop(robot_);
+  job_ = std::move(program);
+  robot_.state.openJob = job_.job;
+  timesLeft_ = times;
+  stepsLeft_ = steps;
+  setState(runningOn);
+  takeTurn();
+}
+
+void Runner::run(const std::string& job, int line, int times) { begin(load(job, line), times, 0); }
+
+void Runner::step(const std::string& job, int line, int lines) { begin(load(job, line), 1, std::max(lines, 1)); }
+
+void Runner::runFromBreakPoint(const std::string& job) {
+  const auto known = job_.job == job;
+  if (known && active() && !running()) return resume();
+  const auto line = known && job_.at < job_.lines.size() ? static_cast<int>(job_.at) + 1 : 1;
+  begin(load(job, line), robot_.state.runTimes, 0);
+}
+
+void Runner::runRemotely() {
+  const auto& remote = robot_.state.remote;
+  try {
+    if (robot_.state.runningState == runningPaused) return resume();
+    if (remote.selectedProgram == 0) throw Refusal("no program is selected");
+    const auto& job = remote.jobs[static_cast<std::size_t>(remote.selectedProgram) - 1];
+    run(job.name, 1, job.times);
+  } catch (const Refusal& refusal) {
+    model_.reportError(robot_, lineErrorCode, refusal.what());
+  }
+}
+
+void Runner::select(const std::string& job, int line) {
+  if (!active()) job_ = load(job, line);
+}
+
+int Runner::line() const { return static_cast<int>(std::min(job_.at + 1, job_.lines.size())); }
+
+// ---- pausing and stopping
+
+void Runner::setState(int state) {
+  robot_.stateAtRest = state;
+  if (!model_.mover().moving(robot_)) robot_.state.runningState = state;
+}
+
+void Runner::pause() {
+  model_.mover().pause(robot_);
+  if (!running() && !queueOpen_) return;
+  if (running() && waiting_ == Waiting::ForTimer) {
+    timerLeft_ = timerEnd_ - model_.clock().now();
+    ++turn_;
+  }
+  setState(runningPaused);
+}
+
+void Runner::resume() {
+  if (robot_.state.runningState != runningPaused) throw Refusal("nothing is paused");
+  model_.mover().resume(robot_);
+  if (!active()) return;
+  setState(runningOn);
+  if (waiting_ == Waiting::ForTimer) {
+    timerEnd_ = model_.clock().now() + timerLeft_;
+    waitForTimer();
+  } else if (waiting_ != Waiting::ForMotion) {
+    takeTurn();
+  }
+}
+
+void Runner::stop() {
+  model_.mover().stop(robot_);
+  if (active()) finish();
+}
+
+void Runner::finish() {
+  ++turn_;
+  waiting_ = Waiting::ForTurn;
+  stepsLeft_ = 0;
+  queue_ = {};
+  queueWeight_ = 0;
+  moreLines_ = false;
+  setState(runningStopped);
+  model_.applyIoReset(robot_, ProgramStops);
+}
+
+void Runner::fail(const std::string& reason) {
+  const auto place = queueOpen_ ? std::string("queue") : "job " + job_.job + ", line " + std::to_string(line());
+  finish();
+  model_.reportError(robot_, lineErrorCode, place + ": " + reason);
+}
+
+// ---- the queue
+
+void Runner::openQueue(bool open) {
+  if (open == queueOpen_) return;
+  if (open && active()) throw Refusal("a program is under way");
+  stop();
+  queueOpen_ = open;
+}
+
+void Runner::append(std::vector<Line> lines, bool more) {
+  if (!queueOpen_) throw Refusal("queue motion is off");
+  if (robot_.state.error) throw Refusal("an error is active");
+  auto weight = queueWeight_;
+  for (const auto& line : lines) weight += line.weight();
+  if (weight > mostWaiting) throw Refusal("the queue is full");
+  queueWeight_ = weight;
+  std::move(lines.begin(), lines.end(), std::back_inserter(queue_.lines));
+  moreLines_ = more;
+  const auto starts = !active() && !queue_.lines.empty();
+  if (starts) setState(runningOn);
+  if (starts || (running() && waiting_ == Waiting::ForLines)) takeTurn();
+}
+
+// ---- working
+
+void Runner::schedule(Waiting waiting, Seconds delay, void (Runner::*next)()) {
+  waiting_ = waiting;
+  model_.clock().after(delay, [this, next, turn = ++turn_] {
+    if (turn != turn_) return;
+    (this->*next)();
+    model_.actOnChanges();
+  });
+}
+
+void Runner::work() {
+  constexpr int linesOfTurn = 20;
+  constexpr Seconds betweenTurns(0.004);
+  const auto turn = turn_;
+  for (int i = 0; i < linesOfTurn && running(); ++i) {
+    if (!findLine()) return;
+    auto& present = program();
+    try {
+      const auto done =
+          std::visit([this](const auto& action) { return perform(action); }, present.lines[present.at].action);
+      if (!done || turn != turn_) return;
+    } catch (const std::exception& problem) {
+      return fail(problem.what());
+    }
+    leaveLine();
+  }
+  if (running() && turn == turn_) takeTurn(betweenTurns);
+}
+
+bool Runner::findLine() {
+  const auto& present = program();
+  if (present.at < present.lines.size()) return true;
+  if (queueOpen_ && moreLines_) {
+    waiting_ = Waiting::ForLines;
+    return false;
+  }
+  if (queueOpen_ || present.lines.empty() || timesLeft_ == 1) {
+    finish();
+    return false;
+  }
+  if (timesLeft_ > 0) --timesLeft_;
+  job_.at = 0;
+  return true;
+}
+
+void Runner::leaveLine() {
+  if (queueOpen_) {
+    queueWeight_ -= queue_.lines.front().weight();
+    queue_.lines.pop_front();
+    return;
+  }
+  ++job_.at;
+  if (stepsLeft_ == 0 || --stepsLeft_ > 0) return;
+  if (job_.at == job_.lines.size()) return finish();
+  waiting_ = Waiting::ForTurn;
+  setState(runningPaused);
+}
+
+void Runner::lineDone() {
+  waiting_ = Waiting::ForTurn;
+  leaveLine();
+  work();
+}
+
+bool Runner::perform(const Line::Move& move) {
+  using Kind = Line::Move::Kind;
+  auto target = targetOf(move);
+  if (move.kind == Kind::Increment) target = incremented(robot_.state, target);
+  const auto isLinear = move.kind == Kind::Linear || (move.kind == Kind::Increment && target.coord != jointCoord);
+  const auto whenDone = [this, turn = turn_ + 1](bool arrived) {
+    if (turn == turn_) motionEnded(arrived);
+  };
+  auto& mover = model_.mover();
+  isLinear ? mover.moveLinear(robot_, target, move.rates, whenDone)
+           : mover.moveJoints(robot_, target, move.rates, whenDone);
+  ++turn_;
+  waiting_ = Waiting::ForMotion;
+  return false;
+}
+
+/// What ended the motion before its target may be moving the arm now, and has told its own reason.
+void Runner::motionEnded(bool arrived) {
+  arrived ? lineDone() : finish();
+  model_.actOnChanges();
+}
+
+Target Runner::targetOf(const Line::Move& move) {
+  if (move.position.empty()) return move.target;
+  if (const auto local = program().positions.find(move.position); local != program().positions.end()) {
+    return targetFrom(local->second, move.external);
+  }
+  const auto& state = model_.controller;
+  if (const auto global = state.positions.find(move.position); global != state.positions.end()) {
+    PositionValues values{};
+    std::copy(global->second.begin(), global->second.end(), values.begin());
+    return targetFrom(values, false);
+  }
+  if (const auto global = state.syncPositions.find(move.position); global != state.syncPositions.end()) {
+    return targetFrom(global->second, move.external);
+  }
+  throw Refusal("there is no position " + move.position);
+}
+
+bool Runner::perform(const Line::Timer& timer) {
+  constexpr double day = 24 * 3600;
+  const auto seconds = timer.seconds.in(model_.controller);
+  if (!(seconds <= day)) throw Refusal("a timer runs no longer than a day");
+  timerEnd_ = model_.clock().now() + Seconds(std::max(0.0, seconds));
+  waitForTimer();
+  return false;
+}
+
+/// Looks every second, so that timers that have been overtaken do not pile up.
+void Runner::waitForTimer() {
+  const auto left = timerEnd_ - model_.clock().now();
+  if (left > Seconds(1)) return schedule(Waiting::ForTimer, Seconds(1), &Runner::waitForTimer);
+  schedule(Waiting::ForTimer, std::max(left, Seconds(0)), &Runner::lineDone);
+}
+
+bool Runner::perform(const Line::Output& output) {
+  auto& state = model_.controller;
+  state.io.outputs[digitalPort(output.port.in(state))] = output.level.in(state) != 0;
+  model_.actOnChanges();
+  return true;
+}
+
+bool Runner::perform(const Line::Jump& jump) {
+  if (jump.conditional && !jump.conditions.hold(model_.controller)) return true;
+  const auto isThere = [&label = jump.label](const Line& line) {
+    const auto* const found = std::get_if<Line::Label>(&line.action);
+    return found != nullptr && found->name == label;
+  };
+  auto& [job, positions, lines, at] = program();
+  const auto found = std::find_if(lines.begin(), lines.end(), isThere);
+  if (found == lines.end()) throw Refusal("there is no label " + jump.label);
+  if (!queueOpen_) {
+    at = static_cast<std::size_t>(found - lines.begin());
+    return true;
+  }
+  for (auto left = found - lines.begin(); left > 0; --left) leaveLine();
+  return true;
+}
+
+}  // namespace virtual_controller

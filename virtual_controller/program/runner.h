@@ -1,0 +1,116 @@
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "virtual_controller/controller_clock.h"
+#include "virtual_controller/program/line.h"
+#include "virtual_controller/robot.h"
+
+namespace virtual_controller {
+
+class Model;
+
+/// Carries out the program lines of one robot: those of a job or, while queue motion is on, those that clients send.
+///
+/// It works on the controller's clock, some lines at a time, so that a loop without end leaves time for all else. A
+/// line that cannot be carried out is told to all clients and stops the program, as does whatever else moves the arm or
+/// takes its power. A paused move goes on to its target from rest; a paused timer keeps the time that it had left. The
+/// robot counts as running from the first line to the last, between two moves as well.
+class Runner {
+ public:
+  using Seconds = ControllerClock::Seconds;
+
+  Runner(Model& model, Robot& robot) : model_(model), robot_(robot) {}
+
+  // Lines of jobs are counted from 1. These refuse to start while a program runs, queue motion is on, or an error is
+  // active; a paused program is given up.
+
+  /// @param times  0: without end
+  void run(const std::string& job, int line, int times);
+  /// Pauses again after so many lines.
+  void step(const std::string& job, int line, int lines);
+  /// Goes on with a job that is paused, or was stopped: with the line that was under way, if there is one.
+  void runFromBreakPoint(const std::string& job);
+  /// What an input asks for: to go on with what is paused, or to run the selected remote program.
+  void runRemotely();
+
+  /// Makes a line of a job the one to go on with, unless a program is under way.
+  void select(const std::string& job, int line);
+  /// The line that is carried out, or with which the job would go on; its last one at the end; 0 before any.
+  int line() const;
+
+  // These concern whatever moves the arm, be it a program's or not.
+  void pause();
+  /// Refuses when nothing is paused.
+  void resume();
+  void stop();
+
+  /// Queue motion goes on and off with no lines waiting.
+  void openQueue(bool open);
+  bool queueOpen() const { return queueOpen_; }
+  /// How many lines are still to be done, with the one that is under way.
+  std::size_t queued() const { return queue_.lines.size(); }
+  /// Appends lines, which are carried out at once. A jump leads to lines that still wait: those done are gone.
+  /// @param more  others follow: the program does not end with these
+  void append(std::vector<Line> lines, bool more);
+
+ private:
+  enum class Waiting { ForTurn, ForMotion, ForTimer, ForLines };
+
+  struct Program {
+    std::string job;
+    std::map<std::string, PositionValues> positions;
+    std::deque<Line> lines;
+    std::size_t at = 0;
+  };
+
+  bool active() const { return robot_.stateAtRest != runningStopped; }
+  bool running() const { return robot_.stateAtRest == runningOn; }
+  void setState(int state);
+  Program& program() { return queueOpen_ ? queue_ : job_; }
+  Program load(const std::string& job, int line) const;
+  void begin(Program program, int times, int steps);
+
+  /// Lets `next` happen later, unless the program is stopped or something else is waited for until then.
+  void schedule(Waiting waiting, Seconds delay, void (Runner::*next)());
+  void takeTurn(Seconds delay = Seconds(0)) { schedule(Waiting::ForTurn, delay, &Runner::work); }
+  void work();
+  /// False at the end.
+  bool findLine();
+  void leaveLine();
+  void lineDone();
+  void waitForTimer();
+  void motionEnded(bool arrived);
+  void fail(const std::string& reason);
+  void finish();
+
+  // These carry a line out; true when that is it.
+  bool perform(const Line::Move& move);
+  bool perform(const Line::Timer& timer);
+  bool perform(const Line::Output& output);
+  bool perform(const Line::Jump& jump);
+  bool perform(const Line::Label&) { return true; }
+  bool perform(const Line::Skipped&) { return true; }
+
+  Target targetOf(const Line::Move& move);
+
+  Model& model_;
+  Robot& robot_;
+  Program job_;  ///< also after it has been stopped
+  int timesLeft_ = 0;
+  int stepsLeft_ = 0;  ///< 0: no step
+  Program queue_;
+  bool queueOpen_ = false;
+  std::size_t queueWeight_ = 0;
+  bool moreLines_ = false;
+  Waiting waiting_ = Waiting::ForTurn;
+  Seconds timerEnd_{};
+  Seconds timerLeft_{};  ///< while paused
+  unsigned turn_ = 0;    ///< tells what has been overtaken from what is waited for
+};
+
+}  // namespace virtual_controller
