@@ -126,11 +126,23 @@ std::size_t largestText(const Arguments& arguments) {
 
 %typemap(argout) const int &, const double &, const std::string &, const SWIGTYPE & "";
 
+%typemap(in) enum SWIGTYPE (std::underlying_type_t<$1_ltype> value) {
+  const int code = kyt_py::load($input, value);
+  if (!SWIG_IsOK(code)) { %argument_fail(code, "$type", $symname, $argnum); }
+  $1 = static_cast<$1_ltype>(value);
+}
+
+// Where the number of arguments tells which of several functions is meant, a wrong one is named.
+%feature("fastdispatch");
+
 // Calls into the library let go of the interpreter lock.
 %exception {
   try {
-    const kyt_py::LockReleased released;
-    $action
+    {
+      const kyt_py::LockReleased released;
+      $action
+    }
+    if (PyErr_Occurred() != nullptr) SWIG_fail;  // raised by a callback that has been called on this thread
   } catch (const std::bad_alloc& exception) {
     SWIG_exception_fail(SWIG_MemoryError, exception.what());
   }

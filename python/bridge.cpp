@@ -10,6 +10,7 @@
 #include <stdexcept>
 
 #include "kyt_host/communication/connection_api.h"
+#include "kyt_host/file/file_transfers.h"
 #include "python/lock.h"
 
 namespace {
@@ -30,6 +31,8 @@ auto& robot_state_callback_registry = *new Registry<const char*>;
 auto& robot_state_callback_registry_mutex = *new RegistryMutex;
 auto& reconnect_callback_registry = *new Registry<>;
 auto& reconnect_callback_registry_mutex = *new RegistryMutex;
+auto& progress_callback_registry = *new Registry<const char*, long long, long long>;
+auto& progress_callback_registry_mutex = *new RegistryMutex;
 // NOLINTEND(readability-identifier-naming)
 
 std::atomic<bool> closed{false};
@@ -38,6 +41,8 @@ constexpr std::chrono::milliseconds lookAgain{50};
 constexpr std::chrono::milliseconds endTimeLimit{900};
 
 PyObject* toPython(int value) { return PyLong_FromLong(value); }
+
+PyObject* toPython(long long value) { return PyLong_FromLongLong(value); }
 
 PyObject* toPython(const char* text) {
   return PyUnicode_DecodeUTF8(text, static_cast<Py_ssize_t>(std::strlen(text)), "surrogateescape");
@@ -60,8 +65,8 @@ PyObject* makeTuple(Arguments... arguments) {
   return nullptr;
 }
 
-// What a registry stores: calls a Python object from a thread of the library's. An exception ends with the thread state
-// that belongs to this one call.
+// What a registry stores: calls a Python object. On a thread of the library's, an exception ends with the thread state
+// that belongs to this one call; on a thread of Python's it stays, and nothing more is called there.
 class PythonCallable {
  public:
   explicit PythonCallable(PyObject* callable) : callable_(callable) {}
@@ -71,7 +76,8 @@ class PythonCallable {
     kyt_py::stopAtInterpreterEnd([&] {
       const PyGILState_STATE state = PyGILState_Ensure();
       Py_INCREF(callable_);  // for as long as it runs: it may be replaced, and let go, meanwhile
-      if (PyObject* const tuple = makeTuple(arguments...)) {
+      PyObject* const tuple = PyErr_Occurred() == nullptr ? makeTuple(arguments...) : nullptr;
+      if (tuple != nullptr) {
         Py_XDECREF(PyObject_CallObject(callable_, tuple));
         Py_DECREF(tuple);
       }
@@ -87,7 +93,9 @@ class PythonCallable {
 template <class... Arguments>
 void setCallback(Registry<Arguments...>& registry, RegistryMutex& mutex, SOCKETFD socketFd, PyObject* callback) {
   const std::lock_guard lock(mutex);
-  registry[socketFd] = PythonCallable(callback);
+  auto& entry = registry[socketFd];
+  entry = nullptr;
+  if (callback != nullptr) entry = PythonCallable(callback);
 }
 
 template <class... Arguments>
@@ -111,6 +119,10 @@ void static_robot_state_callback(const char* text) {
 }
 
 void static_reconnect_callback() { dispatch(reconnect_callback_registry, reconnect_callback_registry_mutex); }
+
+void static_progress_callback(const char* name, long long done, long long total) {
+  dispatch(progress_callback_registry, progress_callback_registry_mutex, name, done, total);
+}
 
 void requireCallable(PyObject* object) {
   if (PyCallable_Check(object) == 0) throw std::invalid_argument("Provided callback is not callable!");
@@ -148,12 +160,23 @@ int set_reconnect_callback_wrapper(SOCKETFD socketFd, PyObject* callback) {
                  static_reconnect_callback, socketFd, callback);
 }
 
+void set_progress_callback_wrapper(PyObject* callback_or_none) {
+  constexpr SOCKETFD allConnections = 0;
+  const bool off = callback_or_none == Py_None;
+  if (!off) requireCallable(callback_or_none);
+  const kyt_py::LockReleased released;
+  setCallback(progress_callback_registry, progress_callback_registry_mutex, allConnections,
+              off ? nullptr : callback_or_none);
+  fileoperation::set_progress_callback(off ? nullptr : static_progress_callback);
+}
+
 void end_callbacks() {
   const kyt_py::LockReleased released;
   closed = true;
   const auto end = std::chrono::steady_clock::now() + endTimeLimit;
-  for (RegistryMutex* const mutex : {&callback_registry_mutex, &error_warning_callback_registry_mutex,
-                                     &robot_state_callback_registry_mutex, &reconnect_callback_registry_mutex}) {
+  for (RegistryMutex* const mutex :
+       {&callback_registry_mutex, &error_warning_callback_registry_mutex, &robot_state_callback_registry_mutex,
+        &reconnect_callback_registry_mutex, &progress_callback_registry_mutex}) {
     if (mutex->try_lock_until(end)) mutex->unlock();
   }
 }

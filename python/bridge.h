@@ -17,6 +17,10 @@ int set_error_warning_message_callback_wrapper(SOCKETFD socketFd, PyObject* call
 int robot_state_callback_wrapper(SOCKETFD socketFd, PyObject* callback);
 int set_reconnect_callback_wrapper(SOCKETFD socketFd, PyObject* callback);
 
+/// The progress of file transfers; None switches it off. It is called on threads of Python's: the exception that it
+/// raises is left for the function that transfers, and keeps it from being called again.
+void set_progress_callback_wrapper(PyObject* callback_or_none);
+
 /// To be called with the interpreter lock held when the interpreter is about to end: waits, for a while, for a callback
 /// that runs; afterwards none starts any more.
 void end_callbacks();

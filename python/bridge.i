@@ -37,6 +37,14 @@ No reference is kept: keep the callable alive. Callables of all connections are 
 No reference is kept: keep the callable alive. Callables of all connections are called.
 :return: 0, or -2 when not connected");
 
+%rename(set_progress_callback) set_progress_callback_wrapper;
+%feature("docstring") set_progress_callback_wrapper
+"Installs what is called as callback(name, done, total) while a file is transferred, with bytes; None switches it off.
+It is called on the thread that transfers the file: at its beginning, at most 20 times per second, and when all bytes
+are through. What it raises comes out of the operation at its end, and it is not called any more until then.
+No reference is kept: keep the callable alive.";
+void set_progress_callback_wrapper(PyObject* callback_or_none);
+
 // Called before the interpreter takes itself apart; at the latest of all that `atexit` calls, so that what the
 // application has registered there still gets its callbacks.
 %header %{

@@ -34,10 +34,10 @@ class Header(NamedTuple):
     enums: List[str]
 
 
-FUNCTION = re.compile(r"(?:KYT_HOST_API|inline) (?!constexpr)([^(=]*)\b(\w+)\((.*?)\)(?:;| \{)", re.DOTALL)
+FUNCTION = re.compile(r"(?:KYT_HOST_API|inline) (?!constexpr|[^;{]*\bBackendBase\b)([^(=]*)\b(\w+)\((.*?)\)(?:;| \{)", re.DOTALL)
 RECORD = re.compile(r"struct (?:KYT_HOST_API )?(\w+)(?: : .*)? \{(\};)?$")
 ENUM = re.compile(r"enum (?:class )?(\w+)")
-FIELD = re.compile(r"  [\w:<>, ]*[\w>] (\w+)(?: = [^;]*|\{[^;]*\})?;(?: *///< (.*))?$")
+FIELD = re.compile(r"  [\w:<>, ]*[\w>] (\w+)(?: = [^;]*|\{[^;]*\})?;(?: *///<(?: (.*))?)?$")
 FIELD_DOC_CONTINUED = re.compile(r" +///< +(.*)$")
 
 
@@ -109,10 +109,14 @@ def describe(doc: List[str]) -> str:
 def for_swig(headers: List[Header]) -> str:
     functions = [function for header in headers for function in header.functions]
     records = [record for header in headers for record in header.records]
-    docs = {function.name: function.doc for function in functions if function.doc}
+    docs: Dict[str, str] = {}
+    for function in functions:
+        if function.doc:  # functions of one name have one docstring
+            docs[function.name] = "\n\n".join([*filter(None, [docs.get(function.name)]), function.doc])
     lines = []
-    for name in [function.name for function in functions]:
-        doc = docs.get(name) or docs.get(name + "_robot")  # the plain forms share the comment of the `_robot` form
+    for name in dict.fromkeys(function.name for function in functions):
+        # The plain forms share the comment of the `_robot` form.
+        doc = docs.get(name) or docs.get(name + "_robot") or docs.get(name + "_rbobt")
         if doc:
             lines.append(f'%feature("docstring") {name} {quoted(doc)};')
     for record in records:

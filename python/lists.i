@@ -1,4 +1,4 @@
-// Lists. A record of the headers gets its list class by one more line at the end of this file.
+// Lists.
 
 namespace std {
 template <class T>
@@ -95,3 +95,4 @@ class vector {
 %list_class(VectorString, std::string);
 %list_class(VectorVectorInt, std::vector<int>);
 %list_class(VectorVectorDouble, std::vector<double>);
+%list_class(VectorVectorString, std::vector<std::string>);

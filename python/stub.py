@@ -8,6 +8,7 @@ says they are.
 import keyword
 import re
 import sys
+import textwrap
 from types import ModuleType
 from typing import List, Optional
 
@@ -16,7 +17,8 @@ import headers
 PREAMBLE = '''\
 """Client library for industrial robot controllers."""
 
-from typing import Any, Callable, Final, Generic, Iterable, Iterator, List, Sequence, TypeVar, Union, overload
+from typing import Any, Callable, Final, Generic, Iterable, Iterator, List, Optional, Sequence, TypeVar, Union
+from typing import overload
 
 _T = TypeVar("_T")
 _L = TypeVar("_L")
@@ -99,7 +101,7 @@ VALUES = {
     "std::string": "str",
     "const char*": "str",
 }
-INTEGERS = ["int", "unsigned int", "SOCKETFD", "std::size_t", "std::uint32_t"]
+INTEGERS = ["int", "unsigned int", "long long", "SOCKETFD", "RobotType", "std::size_t", "std::uint32_t"]
 IN_AND_OUT = {
     "int&": "Union[int, IntRef]",
     "bool&": "Union[bool, BoolRef]",
@@ -108,6 +110,7 @@ IN_AND_OUT = {
 }
 LIST = re.compile(r"std::vector<(.*)>$")
 CALLBACK = re.compile(r"void \((.*)\)$")
+PROGRESS = "const char* name, long long done, long long total"  # None switches it off
 
 
 def list_class(element: str) -> str:
@@ -128,7 +131,7 @@ def documented(name: str, doc: Optional[str]) -> List[str]:
     lines = [line for line in (doc or "").strip().splitlines() if not line.startswith((name + "(", name + " : ", "::"))]
     if not lines:
         return []
-    text = "\n    ".join(lines).replace("\\", "\\\\")
+    text = textwrap.indent("\n".join(lines), "    ").lstrip().replace("\\", "\\\\")
     fits = len(lines) == 1 and not text.endswith('"')
     return [f'    """{text}"""' if fits else f'    """{text}\n    """']
 
@@ -171,7 +174,8 @@ class Stub:
         overloaded = [other.name for other in self.functions].count(function.name) > 1
         lines = ["@overload"] if overloaded else []
         lines.append(f"def {function.name}({', '.join(parameters)}) -> {result}:")
-        doc = documented(function.name, getattr(self.module, function.name).__doc__)
+        own = function.doc if overloaded else ""
+        doc = documented(function.name, own or getattr(self.module, function.name).__doc__)
         if not doc:
             lines[-1] += " ..."
         return "\n".join(lines + doc)
@@ -195,7 +199,8 @@ class Stub:
             return f"Union[{self.list_of(elements[1])}, Sequence[{self.value(elements[1])}]]"
         if callback:
             parameters = [headers.parameter(text) for text in headers.split(callback[1])]
-            return f"Callable[[{', '.join(self.value(each.type) for each in parameters)}], object]"
+            type_ = f"Callable[[{', '.join(self.value(each.type) for each in parameters)}], object]"
+            return f"Optional[{type_}]" if callback[1] == PROGRESS else type_
         if type_ in INTEGERS or type_ in self.enums:
             return "int"
         if type_ not in VALUES and not isinstance(getattr(self.module, type_, None), type):
@@ -205,7 +210,7 @@ class Stub:
     def list_of(self, element: str) -> str:
         name = list_class(element)
         if not hasattr(self.module, name):
-            raise SystemExit(f"stub.py: lists.i has no {name}, for std::vector<{element}>")
+            raise SystemExit(f"stub.py: there is no {name}, for std::vector<{element}>")
         return name
 
     def element(self, list_: type) -> str:

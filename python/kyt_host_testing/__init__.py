@@ -17,6 +17,7 @@ from typing import Optional, Type
 
 __all__ = ["VirtualController"]
 
+_DEFAULTS = {"--host": "127.0.0.1", "--servo-port": "0", "--file-port": "0"}
 _READY = re.compile(r"virtual controller: listening on (\S+):(\d+),")
 
 
@@ -34,7 +35,9 @@ class VirtualController:
 
     def __init__(self, *arguments: str, program: Optional[str] = None, timeout: float = 10) -> None:
         self._timeout = timeout
-        self._command = [program or _find_program(), *arguments, "--host", "127.0.0.1", "--servo-port", "0"]
+        self._command = [program or _find_program(), *arguments]
+        for option, value in _DEFAULTS.items():
+            self._command += [] if option in arguments else [option, value]
         self._process: Optional["subprocess.Popen[bytes]"] = None
         self.host, self.port = "127.0.0.1", "0"
         self.start()

@@ -21,9 +21,9 @@ PUBLIC_HEADERS = sorted((path for path in (ROOT / "kyt_host").rglob("*.h") if "d
 HEADERS = [headers.read(str(path)) for path in PUBLIC_HEADERS]
 
 
-def start_controller(add_cleanup, period="0"):
+def start_controller(add_cleanup, period="0", *options):
     """A virtual controller, and a connection to it."""
-    controller = VirtualController("--state-period", period)
+    controller = VirtualController("--state-period", period, *options)
     add_cleanup(controller.stop)
     robot = kyt.connect_robot(controller.host, controller.port)
     add_cleanup(kyt.disconnect_robot, robot)

@@ -15,8 +15,8 @@ import kyt_host_testing
 from stub import Stub
 
 STUB = Path(kyt.__file__).with_name("_kyt_host.pyi")
-FUNCTION = re.compile(r"^(?:KYT_HOST_API|inline) (?!constexpr)[^=;]*?\b(\w+)\(", re.MULTILINE)
-RECORD = re.compile(r"^struct (?:KYT_HOST_API )?(\w+) ", re.MULTILINE)
+FUNCTION = re.compile(r"^(?:KYT_HOST_API|inline) (?!constexpr|[^;{]*\bBackendBase\b)[^=;]*?\b(\w+)\(", re.MULTILINE)
+RECORD = re.compile(r"^struct (?:KYT_HOST_API )?(?!MotionLine)(\w+) ", re.MULTILINE)
 
 
 def declared(pattern):

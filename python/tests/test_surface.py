@@ -80,6 +80,7 @@ class Surface(unittest.TestCase):
             (OverflowError, 1, "SOCKETFD", kyt.get_servo_state, 2**31, 0),
             (OverflowError, 2, "int &", kyt.get_servo_state, robot, 2**70),
             (OverflowError, 3, "unsigned int", kyt.set_axis_sdo, robot, 1, -1, 0, 0, 0),
+            (OverflowError, 1, "Strategy", kyt.assemblySendMessage, 2**32, ""),
         ]:
             with self.subTest(function=function.__name__, arguments=arguments):
                 with self.assertRaises(kind) as raised:
@@ -95,6 +96,8 @@ class Surface(unittest.TestCase):
 
     def test_every_operation_refuses_none_and_returns_its_status_and_what_goes_in_and_out(self):
         for declared in (function for header in HEADERS for function in header.functions):
+            if declared.name == "set_progress_callback":  # None switches it off
+                continue
             function, types = getattr(kyt, declared.name), [each.type for each in declared.parameters]
             arguments = [argument(each) for each in types]
             for place in range(len(arguments)):
