@@ -3,6 +3,7 @@
 // One function for each topic; each prints its rows, and runs in a process of its own.
 
 void benchmarkQuery();
+void benchmarkPolling();
 void benchmarkSets();
 void benchmarkReceive();
 void benchmarkCrc();

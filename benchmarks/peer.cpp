@@ -18,9 +18,13 @@ void serve(int socket, const std::string& burst, int times) {
   // One byte more than the JSON text: receivers drop the last byte of a payload.
   const std::string reply =
       raw::makeFrame(raw::speedReply, R"({"robot":1,"speed":)" + std::to_string(Peer::speed) + "}\n");
+  const std::string position =
+      raw::makeFrame(raw::positionReply, R"({"coord":0,"pos":[10.5,-20.25,30.125,-40.0625,50.5,-60.75,0.0],"robot":1})"
+                                         "\n");
   raw::FrameReader reader(socket, raw::crc32);
   const auto take = [&](unsigned code, const char*, std::size_t) {
     if (code == raw::getSpeed) raw::sendAll(socket, reply);
+    if (code == raw::getPosition) raw::sendAll(socket, position);
     if (code == Peer::burstRequest) {
       for (int i = 0; i < times; ++i) raw::sendAll(socket, burst);
     }

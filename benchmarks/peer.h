@@ -6,8 +6,8 @@
 
 /// The other end of every measurement: a process of its own that blocks in recv, one thread per connection.
 ///
-/// It answers the speed query with one fixed frame, writes its burst when asked for it, and takes in the rest. The
-/// library and the references talk to the same process, each over its own connection.
+/// It answers the queries of speed and position with a fixed frame each, writes its burst when asked for it, and takes
+/// in the rest. The library and the references talk to the same process, each over its own connection.
 class Peer {
  public:
   static constexpr unsigned burstRequest = 0x7FFF;

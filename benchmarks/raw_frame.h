@@ -21,6 +21,8 @@ namespace raw {
 inline constexpr unsigned getSpeed = 0x2602;
 inline constexpr unsigned speedReply = 0x2603;
 inline constexpr unsigned setSpeed = 0x2601;
+inline constexpr unsigned getPosition = 0x2F07;
+inline constexpr unsigned positionReply = 0x2F08;
 inline constexpr unsigned errorMessage = 0x2B03;
 inline constexpr unsigned robotState = 0x9513;
 

@@ -10,29 +10,13 @@
 
 #include <kyt_host/kyt_host.h>
 
+#include "session.h"
+
 namespace {
 
 SOCKETFD robot = -1;
 std::atomic<int> errorsCleared{0};
 std::atomic<int> reconnections{0};
-
-void say(const std::string& line) { std::cout << line + "\n" << std::flush; }
-
-// Ends the session when a step did not do what it should.
-void expect(bool done, const std::string& step) {
-  if (done) return;
-  std::cerr << "first_session: failed: " << step << "\n";
-  std::exit(EXIT_FAILURE);
-}
-
-void expectSuccess(int status, const std::string& step) {
-  expect(status == SUCCESS, step + " (status " + std::to_string(status) + ")");
-}
-
-void waitFor(const std::atomic<int>& count, int seconds, const std::string& what) {
-  for (int i = 0; i < seconds * 100 && count == 0; ++i) delay(10);
-  expect(count > 0, what);
-}
 
 // Callbacks may call any operation, on their own connection too.
 void onErrorOrWarning(int kind, const char* text, int code) {
@@ -90,7 +74,7 @@ int main(int argc, char* argv[]) {
   say(position);
 
   say("waiting for an error from the controller ...");
-  waitFor(errorsCleared, 10, "an error from the controller");
+  waitUntil([] { return errorsCleared > 0; }, 10, "an error from the controller");
   delay(200);
   int state = 0;
   expectSuccess(get_servo_state(robot, state), "reading the servo state");
@@ -98,7 +82,7 @@ int main(int argc, char* argv[]) {
   powerOn();
 
   say("waiting for the controller to restart ...");
-  waitFor(reconnections, 20, "the controller's restart");
+  waitUntil([] { return reconnections > 0; }, 20, "the controller's restart");
   say("the library has reconnected; the handle is still " + std::to_string(robot));
 
   powerOn();

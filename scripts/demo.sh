@@ -24,7 +24,7 @@ trap 'exit 143' TERM
 # start_controller PORT: 0 lets the system choose; the port is then in $port.
 start_controller() {
   : >"$log"
-  "$bin/virtual_controller" --host 127.0.0.1 --port "$1" --servo-port 0 >"$log" &
+  "$bin/virtual_controller" --host 127.0.0.1 --port "$1" --servo-port 0 --file-port 0 >"$log" &
   controller=$!
   until port=$(sed -n 's/^virtual controller: listening on 127\.0\.0\.1:\([0-9]*\),.*/\1/p' "$log") && [[ $port ]]; do
     kill -0 "$controller" || exit 1
