@@ -4,6 +4,8 @@
 
 void benchmarkQuery();
 void benchmarkPolling();
+void benchmarkFiles();
+void benchmarkLines();
 void benchmarkSets();
 void benchmarkReceive();
 void benchmarkCrc();

@@ -1,5 +1,6 @@
 #include "peer.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -14,6 +15,42 @@
 
 namespace {
 
+/// Swallows uploads and gives out downloads, all of the same size.
+class Files {
+ public:
+  explicit Files(int socket) : socket_(socket) {}
+
+  void take(unsigned code) {
+    if (code == raw::uploadRequest) raw::sendAll(socket_, yes_);
+    if (code == raw::uploadOver) raw::sendAll(socket_, finished_);
+    if (code == raw::downloadRequest) {
+      left_ = Peer::downloadSize;
+      raw::sendAll(socket_, found_);
+    }
+    if (code != raw::downloadNext) return;
+    raw::sendAll(socket_, left_ > 0 ? piece_ : end_);
+    left_ -= std::min(left_, raw::filePiece);
+  }
+
+ private:
+  int socket_;
+  std::size_t left_ = 0;
+  // One byte more than the JSON text or the piece: receivers drop the last byte of a payload.
+  const std::string yes_ = raw::makeFrame(raw::uploadAnswer, R"({"answer":"yes"})"
+                                                             "\n");
+  const std::string finished_ = raw::makeFrame(raw::uploadFinished, R"({"finish":true})"
+                                                                    "\n");
+  const std::string found_ =
+      raw::makeFrame(raw::downloadAnswer, R"({"answer":"yes","size":)" + std::to_string(Peer::downloadSize) + "}\n");
+  const std::string piece_ = raw::makeFrame(raw::downloadData, std::string(2 + raw::filePiece, 'x') + "\n");
+  const std::string end_ = raw::makeFrame(raw::downloadFinished, "{}\n");
+};
+
+/// Nobody looks at what is uploaded: a peer that is slower than its clients would be what is measured.
+std::uint32_t crcButOfUploads(const char* data, std::size_t size) {
+  return raw::get16(data + 2) == raw::uploadData ? raw::get32(data + size) : raw::crc32(data, size);
+}
+
 void serve(int socket, const std::string& burst, int times) {
   // One byte more than the JSON text: receivers drop the last byte of a payload.
   const std::string reply =
@@ -21,9 +58,11 @@ void serve(int socket, const std::string& burst, int times) {
   const std::string position =
       raw::makeFrame(raw::positionReply, R"({"coord":0,"pos":[10.5,-20.25,30.125,-40.0625,50.5,-60.75,0.0],"robot":1})"
                                          "\n");
-  raw::FrameReader reader(socket, raw::crc32);
+  raw::FrameReader reader(socket, crcButOfUploads);
+  Files files(socket);
   const auto take = [&](unsigned code, const char*, std::size_t) {
     if (code == raw::getSpeed) raw::sendAll(socket, reply);
+    files.take(code);
     if (code == raw::getPosition) raw::sendAll(socket, position);
     if (code == Peer::burstRequest) {
       for (int i = 0; i < times; ++i) raw::sendAll(socket, burst);

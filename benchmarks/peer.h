@@ -1,17 +1,20 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include <sys/types.h>
 
 /// The other end of every measurement: a process of its own that blocks in recv, one thread per connection.
 ///
-/// It answers the queries of speed and position with a fixed frame each, writes its burst when asked for it, and takes
-/// in the rest. The library and the references talk to the same process, each over its own connection.
+/// It answers the queries of speed and position with a fixed frame each, writes its burst when asked for it,
+/// swallows and gives out files, and takes in the rest. The library and the references talk to the same process, each
+/// over its own connection.
 class Peer {
  public:
   static constexpr unsigned burstRequest = 0x7FFF;
   static constexpr int speed = 50;
+  static constexpr std::size_t downloadSize = 1024 * 1024;
 
   /// @param cpu    the core that it runs on, or -1 for the cores of the caller
   /// @param burst  the bytes it writes, `times` over, when a burst is asked for

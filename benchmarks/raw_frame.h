@@ -23,6 +23,17 @@ inline constexpr unsigned speedReply = 0x2603;
 inline constexpr unsigned setSpeed = 0x2601;
 inline constexpr unsigned getPosition = 0x2F07;
 inline constexpr unsigned positionReply = 0x2F08;
+inline constexpr unsigned uploadRequest = 0x5501;
+inline constexpr unsigned uploadAnswer = 0x5502;
+inline constexpr unsigned uploadData = 0x5511;
+inline constexpr unsigned uploadOver = 0x5512;
+inline constexpr unsigned uploadFinished = 0x5513;
+inline constexpr unsigned downloadRequest = 0x5504;
+inline constexpr unsigned downloadAnswer = 0x5505;
+inline constexpr unsigned downloadData = 0x5521;
+inline constexpr unsigned downloadFinished = 0x5522;
+inline constexpr unsigned downloadNext = 0x5524;
+inline constexpr std::size_t filePiece = 256;
 inline constexpr unsigned errorMessage = 0x2B03;
 inline constexpr unsigned robotState = 0x9513;
 
