@@ -90,6 +90,7 @@ class PythonCallable {
   PyObject* callable_;
 };
 
+// Null: none any more.
 template <class... Arguments>
 void setCallback(Registry<Arguments...>& registry, RegistryMutex& mutex, SOCKETFD socketFd, PyObject* callback) {
   const std::lock_guard lock(mutex);
@@ -160,13 +161,13 @@ int set_reconnect_callback_wrapper(SOCKETFD socketFd, PyObject* callback) {
                  static_reconnect_callback, socketFd, callback);
 }
 
-void set_progress_callback_wrapper(PyObject* callback_or_none) {
+void set_progress_callback_wrapper(PyObject* callbackOrNone) {
   constexpr SOCKETFD allConnections = 0;
-  const bool off = callback_or_none == Py_None;
-  if (!off) requireCallable(callback_or_none);
+  const bool off = callbackOrNone == Py_None;
+  if (!off) requireCallable(callbackOrNone);
   const kyt_py::LockReleased released;
   setCallback(progress_callback_registry, progress_callback_registry_mutex, allConnections,
-              off ? nullptr : callback_or_none);
+              off ? nullptr : callbackOrNone);
   fileoperation::set_progress_callback(off ? nullptr : static_progress_callback);
 }
 

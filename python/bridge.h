@@ -19,7 +19,7 @@ int set_reconnect_callback_wrapper(SOCKETFD socketFd, PyObject* callback);
 
 /// The progress of file transfers; None switches it off. It is called on threads of Python's: the exception that it
 /// raises is left for the function that transfers, and keeps it from being called again.
-void set_progress_callback_wrapper(PyObject* callback_or_none);
+void set_progress_callback_wrapper(PyObject* callbackOrNone);
 
 /// To be called with the interpreter lock held when the interpreter is about to end: waits, for a while, for a callback
 /// that runs; afterwards none starts any more.

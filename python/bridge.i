@@ -43,7 +43,7 @@ No reference is kept: keep the callable alive. Callables of all connections are 
 It is called on the thread that transfers the file: at its beginning, at most 20 times per second, and when all bytes
 are through. What it raises comes out of the operation at its end, and it is not called any more until then.
 No reference is kept: keep the callable alive.";
-void set_progress_callback_wrapper(PyObject* callback_or_none);
+void set_progress_callback_wrapper(PyObject* callbackOrNone);
 
 // Called before the interpreter takes itself apart; at the latest of all that `atexit` calls, so that what the
 // application has registered there still gets its callbacks.

@@ -34,7 +34,9 @@ class Header(NamedTuple):
     enums: List[str]
 
 
-FUNCTION = re.compile(r"(?:KYT_HOST_API|inline) (?!constexpr|[^;{]*\bBackendBase\b)([^(=]*)\b(\w+)\((.*?)\)(?:;| \{)", re.DOTALL)
+FUNCTION = re.compile(  # Python has no BackendBase
+    r"(?:KYT_HOST_API|inline) (?!constexpr|[^;{]*\bBackendBase\b)([^(=]*)\b(\w+)\((.*?)\)(?:;| \{)", re.DOTALL
+)
 RECORD = re.compile(r"struct (?:KYT_HOST_API )?(\w+)(?: : .*)? \{(\};)?$")
 ENUM = re.compile(r"enum (?:class )?(\w+)")
 FIELD = re.compile(r"  [\w:<>, ]*[\w>] (\w+)(?: = [^;]*|\{[^;]*\})?;(?: *///<(?: (.*))?)?$")

@@ -1,6 +1,8 @@
 """Callbacks: what arrives, in which order, and what a callback may do."""
 
 import json
+import os
+import tempfile
 import threading
 import unittest
 
@@ -115,3 +117,18 @@ class Callbacks(unittest.TestCase):
         replies = [kyt.get_speed(robot, 0) for _ in range(20)]
         self.assertFalse(leave.is_set())
         self.assertEqual(replies, [[0, 50]] * 20)
+
+    def test_the_progress_of_a_file_and_what_its_callback_raises(self):
+        host = f"127.6.{os.getpid() // 200 % 200}.{1 + os.getpid() % 200}"  # the port is not ours to choose
+        _, robot = start_controller(self.addCleanup, "0", "--host", host, "--file-port", "5000")
+        progress = Recorder()
+        kyt.set_progress_callback(progress)
+        with tempfile.NamedTemporaryFile(prefix="A", suffix=".JBR") as job:
+            os.write(job.fileno(), b"0123")
+            self.assertEqual(kyt.job_upload_by_file(robot, job.name), 0)
+            progress.raises = KeyError("in a callback")
+            self.assertRaises(KeyError, kyt.job_upload_by_file, robot, job.name)
+            kyt.set_progress_callback(None)
+            self.assertEqual(kyt.job_upload_by_file(robot, job.name), 0)
+        expected = [("job/R1/" + os.path.basename(job.name), done, 4) for done in (0, 4, 0)]
+        self.assertEqual(progress.calls, expected)

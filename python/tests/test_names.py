@@ -16,7 +16,7 @@ from stub import Stub
 
 STUB = Path(kyt.__file__).with_name("_kyt_host.pyi")
 FUNCTION = re.compile(r"^(?:KYT_HOST_API|inline) (?!constexpr|[^;{]*\bBackendBase\b)[^=;]*?\b(\w+)\(", re.MULTILINE)
-RECORD = re.compile(r"^struct (?:KYT_HOST_API )?(?!MotionLine)(\w+) ", re.MULTILINE)
+RECORD = re.compile(r"^struct (?:KYT_HOST_API )?(?!MotionLine)(\w+) ", re.MULTILINE)  # it is for program lines
 
 
 def declared(pattern):
