@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
-# Shows a whole session over TCP, with the virtual controller on loopback: examples/first_session.cpp, and the same in
-# Python, examples/first_session.py.
+# Shows whole sessions over TCP, with the virtual controller on loopback: examples/first_session.cpp, and the same in
+# Python, examples/first_session.py; then examples/moving_robot.cpp and examples/programs_and_io.cpp. What they write
+# (a picture of the motion, jobs, a backup) goes into build/demo.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
-scripts/build.sh release virtual_controller_program first_session _kyt_host
+scripts/build.sh release virtual_controller_program first_session moving_robot programs_and_io _kyt_host
 
-bin=build/release/bin
+bin=$PWD/build/release/bin
+host=127.0.0.5  # files go over port 5000: on an address of its own, nobody else has it
 log=$(mktemp)
 controller=
 session=
@@ -24,9 +26,9 @@ trap 'exit 143' TERM
 # start_controller PORT: 0 lets the system choose; the port is then in $port.
 start_controller() {
   : >"$log"
-  "$bin/virtual_controller" --host 127.0.0.1 --port "$1" --servo-port 0 --file-port 0 >"$log" &
+  "$bin/virtual_controller" --host "$host" --port "$1" --servo-port 0 >"$log" &
   controller=$!
-  until port=$(sed -n 's/^virtual controller: listening on 127\.0\.0\.1:\([0-9]*\),.*/\1/p' "$log") && [[ $port ]]; do
+  until port=$(sed -n "s/^virtual controller: listening on $host:\([0-9]*\),.*/\1/p" "$log") && [[ $port ]]; do
     kill -0 "$controller" || exit 1
     sleep 0.05
   done
@@ -40,7 +42,7 @@ restart_controller() {
 
 # run_session PROGRAM...: it says when it wants something to happen at the controller.
 run_session() {
-  exec {lines}< <(exec "$@" 127.0.0.1 "$port")
+  exec {lines}< <(exec "$@")
   session=$!
   while IFS= read -r line <&"$lines"; do
     echo "$line"
@@ -55,6 +57,12 @@ run_session() {
 }
 
 start_controller 0
-run_session stdbuf -oL "$bin/first_session"
+run_session stdbuf -oL "$bin/first_session" "$host" "$port"
 echo
-PYTHONPATH=build/release/python run_session python3 -u examples/first_session.py
+PYTHONPATH=build/release/python run_session python3 -u examples/first_session.py "$host" "$port"
+echo
+mkdir -p build/demo
+cd build/demo
+"$bin/moving_robot" "$host" "$port" "$PWD/motion.svg"
+echo
+"$bin/programs_and_io" "$host" "$port"
