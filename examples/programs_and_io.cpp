@@ -23,7 +23,11 @@ void onErrorOrWarning(int kind, const char* text, int code) {
 
 void showProgress(const std::string& what, long long done, long long total) {
   constexpr long long width = 40;
+  static std::string shown;
   const auto filled = static_cast<std::size_t>(total > 0 ? width * done / total : width);
+  const std::string now = what + std::to_string(filled) + (done == total ? " done" : "");
+  if (now == shown) return;
+  shown = now;
   std::cout << "\r   [" << std::string(filled, '#') << std::string(width - filled, '.') << "] " << what
             << (done == total ? "\n" : "") << std::flush;
 }
@@ -95,7 +99,7 @@ void streamMotion() {
                   "queueing a move");
   }
   for (int left = moves; left > 0; queue_motion_size(robot, left))
-    expectSuccess(queue_motion_send_to_controller(robot, std::min(left, portion), true), "sending a portion");
+    expectSuccess(queue_motion_send_to_controller(robot, std::min(left, portion), left > portion), "sending a portion");
   int waiting = moves;
   const auto finished = [&] {
     expectSuccess(queue_motion_get_queuelen(robot, waiting), "reading the queue's length");

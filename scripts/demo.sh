@@ -23,10 +23,10 @@ trap clean_up EXIT
 trap 'exit 130' INT
 trap 'exit 143' TERM
 
-# start_controller PORT: 0 lets the system choose; the port is then in $port.
+# start_controller PORT [OPTION...]: 0 lets the system choose; the port is then in $port.
 start_controller() {
   : >"$log"
-  "$bin/virtual_controller" --host "$host" --port "$1" --servo-port 0 >"$log" &
+  "$bin/virtual_controller" --host "$host" --servo-port 0 --port "$@" >"$log" &
   controller=$!
   until port=$(sed -n "s/^virtual controller: listening on $host:\([0-9]*\),.*/\1/p" "$log") && [[ $port ]]; do
     kill -0 "$controller" || exit 1
@@ -37,7 +37,7 @@ start_controller() {
 restart_controller() {
   kill "$controller"
   wait "$controller"
-  start_controller "$port"
+  start_controller "$@"
 }
 
 # run_session PROGRAM...: it says when it wants something to happen at the controller.
@@ -48,7 +48,7 @@ run_session() {
     echo "$line"
     case $line in
       *"waiting for an error from the controller"*) kill -USR1 "$controller" ;;
-      *"waiting for the controller to restart"*) restart_controller ;;
+      *"waiting for the controller to restart"*) restart_controller "$port" ;;
     esac
   done
   exec {lines}<&-
@@ -65,4 +65,5 @@ mkdir -p build/demo
 cd build/demo
 "$bin/moving_robot" "$host" "$port" "$PWD/motion.svg"
 echo
+restart_controller 0 --time-scale 5
 "$bin/programs_and_io" "$host" "$port"

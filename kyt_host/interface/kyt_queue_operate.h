@@ -38,8 +38,8 @@ inline int queue_motion_clear_Data(SOCKETFD socketFd) { return queue_motion_clea
 /// Sends the first lines of the local queue, in the order in which they were appended, in one request. They leave the
 /// local queue once it has been handed to the system; a connection that breaks after that may still lose it.
 ///
-/// One request takes 65,535 bytes, which is some 15 moves. A longer motion goes out in portions: send ten lines at a
-/// time with `isContinue` true, and the last ones with false.
+/// One request takes 65,535 bytes, which is some 25 moves. A longer motion goes out in portions: send twenty lines at
+/// a time with `isContinue` true, and the last ones with false.
 /// @param size        how many; 0 sends all. Without a line to send, the request goes out with none, and a line on
 ///                    standard error says so.
 /// @param isContinue  whether more lines follow

@@ -15,8 +15,12 @@ TEST(Io, ChangesOfLevelsRaiseAlarmsStopAndCommandTheRobot) {
   client.send(Strategy::SetForceDigitalInput, R"({"enable":0,"port":2,"status":0})");
   EXPECT_EQ(client.ask(Strategy::GetDigitalInput, "null\n")->text.find(R"({"robot":1,"status":[1,0,0)"), 0u);
   EXPECT_EQ(client.ask(Strategy::SetDigitalOutput, R"({"port":33,"status":1})")->code, Strategy::ErrorMessage);
+  client.send(Strategy::CreateJob, R"({"jobName":"A"})");
+  client.send(Strategy::InsertJobCommand, R"({"cmd":{"type":7,"paraTime":{"data":600,"value":0}},"pos":1})");
+  client.ask(Strategy::GetJobTotalLines, "{}");
   controller.edit(1, [](RobotState& robot) {
     robot.mode = remoteMode;
+    robot.remote.jobs[0].name = "A", robot.remote.selectedProgram = 1;
     robot.remote.inputs.start = {3, 1}, robot.remote.inputs.faultReset = {4, 1};
     robot.safety.quickStop = {9, 5, 1, 0, true, true};  // the first channel is shielded
     robot.ioReset[ErrorIsRaised - 1].enable[7] = robot.ioReset[ErrorIsRaised - 1].value[7] = 1;

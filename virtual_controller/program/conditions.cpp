@@ -20,7 +20,7 @@ Source sourceOf(const std::string& key) {
 }
 
 /// A number, or else the name of a variable.
-Parameter parameterFrom(const std::string& text) {
+Parameter numberOrVariable(const std::string& text) {
   double number{};
   const auto* const end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, number);
@@ -39,7 +39,7 @@ Condition conditionFrom(const Json& object) {
     throw std::invalid_argument("logicType is no comparison");
   }
   const auto desired = name(object, {"desValue"});
-  condition.right = desired.empty() ? parameterFrom(value(object, {"paraGroupTwo"})) : parameterFrom(desired);
+  condition.right = desired.empty() ? parameterFrom(value(object, {"paraGroupTwo"})) : numberOrVariable(desired);
   return condition;
 }
 
@@ -87,7 +87,7 @@ double Parameter::in(const ControllerState& state) const {
 Parameter parameterFrom(const Json& object) {
   if (integer(object, {"value"}) != 0) return {0, name(object, {"varname"})};
   const auto& data = value(object, {"data"});
-  return {data.is_boolean() ? double{data.get<bool>()} : data.get<double>(), {}};
+  return {data.is_boolean() ? static_cast<double>(data.get<bool>()) : data.get<double>(), {}};
 }
 
 bool Condition::holds(const ControllerState& state) const {

@@ -18,8 +18,9 @@ using PositionValues = std::array<double, 21>;
 /// Where a position is; without external axes those stay where they are.
 Target targetFrom(const PositionValues& values, bool external);
 
-/// A program line as a robot carries it out. What a line says about smoothing, time, configuration, tool and user frame
-/// is not followed: every move ends at rest, with the tool and the frames that are selected.
+/// A program line as a robot carries it out, at the line's own velocity. Every move ends at rest, with the tool and the
+/// frames that are selected: what a line says about smoothing, time, configuration, tool and user frame is not
+/// followed. An output keeps its level for good, whatever the line says about groups and time.
 struct Line {
   struct Move {
     enum class Kind { Joint, Linear, Increment };

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <exception>
+#include <iterator>
+#include <sstream>
 #include <utility>
 
 #include <Eigen/Geometry>
@@ -41,21 +43,22 @@ Target incremented(const RobotState& state, const Target& by) {
 
 // ---- starting
 
-Runner::Program Runner::load(const std::string& name, int line) const {
+Runner::Program Runner::load(const std::string& name, int first) const {
   const auto job = model_.jobs().read(robot_.number, name);
   Program program{name, job.positions, {}, 0};
-  for (const auto& text : job.lines) {
+  for (const auto& line : job.lines) {
     try {
-      program.lines.push_back(lineFrom(parsed(text)));
+      program.lines.push_back(lineFrom(parsed(line)));
     } catch (const std::exception& problem) {
-      const auto number = std::to_string(program.lines.size() + 1);
-      throw Refusal("job " + name + ", line " + number + ": " + problem.what());
+      std::ostringstream text;
+      text << "job " << name << ", line " << program.lines.size() + 1 << ": " << problem.what();
+      throw Refusal(text.str());
     }
   }
-  if (line < 1 || static_cast<std::size_t>(line) > std::max<std::size_t>(1, program.lines.size())) {
-    throw Refusal("job " + name + " has no line " + std::to_string(line));
+  if (first < 1 || static_cast<std::size_t>(first) > std::max<std::size_t>(1, program.lines.size())) {
+    throw Refusal("job " + name + " has no line " + std::to_string(first));
   }
-  program.at = static_cast<std::size_t>(line - 1);
+  program.at = static_cast<std::size_t>(first - 1);
   return program;
 }
 

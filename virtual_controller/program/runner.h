@@ -72,7 +72,7 @@ class Runner {
   bool running() const { return robot_.stateAtRest == runningOn; }
   void setState(int state);
   Program& program() { return queueOpen_ ? queue_ : job_; }
-  Program load(const std::string& job, int line) const;
+  Program load(const std::string& name, int first) const;
   void begin(Program program, int times, int steps);
 
   /// Lets `next` happen later, unless the program is stopped or something else is waited for until then.
