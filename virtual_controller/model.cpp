@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "virtual_controller/arm/pose.h"
-#include "virtual_controller/coordinates.h"
+#include "virtual_controller/motion/coordinates.h"
+#include "virtual_controller/motion/pose.h"
 
 namespace virtual_controller {
 

@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "virtual_controller/controller_clock.h"
 #include "virtual_controller/event_loop.h"
-#include "virtual_controller/io_watch.h"
-#include "virtual_controller/mover.h"
+#include "virtual_controller/io/io_watch.h"
+#include "virtual_controller/motion/controller_clock.h"
+#include "virtual_controller/motion/mover.h"
 #include "virtual_controller/program/job_store.h"
 #include "virtual_controller/program/runner.h"
 #include "virtual_controller/request.h"

@@ -3,8 +3,8 @@
 #include <functional>
 #include <optional>
 
-#include "virtual_controller/controller_clock.h"
-#include "virtual_controller/trajectory.h"
+#include "virtual_controller/motion/controller_clock.h"
+#include "virtual_controller/motion/trajectory.h"
 #include "virtual_controller/virtual_controller.h"
 
 namespace virtual_controller {

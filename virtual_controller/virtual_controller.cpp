@@ -36,7 +36,8 @@ class VirtualController::Impl final : public SessionOwner {
   explicit Impl(Settings wanted)
       : settings(std::move(wanted)),
         data(settings.dataDirectory, dumped({{"robots", settings.robots}})),
-        model(checked(settings), loop, data, [this](Strategy code, const Json& message) { push(code, dumped(message)); }) {
+        model(checked(settings), loop, data,
+              [this](Strategy code, const Json& message) { push(code, dumped(message)); }) {
     const auto locked = loop.lock();
     control_ = &listen(settings.port);
     if (settings.servoPort) servo_ = &listen(*settings.servoPort);

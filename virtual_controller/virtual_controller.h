@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "kyt_host/communication/strategy.h"
-#include "virtual_controller/io.h"
+#include "virtual_controller/io/io.h"
 #include "virtual_controller/welder.h"
 
 /// A robot controller that runs on this PC: it listens on TCP, keeps real state for each robot, and answers as a

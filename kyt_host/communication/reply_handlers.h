@@ -120,8 +120,6 @@ class KYT_HOST_API RecvCurrentHandleOperate : public MessageBaseStrategy {};
 class KYT_HOST_API RecvTransCoordPos : public MessageBaseStrategy {};
 class KYT_HOST_API RecvToolCoordPara : public MessageBaseStrategy {};
 class KYT_HOST_API ReceivedWaveweldData : public MessageBaseStrategy {};
-class KYT_HOST_API RecvDhParaState : public MessageBaseStrategy {};
-class KYT_HOST_API RecvJointPara : public MessageBaseStrategy {};
 class KYT_HOST_API ReceiveWeldMonitor : public MessageBaseStrategy {};
 class KYT_HOST_API RecvJobfileLine : public MessageBaseStrategy {};
 class KYT_HOST_API RecvGlobalExternPosition : public MessageBaseStrategy {};
@@ -136,8 +134,6 @@ class KYT_HOST_API RecvResetIO : public MessageBaseStrategy {};
 class KYT_HOST_API RecvDigitalInputMsg : public MessageBaseStrategy {};
 class KYT_HOST_API RecvDigitalOutputMsg : public MessageBaseStrategy {};
 class KYT_HOST_API RecvRemotePara : public MessageBaseStrategy {};
-class KYT_HOST_API RecvIoControl : public MessageBaseStrategy {};
-class KYT_HOST_API RecvIoRemoteTips : public MessageBaseStrategy {};
 class KYT_HOST_API RecvRemoteProgram : public MessageBaseStrategy {};
 class KYT_HOST_API RecvTrackRecordOnOff : public MessageBaseStrategy {};
 class KYT_HOST_API RecvTeachType : public MessageBaseStrategy {};
@@ -152,7 +148,6 @@ class KYT_HOST_API RecvMotorTorque : public MessageBaseStrategy {};
 class KYT_HOST_API RecvMotorPayload : public MessageBaseStrategy {};
 class KYT_HOST_API RecvLineSpeedAndJointSpeed : public MessageBaseStrategy {};
 class KYT_HOST_API RecvQueuelen : public MessageBaseStrategy {};
-class KYT_HOST_API RecvIOtype : public MessageBaseStrategy {};
 class KYT_HOST_API RecvVFDstate : public MessageBaseStrategy {};
 class KYT_HOST_API RecvUploadRespond : public MessageBaseStrategy {};
 class KYT_HOST_API RecvUploadSuccess : public MessageBaseStrategy {};
@@ -162,3 +157,37 @@ class KYT_HOST_API RecvDownloadFileData : public MessageBaseStrategy {};
 class KYT_HOST_API RecvDownloadRespond : public MessageBaseStrategy {};
 class KYT_HOST_API RecvConfigFileList : public MessageBaseStrategy {};
 // clang-format on
+
+// Those that also decode their last text, as the exported decoder of their reply does: 0, or -5 when it cannot be read.
+
+struct IOtype;
+struct RemoteControl;
+struct RemoteProgram;
+struct RobotDHParam;
+struct RobotJointParam;
+
+class KYT_HOST_API RecvDhParaState : public MessageBaseStrategy {
+ public:
+  int recvDHpara(int robotType, RobotDHParam& param) const;
+};
+
+class KYT_HOST_API RecvJointPara : public MessageBaseStrategy {
+ public:
+  int recvJointparam(RobotJointParam& param) const;
+};
+
+class KYT_HOST_API RecvIoControl : public MessageBaseStrategy {
+ public:
+  int receiveIoControl(int& num, int& time, RemoteControl& control, std::vector<RemoteProgram>& programs) const;
+};
+
+class KYT_HOST_API RecvIoRemoteTips : public MessageBaseStrategy {
+ public:
+  int receiveIoRemoteTips(int& num, int& outagerecover, int& outagerecoverValue,
+                          std::vector<RemoteProgram>& outputs) const;
+};
+
+class KYT_HOST_API RecvIOtype : public MessageBaseStrategy {
+ public:
+  int getIOtype(IOtype& io) const;
+};

@@ -66,3 +66,20 @@ class Robot(unittest.TestCase):
         self.assertEqual(seen.calibration.point[0].pixelPos, [1, 2])
         text = '{"position": [6, 5, 4, 3, 2, 1], "location_type": 8, "mech_id": 9}'
         self.assertEqual((kyt.parse_get_user_coordPara(text, position, 0, 0), position[0]), ([0, 8, 9], 6))
+
+    def test_a_job_runs_is_paused_goes_on_is_stopped_and_stepped(self):
+        def reaches(state):
+            while kyt.get_robot_running_state(self.robot, 0) != [0, state]:
+                self.assertEqual(kyt.get_connection_status(self.robot), 0)
+
+        slow = kyt.MoveCmd()
+        slow.targetPosValue, slow.velocity, slow.acc, slow.dec = [-90, 0, 0, 0, 0, 0, 0], 1, 50, 50
+        self.assertEqual((kyt.set_servo_poweron(self.robot), kyt.job_create(self.robot, "RUN")), (0, 0))
+        self.assertEqual((kyt.job_open(self.robot, "RUN"), kyt.job_insert_moveJ(self.robot, 1, slow)), (0, 0))
+        for call, state in [(kyt.job_run, 2), (kyt.job_pause, 1), (kyt.job_continue, 2), (kyt.job_stop, 0)]:
+            self.assertEqual(call(self.robot, *(["RUN"] if call is kyt.job_run else [])), 0)
+            reaches(state)
+        self.assertEqual(kyt.job_step(self.robot, "RUN", 1), 0)
+        reaches(2)
+        self.assertEqual(kyt.job_stop(self.robot), 0)
+        reaches(0)

@@ -286,4 +286,79 @@ TEST_F(IoOperations, WithoutReplyRemoteControlAndSafetySayDisconnected) {
   EXPECT_EQ(get_digital_output(robot, values), RECEIVE_FAILED);
 }
 
+// ---- against the virtual controller itself
+
+// Sets a record, reads it back over TCP, and compares field by field.
+template <class... Outputs, class Get>
+void expectReadBack(const std::string& expected, const Get& get) {
+  std::tuple<Outputs...> outputs;
+  EXPECT_EQ(std::apply(get, outputs), SUCCESS);
+  EXPECT_EQ(std::apply([](const Outputs&... values) { return shown(values...); }, outputs), expected);
+}
+
+class IoGenerations : public ConnectedTest, public ::testing::WithParamInterface<int> {
+ protected:
+  IoGenerations()
+      : ConnectedTest([] {
+          virtual_controller::Settings settings;
+          settings.remotePrograms = GetParam();
+          return settings;
+        }()) {}
+};
+
+TEST_P(IoGenerations, WhatIsSetCanBeReadBack) {
+  const int count = GetParam() == 0 ? 10 : GetParam();
+  const int num = GetParam() == 0 ? -1 : GetParam();
+  const std::string number = std::to_string(num);
+  EXPECT_EQ(set_remote_param(robot, 2, 40, true, 9, 3, count), SUCCESS);
+  expectReadBack<int, bool, int, int, int>("40 true 9 3 " + number,
+                                           [&](auto&... out) { return get_remote_param(robot, 2, out...); });
+  EXPECT_EQ(set_remote_program(robot, 2, programs(count)), SUCCESS);
+  expectReadBack<int, std::vector<RemoteProgramSetting>>(
+      number + " " + shown(programs(count)), [&](auto&... out) { return get_remote_program(robot, 2, out...); });
+  EXPECT_EQ(set_remote_status_tips(robot, 2, 7, 1, outputs(count)), SUCCESS);
+  expectReadBack<int, int, int, std::vector<RemoteProgram>>(
+      number + " 7 1 " + shown(outputs(count)), [&](auto&... out) { return get_remote_status_tips(robot, 2, out...); });
+  EXPECT_EQ(set_remote_function(robot, 2, control, outputs(count), count), SUCCESS);
+  expectReadBack<int, int, RemoteControl, std::vector<RemoteProgram>>(
+      number + " 3 " + shown(control) + " " + shown(outputs(count)),
+      [&](auto&... out) { return get_remote_function(robot, 2, out...); });
+
+  EXPECT_EQ(set_safe_IO_function(robot, 3, safe), SUCCESS);
+  expectReadBack<SafeIO>(shown(safe), [&](auto&... out) { return get_safe_IO_function(robot, 3, out...); });
+  EXPECT_EQ(set_hard_enable_port(robot, 1, 5, 6), SUCCESS);
+  expectReadBack<int, int, int>("1 5 6", [&](auto&... out) { return get_hard_enable_port(robot, out...); });
+  EXPECT_EQ(set_error_msg_of_digital_input(robot, alarms), SUCCESS);
+  std::vector<AlarmdIO> read;
+  EXPECT_EQ(get_error_msg_of_digital_input(robot, read), SUCCESS);
+  ASSERT_GE(read.size(), alarms.size());
+  EXPECT_EQ(shown(read[0]) + "," + shown(read[1]), shown(alarms[0]) + "," + shown(alarms[1]));
+  EXPECT_EQ(set_IO_reset_function(robot, 1, 2, {1, 0, 1}, {1, 0, 0}), SUCCESS);
+  Ints enable;
+  Ints value;
+  EXPECT_EQ(get_IO_reset_function(robot, 1, 2, enable, value), SUCCESS);
+  ASSERT_GE(enable.size(), 4U);
+  EXPECT_EQ(Ints(enable.begin(), enable.begin() + 4), (Ints{1, 0, 1, 0}));
+  EXPECT_EQ(value[0], 1);
+
+  EXPECT_EQ(set_digital_output(robot, 2, 1), SUCCESS);
+  EXPECT_EQ(set_analog_output(robot, 2, 1.5), SUCCESS);
+  EXPECT_EQ(set_force_digital_input(robot, 4, 1, 1), SUCCESS);
+  std::vector<double> analog;
+  EXPECT_EQ(get_digital_output(robot, value), SUCCESS);
+  EXPECT_EQ(get_analog_output(robot, analog), SUCCESS);
+  EXPECT_EQ(value.at(1), 1);
+  EXPECT_EQ(analog.at(1), 1.5);
+  EXPECT_EQ(get_digital_input(robot, value), SUCCESS);
+  EXPECT_EQ(value.at(3), 1);
+  EXPECT_EQ(get_force_digital_input(robot, value, analog), SUCCESS);
+  EXPECT_EQ(shown(value, analog), "[4] [1]");
+  IOtype boards;
+  EXPECT_EQ(get_io_type(robot, boards), SUCCESS);
+  EXPECT_EQ(boards.type.size(), static_cast<std::size_t>(boards.num));
+  EXPECT_EQ(controller.rejected().malformed, 0U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Io, IoGenerations, ::testing::Values(0, 10, 99));
+
 }  // namespace

@@ -1,6 +1,6 @@
 // The virtual arm: where it reaches, and how it gets there.
 
-#include "virtual_controller/arm/arm.h"
+#include "virtual_controller/motion/arm.h"
 
 #include <cmath>
 #include <cstddef>
@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include "virtual_controller/arm/pose.h"
-#include "virtual_controller/planner.h"
+#include "virtual_controller/motion/planner.h"
+#include "virtual_controller/motion/pose.h"
 
 namespace virtual_controller {
 namespace {

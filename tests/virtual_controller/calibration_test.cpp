@@ -2,7 +2,7 @@
 
 #include "tests/support/controller_fixture.h"
 #include "tests/virtual_controller/frame_client.h"
-#include "virtual_controller/arm/arm.h"
+#include "virtual_controller/motion/arm.h"
 
 using namespace virtual_controller;
 

@@ -2,7 +2,7 @@
 #include <array>
 #include <cstddef>
 
-#include "virtual_controller/coordinates.h"
+#include "virtual_controller/motion/coordinates.h"
 #include "virtual_controller/operations/operations.h"
 #include "virtual_controller/request.h"
 

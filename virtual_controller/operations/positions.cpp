@@ -3,8 +3,8 @@
 #include <cmath>
 #include <cstddef>
 
-#include "virtual_controller/arm/degrees.h"
-#include "virtual_controller/coordinates.h"
+#include "virtual_controller/motion/coordinates.h"
+#include "virtual_controller/motion/degrees.h"
 #include "virtual_controller/operations/operations.h"
 #include "virtual_controller/request.h"
 

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "virtual_controller/calibration.h"
+#include "virtual_controller/motion/calibration.h"
 #include "virtual_controller/operations/operations.h"
 #include "virtual_controller/request.h"
 

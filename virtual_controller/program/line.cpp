@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "virtual_controller/coordinates.h"
 #include "virtual_controller/json_text.h"
+#include "virtual_controller/motion/coordinates.h"
 
 namespace virtual_controller {
 namespace {

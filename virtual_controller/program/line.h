@@ -5,7 +5,7 @@
 #include <string>
 #include <variant>
 
-#include "virtual_controller/mover.h"
+#include "virtual_controller/motion/mover.h"
 #include "virtual_controller/program/conditions.h"
 #include "virtual_controller/request.h"
 

@@ -8,10 +8,10 @@
 
 #include <Eigen/Geometry>
 
-#include "virtual_controller/arm/pose.h"
-#include "virtual_controller/coordinates.h"
 #include "virtual_controller/json_text.h"
 #include "virtual_controller/model.h"
+#include "virtual_controller/motion/coordinates.h"
+#include "virtual_controller/motion/pose.h"
 
 namespace virtual_controller {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "virtual_controller/controller_clock.h"
+#include "virtual_controller/motion/controller_clock.h"
 #include "virtual_controller/program/line.h"
 #include "virtual_controller/robot.h"
 

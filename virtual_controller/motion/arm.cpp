@@ -1,11 +1,11 @@
-#include "virtual_controller/arm/arm.h"
+#include "virtual_controller/motion/arm.h"
 
 #include <algorithm>
 #include <cmath>
 
 #include <Eigen/Dense>
 
-#include "virtual_controller/arm/degrees.h"
+#include "virtual_controller/motion/degrees.h"
 
 namespace virtual_controller::arm {
 namespace {

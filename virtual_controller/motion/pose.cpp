@@ -1,8 +1,8 @@
-#include "virtual_controller/arm/pose.h"
+#include "virtual_controller/motion/pose.h"
 
 #include <cmath>
 
-#include "virtual_controller/arm/degrees.h"
+#include "virtual_controller/motion/degrees.h"
 
 namespace virtual_controller {
 namespace {

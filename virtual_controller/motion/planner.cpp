@@ -1,10 +1,10 @@
-#include "virtual_controller/planner.h"
+#include "virtual_controller/motion/planner.h"
 
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
-#include "virtual_controller/arm/degrees.h"
+#include "virtual_controller/motion/degrees.h"
 
 namespace virtual_controller {
 namespace {

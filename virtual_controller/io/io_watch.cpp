@@ -1,4 +1,4 @@
-#include "virtual_controller/io_watch.h"
+#include "virtual_controller/io/io_watch.h"
 
 #include "virtual_controller/model.h"
 

@@ -1,9 +1,9 @@
-#include "virtual_controller/coordinates.h"
+#include "virtual_controller/motion/coordinates.h"
 
 #include <algorithm>
 #include <string>
 
-#include "virtual_controller/arm/pose.h"
+#include "virtual_controller/motion/pose.h"
 #include "virtual_controller/request.h"
 
 namespace virtual_controller {

@@ -1,4 +1,4 @@
-#include "virtual_controller/mover.h"
+#include "virtual_controller/motion/mover.h"
 
 #include <algorithm>
 #include <cmath>
@@ -6,9 +6,9 @@
 #include <string>
 #include <utility>
 
-#include "virtual_controller/arm/degrees.h"
-#include "virtual_controller/arm/pose.h"
-#include "virtual_controller/coordinates.h"
+#include "virtual_controller/motion/coordinates.h"
+#include "virtual_controller/motion/degrees.h"
+#include "virtual_controller/motion/pose.h"
 #include "virtual_controller/request.h"
 
 namespace virtual_controller {

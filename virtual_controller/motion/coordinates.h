@@ -4,7 +4,7 @@
 
 #include <Eigen/Geometry>
 
-#include "virtual_controller/arm/arm.h"
+#include "virtual_controller/motion/arm.h"
 #include "virtual_controller/virtual_controller.h"
 
 /// Where an arm is, seen from here and there.

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <utility>
 
-#include "virtual_controller/io.h"
+#include "virtual_controller/io/io.h"
 #include "virtual_controller/robot.h"
 
 namespace virtual_controller {

@@ -3,8 +3,8 @@
 #include <array>
 #include <optional>
 
-#include "virtual_controller/controller_clock.h"
-#include "virtual_controller/planner.h"
+#include "virtual_controller/motion/controller_clock.h"
+#include "virtual_controller/motion/planner.h"
 #include "virtual_controller/robot.h"
 
 namespace virtual_controller {

@@ -1,10 +1,10 @@
-#include "virtual_controller/calibration.h"
+#include "virtual_controller/motion/calibration.h"
 
 #include <cmath>
 
 #include <Eigen/Dense>
 
-#include "virtual_controller/arm/pose.h"
+#include "virtual_controller/motion/pose.h"
 #include "virtual_controller/request.h"
 
 namespace virtual_controller {

@@ -7,8 +7,8 @@
 
 #include <Eigen/Geometry>
 
-#include "virtual_controller/arm/arm.h"
-#include "virtual_controller/trajectory.h"
+#include "virtual_controller/motion/arm.h"
+#include "virtual_controller/motion/trajectory.h"
 
 namespace virtual_controller {
 

@@ -1,4 +1,4 @@
-#include "virtual_controller/trajectory.h"
+#include "virtual_controller/motion/trajectory.h"
 
 #include <algorithm>
 #include <cmath>
