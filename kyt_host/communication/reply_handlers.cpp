@@ -64,7 +64,7 @@ std::vector<std::string> RecvAllJobFileName::takeTexts() {
 
 void RecvAllJobFileName::onStored() {
   getAllJobFileName();
-  textsSize_ += text_.size() + sizeof text_;
+  textsSize_ += text_.size() + sizeof(std::string);
   if (textsSize_ <= maxKept) texts_.push_back(text_);
 }
 

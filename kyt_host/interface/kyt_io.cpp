@@ -129,6 +129,8 @@ int get_IO_reset_function(SOCKETFD socketFd, int robotNum, int type, std::vector
 
 // --- alarm texts ---
 
+// NOLINTBEGIN(performance-unnecessary-value-param): lists are published as values
+
 int set_error_msg_of_digital_input(SOCKETFD socketFd, std::vector<AlarmdIO> msgs) {
   return setAlarms(socketFd, Strategy::SetDigitalInputMessage, msgs);
 }
@@ -223,6 +225,8 @@ int set_remote_status_tips(SOCKETFD socketFd, int robotNum, int outagerecover, i
   list.append(std::move(tips));
   return command(socketFd, Strategy::SetRemoteStatusTips, line({{"robot", robotNum}, {"outPut", std::move(list)}}));
 }
+
+// NOLINTEND(performance-unnecessary-value-param)
 
 int get_remote_status_tips(SOCKETFD socketFd, int robotNum, int& num, int& outagerecover, int& outagerecoverValue,
                            std::vector<RemoteProgram>& outputs) {

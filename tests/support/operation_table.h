@@ -101,7 +101,7 @@ inline void PrintTo(const QueryRow& row, std::ostream* out) { *out << row.name; 
 template <class... Outputs, class Get, class GetPlain, class Decode>
 QueryRow query(const char* name, Strategy request, std::string text, Strategy reply, std::tuple<Outputs...> initial,
                Get get, GetPlain getPlain, Decode decode, QueryRow::Readings readings, std::string wrongType,
-               std::string prepared = {}) {
+               const std::string& prepared = {}) {
   const auto showAll = [](const Outputs&... outputs) { return shown(outputs...); };
   const auto run = [initial, showAll](std::string& value, const auto& call) {
     std::tuple<Outputs...> outputs = initial;

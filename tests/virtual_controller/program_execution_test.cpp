@@ -9,7 +9,9 @@ using namespace virtual_controller;
 
 namespace {
 
-enum RunningState { stopped, paused, running };
+constexpr int stopped = 0;
+constexpr int paused = 1;
+constexpr int running = 2;
 
 MoveCmd to(double joint, double velocity = 100) {
   MoveCmd cmd;
