@@ -3,7 +3,7 @@
 // A few lines of SVG: what a robot did, to look at.
 
 #include <algorithm>
-#include <cmath>
+#include <cstdio>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -54,7 +54,11 @@ class Diagram {
     std::vector<std::pair<double, double>> points;
   };
 
-  static std::string rounded(double value) { return std::to_string(std::round(value * 10) / 10).substr(0, 6); }
+  static std::string rounded(double value) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f", value);
+    return text;
+  }
   static std::string label(double x, double y, const std::string& text, const std::string& colour) {
     return "<text x='" + std::to_string(x) + "' y='" + std::to_string(y) + "' fill='" + colour + "'>" + text +
            "</text>\n";

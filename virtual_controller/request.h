@@ -67,10 +67,10 @@ inline std::vector<double> numbers(const Json& request, const Keys& keys) {
   return value(request, keys).get<std::vector<double>>();
 }
 
-/// The first `Size` numbers of an array that has as many or more.
-template <std::size_t Size>
-std::array<double, Size> numbers(const Json& request, const Keys& keys) {
-  return value(request, keys).get<std::array<double, Size>>();
+/// The first `size` numbers of an array that has as many or more.
+template <std::size_t size>
+std::array<double, size> numbers(const Json& request, const Keys& keys) {
+  return value(request, keys).get<std::array<double, size>>();
 }
 
 /// A text that is short enough to be kept.

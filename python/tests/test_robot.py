@@ -50,6 +50,31 @@ class Robot(unittest.TestCase):
         self.assertEqual(kyt.set_remote_program(robot, 1, [program] * 10), 0)
         self.assertEqual((kyt.get_remote_program(robot, 1, 0, programs), programs), ([0, 10], [program] * 10))
 
+    def test_io_records_can_be_read_back(self):
+        robot, safe, control, point = self.robot, filled(kyt.SafeIO()), kyt.RemoteControl(), kyt.RemoteProgram()
+        safe.quickStopTime, point.port, point.value = 99.5, 3, 1
+        for port, field in enumerate(each for each in control.__match_args__ if each.endswith("Port")):
+            setattr(control, field, port + 4)
+        control.startValue = 1
+        points, read, boards = [point] * 10, kyt.VectorRemoteProgram(), kyt.IOtype()
+        safe_read, control_read, enable, value = kyt.SafeIO(), kyt.RemoteControl(), kyt.VectorInt(), kyt.VectorInt()
+        self.assertEqual(kyt.set_safe_IO_function(robot, 2, safe), 0)
+        self.assertEqual((kyt.get_safe_IO_function(robot, 2, safe_read), safe_read), (0, safe))
+        self.assertEqual(kyt.set_remote_function(robot, 2, control, points, 10), 0)
+        self.assertEqual(kyt.get_remote_function(robot, 2, 0, 0, control_read, read)[:2], [0, 10])
+        control_read.program = []
+        self.assertEqual((control_read, read), (control, points))
+        self.assertEqual(kyt.set_remote_status_tips(robot, 2, 5, 1, points), 0)
+        self.assertEqual((kyt.get_remote_status_tips(robot, 2, 0, 0, 0, read), read), ([0, 10, 5, 1], points))
+        self.assertEqual(kyt.set_remote_param(robot, 2, 40, True, 9, 3, 10), 0)
+        self.assertEqual(kyt.get_remote_param(robot, 2, 0, False, 0, 0, 0), [0, 40, True, 9, 3, 10])
+        self.assertEqual(kyt.set_hard_enable_port(robot, 1, 5, 6), 0)
+        self.assertEqual(kyt.get_hard_enable_port(robot, 0, 0, 0), [0, 1, 5, 6])
+        self.assertEqual(kyt.set_IO_reset_function(robot, 1, 2, [1, 0, 1], [0, 0, 1]), 0)
+        self.assertEqual(kyt.get_IO_reset_function(robot, 1, 2, enable, value), 0)
+        self.assertEqual((enable[:4], value[:4]), ([1, 0, 1, 0], [0, 0, 1, 0]))
+        self.assertEqual((kyt.get_io_type(robot, boards), len(boards.type)), (0, boards.num))
+
     def test_jobs_and_queues_take_lines_and_decoders_fill_what_they_are_given(self):
         self.assertEqual((kyt.job_create(self.robot, "PART"), kyt.job_open(self.robot, "PART")), (0, 0))
         self.assertEqual(kyt.job_insert_moveJ(self.robot, 1, self.move), 0)

@@ -252,6 +252,9 @@ TEST_F(IoOperations, EmptyListsLeaveTheOutputsAndRangesAreChecked) {
   controller.answer(Strategy::GetDigitalInput, Strategy::DigitalInputReply, R"({"status":[]})");
   EXPECT_EQ(get_digital_input(robot, values), SUCCESS);
   EXPECT_EQ(values, Ints{7});
+  controller.answer(Strategy::GetDigitalInput, Strategy::DigitalInputReply, "{\"status\":" + numbers("1", 9999) + "}");
+  EXPECT_EQ(get_digital_input(robot, values), SUCCESS);
+  EXPECT_EQ(values.size(), 10'000U);
   controller.clearReceived();
 
   for (const auto& refused :

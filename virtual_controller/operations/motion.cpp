@@ -14,8 +14,8 @@ MoveRates moveRates(const Json& request) {
 }
 
 /// The first six values: the arm has no seventh axis.
-template <std::size_t Size>
-std::array<double, 6> robotValues(const std::array<double, Size>& values) {
+template <std::size_t size>
+std::array<double, 6> robotValues(const std::array<double, size>& values) {
   std::array<double, 6> found;
   std::copy_n(values.begin(), found.size(), found.begin());
   return found;
