@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <stdexcept>
+#include <thread>
 
 #include "kyt_host/communication/connection_api.h"
 #include "kyt_host/file/file_transfers.h"
@@ -34,8 +35,6 @@ auto& reconnect_callback_registry_mutex = *new RegistryMutex;
 auto& progress_callback_registry = *new Registry<const char*, long long, long long>;
 auto& progress_callback_registry_mutex = *new RegistryMutex;
 // NOLINTEND(readability-identifier-naming)
-
-std::atomic<bool> closed{false};
 
 constexpr std::chrono::milliseconds lookAgain{50};
 constexpr std::chrono::milliseconds endTimeLimit{900};
@@ -102,8 +101,8 @@ void setCallback(Registry<Arguments...>& registry, RegistryMutex& mutex, SOCKETF
 template <class... Arguments>
 void dispatch(const Registry<Arguments...>& registry, RegistryMutex& mutex, Arguments... arguments) {
   std::unique_lock lock(mutex, std::defer_lock);
-  while (!closed && !lock.try_lock_for(lookAgain)) continue;
-  for (auto entry = registry.begin(); !closed && entry != registry.end(); ++entry) {
+  while (!kyt_py::ending && !lock.try_lock_for(lookAgain)) continue;
+  for (auto entry = registry.begin(); !kyt_py::ending && entry != registry.end(); ++entry) {
     const auto callback = entry->second;  // a copy: it may replace itself
     if (callback) callback(arguments...);
   }
@@ -172,12 +171,15 @@ void set_progress_callback_wrapper(PyObject* callbackOrNone) {
 }
 
 void end_callbacks() {
+  kyt_py::endsInterpreter = true;
   const kyt_py::LockReleased released;
-  closed = true;
+  kyt_py::ending = true;
   const auto end = std::chrono::steady_clock::now() + endTimeLimit;
   for (RegistryMutex* const mutex :
        {&callback_registry_mutex, &error_warning_callback_registry_mutex, &robot_state_callback_registry_mutex,
         &reconnect_callback_registry_mutex, &progress_callback_registry_mutex}) {
     if (mutex->try_lock_until(end)) mutex->unlock();
   }
+  while (kyt_py::askingForLock > 0 && std::chrono::steady_clock::now() < end)
+    std::this_thread::sleep_for(lookAgain / 50);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 #include <unistd.h>
 
 #include <Python.h>
@@ -18,12 +20,24 @@ void stopAtInterpreterEnd(const Work& work) {
   }
 }
 
+/// Set shortly before the interpreter ends. From then on threads that come back from a call stay outside, but for the
+/// one that ends it: daemon threads would not get far, and until 3.11 Python may crash over one that asks too late.
+inline std::atomic<bool> ending{false};
+inline thread_local bool endsInterpreter = false;
+inline std::atomic<int> askingForLock{0};
+
 /// While this stands, the calling thread does not hold the interpreter lock.
 class LockReleased {
  public:
   LockReleased() : state_(PyEval_SaveThread()) {}
   ~LockReleased() {
+    ++askingForLock;
+    if (ending && !endsInterpreter) {
+      --askingForLock;
+      for (;;) pause();
+    }
     stopAtInterpreterEnd([this] { PyEval_RestoreThread(state_); });
+    --askingForLock;
   }
   LockReleased(const LockReleased&) = delete;
   LockReleased& operator=(const LockReleased&) = delete;

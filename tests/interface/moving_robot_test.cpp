@@ -15,7 +15,7 @@ constexpr int userCoordinates = 3;
 
 virtual_controller::Settings fast() {
   virtual_controller::Settings settings;
-  settings.timeScale = 8;
+  settings.timeScale = 4;
   settings.servoDelay = {};
   return settings;
 }

@@ -23,7 +23,7 @@ MoveCmd to(double joint, double velocity = 100) {
 
 class Programs : public ConnectedTest {
  protected:
-  Programs() : ConnectedTest(Settings{"127.0.0.1", 0, {}, {}, {}, 4, 10, std::chrono::milliseconds(1), 100}) {
+  Programs() : ConnectedTest(Settings{"127.0.0.1", 0, {}, {}, {}, 4, 10, std::chrono::milliseconds(1), 30}) {
     controller.edit(1, [](auto& state) { state.servoState = servoRunning; });
   }
   bool comes(const std::function<bool()>& seen) {
