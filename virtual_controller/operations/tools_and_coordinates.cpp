@@ -33,16 +33,16 @@ const Pose& sensible(const Pose& pose) {
   return pose;
 }
 
-template <std::size_t Size>
-std::array<double, Size> numbersUnder(const std::array<const char*, Size>& keys, const Json& object) {
-  std::array<double, Size> values{};
+template <std::size_t size>
+std::array<double, size> numbersUnder(const std::array<const char*, size>& keys, const Json& object) {
+  std::array<double, size> values{};
   std::transform(keys.begin(), keys.end(), values.begin(), [&](const char* key) { return number(object, {key}); });
   return values;
 }
 
-template <std::size_t Size>
-void put(Json& object, const std::array<const char*, Size>& keys, const std::array<double, Size>& values) {
-  for (std::size_t i = 0; i < Size; ++i) object[keys[i]] = values[i];
+template <std::size_t size>
+void put(Json& object, const std::array<const char*, size>& keys, const std::array<double, size>& values) {
+  for (std::size_t i = 0; i < size; ++i) object[keys[i]] = values[i];
 }
 
 // ---- tools
