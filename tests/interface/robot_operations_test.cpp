@@ -282,6 +282,10 @@ TEST_F(RobotOperations, RefuseWhatIsOutOfRangeAndSendNothing) {
 
   EXPECT_EQ(set_global_variant(robot, "GI01", 3), RECEIVE_FAILED);
   EXPECT_EQ(set_global_variant(unknownHandle, "GI01", 3), DISCONNECT);
+  const std::string longerThanAFrame(70'000, 'G');  // the controller would lose its place in the stream
+  double unread = 0;
+  EXPECT_EQ(get_global_variant(robot, longerThanAFrame, unread), PARAM_ERR);
+  EXPECT_EQ(set_global_variant(robot, longerThanAFrame, 1), PARAM_ERR);
   EXPECT_EQ(set_global_position(unknownHandle, "GP1", {}), DISCONNECT);
   EXPECT_EQ(set_global_position(robot, "GP1", counted(13)), PARAM_ERR);
   const auto set = [&](std::size_t index, double value, double second = 0) {

@@ -23,9 +23,10 @@ int exchangeTexts(SOCKETFD socketFd, Strategy code, const Request& request, cons
                   std::string& text) {
   const ClientManager::Client client(socketFd);
   if (!client) return DISCONNECT;
-  const MessageBaseStrategy* const handler =
-      client->exchange(static_cast<unsigned int>(code), request.text(), static_cast<unsigned int>(expected.code),
-                       replyTimeLimitMs, text);
+  const std::string question = request.text();
+  if (question.size() > frameMaxPayload) return PARAM_ERR;
+  const MessageBaseStrategy* const handler = client->exchange(
+      static_cast<unsigned int>(code), question, static_cast<unsigned int>(expected.code), replyTimeLimitMs, text);
   return handler != nullptr && expected.accepts(*handler) ? SUCCESS : RECEIVE_FAILED;
 }
 

@@ -81,7 +81,7 @@ int command(SOCKETFD socketFd, Strategy code, const Request& request);
 int handOver(SOCKETFD socketFd, Strategy code, const Request& request);
 
 /// Sends a request and waits for its reply, which is not read.
-/// @return SUCCESS, DISCONNECT, RECEIVE_FAILED when none comes within a second, or EXCEPTION
+/// @return SUCCESS, DISCONNECT, RECEIVE_FAILED when none comes within a second, PARAM_ERR as above, or EXCEPTION
 int query(SOCKETFD socketFd, Strategy code, const Request& request, const ExpectedReply& expected);
 
 using ReadReply = std::function<void(const Json::Value& root)>;
