@@ -26,6 +26,8 @@ const Row rows[] = {
     {"set_reconnect_callback", [](SOCKETFD fd) { return set_reconnect_callback(fd, onReconnect); }, SUCCESS,
      DISCONNECT},
     {"... null", [](SOCKETFD fd) { return set_reconnect_callback(fd, nullptr); }, SUCCESS, DISCONNECT},
+    {"set_fresh_replies", [](SOCKETFD fd) { return set_fresh_replies(fd, false); }, SUCCESS, DISCONNECT},
+    {"wait_for_callbacks", [](SOCKETFD fd) { return wait_for_callbacks(fd, 1000); }, SUCCESS, SUCCESS},
     {"send_message", [](SOCKETFD fd) { return send_message(fd, 0x9999, "{}"); }, SUCCESS, DISCONNECT},
     {"recv_message", [](SOCKETFD fd) { return recv_message(fd, onFrame); }, SUCCESS, DISCONNECT},
     {"... null", [](SOCKETFD fd) { return recv_message(fd, nullptr); }, PARAM_ERR, PARAM_ERR},
@@ -51,6 +53,22 @@ TEST_F(ConnectionApi, SaysWhetherItCouldDoItsPart) {
   for (const Row& row : rows) EXPECT_EQ(row.call(robot), row.notConnected) << row.name << ", broken";
   EXPECT_EQ(disconnect_robot(robot), SUCCESS);
   for (const Row& row : rows) EXPECT_EQ(row.call(robot), row.notConnected) << row.name << ", removed";
+}
+
+TEST(Diagnostics, GoToAHandlerThatMayCallAnything) {
+  static std::vector<std::string> lines;
+  set_diagnostics_handler([](int level, const char* line) {
+    lines.push_back(std::to_string(level) + " " + line);
+    connect_robot("127.0.0.1", "0");  // what that says goes to the stream, not here again
+  });
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(connect_robot("127.0.0.1", "99999"), -1);
+  set_diagnostics_handler(nullptr);
+  EXPECT_EQ(connect_robot("127.0.0.1", "99999"), -1);
+  EXPECT_EQ(lines, std::vector<std::string>{"3 Connect error: 99999 is not a port, 1..65535 (127.0.0.1:99999)"});
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "Connect error: 0 is not a port, 1..65535 (127.0.0.1:0)\n"
+            "Connect error: 99999 is not a port, 1..65535 (127.0.0.1:99999)\n");
 }
 
 TEST(Library, TellsItsVersion) { EXPECT_EQ(get_library_version(), "2.0.4-20260202-1b01ed1"); }

@@ -164,12 +164,26 @@ TEST_F(Ending, DoesNotWaitForACallbackThatDoesNotReturn) {
   controller.push(Strategy::RobotState, "state");
   ASSERT_TRUE(eventually([&] { return inside.load(); }));
   ASSERT_TRUE(enters(3));
+  EXPECT_EQ(wait_for_callbacks(robot, 0), TIMEOUT);
   EXPECT_TRUE(disconnects(robot, true));
+  EXPECT_EQ(wait_for_callbacks(robot, 10), TIMEOUT);  // it still runs
   EXPECT_EQ(get_connection_status(robot), DISCONNECT);
   EXPECT_TRUE(controller.waitForConnections(0, 20s));
   gate.set_value();
+  EXPECT_EQ(wait_for_callbacks(robot, 20'000), SUCCESS);
+  EXPECT_EQ(status, DISCONNECT);
   ASSERT_TRUE(eventually([&] { return status == DISCONNECT && ProcessState().threads == threadsWithout; })) << status;
   EXPECT_EQ(finished, 0);
+}
+
+TEST_F(Ending, WhileManyLookTheHandleUp) {
+  std::atomic<bool> stop{false};
+  std::thread lookers(onThreads<std::function<void(int)>>, 32, [&](int) {
+    while (!stop) get_connection_status(robot);
+  });
+  EXPECT_TRUE(disconnects(robot));
+  stop = true;
+  lookers.join();
 }
 
 TEST_F(Ending, WhatWasSentBeforeStillArrives) {

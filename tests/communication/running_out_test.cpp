@@ -77,13 +77,24 @@ TEST_F(RunningOut, OfDescriptorsLeavesNothingBehind) {
 TEST_F(RunningOut, OfDescriptorsRaisesTheSoftLimit) {
   rlimit before{};
   ::getrlimit(RLIMIT_NOFILE, &before);
+  const auto softLimit = [] {
+    rlimit now{};
+    ::getrlimit(RLIMIT_NOFILE, &now);
+    return now.rlim_cur;
+  };
   // The first connection also makes what is kept. Each of them runs out at another point.
-  for (std::size_t left = 0; left < 6; ++left) {
+  for (std::size_t left = 0; left < 3; ++left) {
     limit(RLIMIT_NOFILE, ProcessState().descriptors + 10, false);
     std::vector<Descriptor> taken = takeDescriptors();
     for (std::size_t i = 0; i < left; ++i) taken.pop_back();
+    set_descriptor_limit_raising(false);
+    EXPECT_EQ(connect(), -1);
+    const rlim_t asItWas = softLimit();
+    set_descriptor_limit_raising(true);
     const SOCKETFD fd = connect();
     EXPECT_GT(fd, 0) << left << " descriptors left";
+    EXPECT_GT(softLimit(), asItWas);
+    EXPECT_LE(softLimit(), asItWas + 16);  // no further than is needed
     disconnect_robot(fd);
     limit(RLIMIT_NOFILE, before.rlim_cur, false);
   }

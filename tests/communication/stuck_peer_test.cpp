@@ -1,0 +1,83 @@
+// A controller that stops taking anything in, for a while or for good.
+
+#include <chrono>
+#include <future>
+#include <string>
+#include <thread>
+
+#include "tests/support/connected_fixture.h"
+#include "tests/support/process_state.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr int anyCode = 0x0101;
+
+class StuckPeer : public ConnectedTest {
+ protected:
+  // Sends until nothing goes any more. How many frames it tried to send.
+  std::size_t fill() {
+    controller.stopReading(true);
+    BackendBase& backend = *ClientManager::getClient(robot);
+    std::size_t frames = 1;
+    while (backend.sendData(anyCode, std::string(60'000, 'x'))) ++frames;
+    return frames;
+  }
+
+  static std::chrono::duration<double> timeOf(const std::function<void()>& work) {
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::steady_clock::now() - start;
+  }
+};
+
+}  // namespace
+
+TEST_F(StuckPeer, CostsACallASecondAndTheStreamStaysWhole) {
+  testing::internal::CaptureStderr();
+  std::size_t frames = 0;
+  EXPECT_LE(timeOf([&] { frames = fill(); }), 4s);
+  EXPECT_LE(timeOf([&] { EXPECT_EQ(speedOf(robot), RECEIVE_FAILED); }), 3s);
+  EXPECT_LE(timeOf([&] { EXPECT_EQ(set_speed(robot, 20), SUCCESS); }), 3s);
+  controller.stopReading(false);
+  EXPECT_TRUE(eventually([&] { return speedOf(robot) == 50; }));  // what had begun to go has been finished before
+  EXPECT_TRUE(controller.waitForRequests(static_cast<Strategy>(anyCode), frames - 1, 5s));
+  EXPECT_LE(controller.received(static_cast<Strategy>(anyCode)).size(), frames);
+  EXPECT_EQ(controller.rejected().damaged, 0U);
+  EXPECT_EQ(controller.rejected().notFrames, 0U);
+  EXPECT_EQ(controller.connections(), 1U);
+  const std::string errors = testing::internal::GetCapturedStderr();
+  EXPECT_NE(errors.find("Exception: Connection timed out"), std::string::npos) << errors;
+}
+
+TEST_F(StuckPeer, IsWaitedForAsLongAsItsSystemAnswers) {
+  controller.stopReading(true);
+  auto sending = std::async(std::launch::async, [&] {
+    return ClientManager::getClient(robot)->sendPieces(anyCode, std::string(32'000'000, 'x'), 60'000);
+  });
+  EXPECT_EQ(sending.wait_for(14s), std::future_status::timeout);  // longer than a peer that is gone is waited for
+  controller.stopReading(false);
+  ASSERT_EQ(sending.wait_for(20s), std::future_status::ready);
+  EXPECT_TRUE(sending.get());
+  EXPECT_EQ(speedOf(robot), 50);
+  EXPECT_EQ(controller.connections(), 1U);
+}
+
+TEST_F(StuckPeer, OrOneThatIsGoneIsNotReportedWithEveryCall) {
+  testing::internal::CaptureStderr();
+  BackendBase& backend = *ClientManager::getClient(robot);
+  controller.stop();
+  EXPECT_TRUE(eventually([&] { return !backend.sendData(anyCode, "{}"); }));
+  for (int i = 0; i < 200; ++i) EXPECT_FALSE(backend.sendData(anyCode, "{}"));
+  disconnect_robot(robot);
+  const std::string errors = testing::internal::GetCapturedStderr();
+  std::size_t lines = 0;
+  for (std::size_t at = errors.find("Error sending"); at != std::string::npos;
+       at = errors.find("Error sending", at + 1))
+    ++lines;
+  EXPECT_GE(lines, 2U) << errors;
+  EXPECT_LE(lines, 5U) << errors;
+  EXPECT_NE(errors.find(" times more)"), std::string::npos) << errors;
+  controller.start();
+}
