@@ -172,22 +172,6 @@ TEST_F(Callbacks, ThatAreSlowDelayNobodyAndThatFallTooFarBehindLoseNothing) {
   EXPECT_EQ(speedOf(robot), 50);
 }
 
-TEST_F(Callbacks, ThatAreBehindBySmallMessagesOccupyNoMoreThanLargeOnes) {
-  FrameCallback::action = [this](int, const char*) {
-    if (count++ == 0) gate.get_future().wait();
-  };
-  recv_message(robot, FrameCallback::call);
-  const std::size_t before = ProcessState::residentBytes();
-  for (int i = 0; i < 200'000; ++i) controller.push(otherCode, "{}");
-  std::this_thread::sleep_for(500ms);                                   // for as much as is read ahead
-  EXPECT_LT(ProcessState::residentBytes(), before + 24 * 1024 * 1024);  // what the controller keeps included
-  gate.set_value();
-  EXPECT_TRUE(eventually([&] { return count == 200'000; })) << count;
-  EXPECT_EQ(wait_for_callbacks(robot, 20'000), SUCCESS);
-  EXPECT_TRUE(eventually([&] { return ProcessState::residentBytes() < before + 8 * 1024 * 1024; }))
-      << ProcessState::residentBytes() - before;
-}
-
 TEST_F(Callbacks, NoneStartsAfterDisconnecting) {
   std::atomic<bool> disconnected;
   std::atomic<int> late{0};

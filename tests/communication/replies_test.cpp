@@ -61,21 +61,21 @@ TEST_F(Replies, PassByWhoHasGivenUp) {
 }
 
 TEST_F(Replies, ThatAreLateAnswerTheNextQueryUnlessFreshOnesAreWanted) {
-  const auto leaveALateReply = [this] {
+  const auto leaveALateReply = [this](int speed) {
     controller.silence(Strategy::GetSpeed);
     EXPECT_EQ(speedOf(robot), RECEIVE_FAILED);
-    answer(77);
+    answer(speed);
     EXPECT_TRUE(eventually([&] {
-      return ClientManager::getClient(robot)
-                 ->getMessageByStrategy(static_cast<unsigned>(Strategy::SpeedReply))
-                 ->text() == R"({"speed":77})";
+      const auto* const handler =
+          ClientManager::getClient(robot)->getMessageByStrategy(static_cast<unsigned>(Strategy::SpeedReply));
+      return handler->text() == R"({"speed":)" + std::to_string(speed) + "}";
     }));
   };
-  leaveALateReply();
+  leaveALateReply(77);
   controller.silence(Strategy::GetSpeed);
   EXPECT_EQ(speedOf(robot), 77);
   EXPECT_EQ(set_fresh_replies(robot, true), SUCCESS);
-  leaveALateReply();
+  leaveALateReply(78);
   EXPECT_EQ(speedOf(robot), 50);
   EXPECT_EQ(set_fresh_replies(robot, false), SUCCESS);
 }

@@ -1,0 +1,54 @@
+// What waits for the callbacks, and what that costs.
+
+#include "kyt_host/communication/detail/callback_queue.h"
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/process_state.h"
+
+TEST(CallbackQueue, HoldsSmallMessagesInAsLittleMemoryAsItSays) {
+  using namespace std::chrono_literals;
+  CallbackQueue queue;
+  std::atomic<int> published{0};
+  std::atomic<int> delivered{0};
+  std::promise<void> gate;
+  const std::size_t before = ProcessState::residentBytes();
+
+  constexpr int messages = 300'000;  // more than fit
+  std::thread reader([&] {
+    for (; published < messages; ++published) {
+      queue.add({0x0101, false, true, false}, "{\"speed\":1}\n\n");
+      queue.publish();
+    }
+  });
+  std::thread callbacks([&] {
+    queue.run([&](const CallbackQueue::Event&, const char* text) {
+      if (delivered == 0) gate.get_future().wait();
+      if (text == std::string("{\"speed\":1}\n\n")) ++delivered;
+    });
+  });
+  int last = -1;
+  EXPECT_TRUE(eventually([&] {  // until publishing blocks
+    const bool blocked = published == last;
+    last = published;
+    std::this_thread::sleep_for(100ms);
+    return blocked;
+  }));
+  EXPECT_GT(published, 80'000);
+  EXPECT_LT(published, messages);
+  EXPECT_LT(ProcessState::residentBytes(), before + CallbackQueue::bound + 2 * 1024 * 1024);
+  EXPECT_FALSE(queue.awaitQuiet(std::chrono::steady_clock::now() + 10ms));
+
+  gate.set_value();
+  reader.join();
+  EXPECT_TRUE(queue.awaitQuiet(std::chrono::steady_clock::now() + 20s));
+  EXPECT_EQ(delivered, messages);
+  EXPECT_LT(ProcessState::residentBytes(), before + 2 * 1024 * 1024);
+  queue.stop();
+  callbacks.join();
+}
