@@ -1,10 +1,8 @@
 // The operations on whole sets of files, each on a connection of its own.
 
 #include "tests/file/file_fixture.h"
-#include "tests/support/callbacks.h"
 
 using BulkTransfer = FileTest;
-using ProgressCallback = Callback<const char*, long long, long long>;
 
 TEST_F(BulkTransfer, JobsGoUpAreListedAndComeBack) {
   fs::create_directories("up/B.JBR");  // a folder
