@@ -99,6 +99,7 @@ TEST_F(SingleFile, WhatArrivesUntilTheEndIsTheFile) {
   controller.silence(Strategy::DownloadNext);
   EXPECT_TRUE(download("A.JBR") == bytes);               // the one before
   controller.push(Strategy::DownloadData, "##" + more);  // late, and none of the next file's
+  controller.delayReplies(std::chrono::milliseconds(10));
   fs::remove("got");
   EXPECT_TRUE(download("A.JBR") == bytes);
 }
