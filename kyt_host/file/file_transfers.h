@@ -34,7 +34,8 @@ namespace fileoperation {
 /// Installs what is called while a file is transferred, in all operations here; null, as at first, switches it off.
 /// It is called on the thread that transfers the file: at its beginning, at most 20 times per second, and when all
 /// bytes are through.
-/// @param callback  gets the file's name on the controller, the bytes that are through and the bytes in all
+/// @param callback  gets the file's name on the controller, the bytes that are through and the bytes in all,
+///                  which are more than at first when the file has grown meanwhile
 KYT_HOST_API void set_progress_callback(void (*callback)(const char* name, long long done, long long total));
 
 // ---- one file, on a connection to the file server
