@@ -10,7 +10,9 @@
 #include "kyt_host/communication/detail/diagnostics.h"
 #include "kyt_host/communication/detail/guarded.h"
 #include "kyt_host/file/detail/listing.h"
+#include "kyt_host/file/detail/local_failure.h"
 #include "kyt_host/file/detail/single_file.h"
+#include "kyt_host/file/detail/target_folders.h"
 #include "kyt_host/file/file_transfers.h"
 
 namespace fs = std::filesystem;
@@ -42,15 +44,23 @@ int onFileServer(SOCKETFD socketFd, const Operation& operation) {
   return guarded<int>(EXCEPTION, [&] { return operation(*server); });
 }
 
+// The same for what is downloaded.
+template <class Operation>
+int fromFileServer(SOCKETFD socketFd, const Operation& operation) {
+  return onFileServer(socketFd, [&](BackendBase& server) {
+    return intoFolders([&](TargetFolders& folders) { return operation(server, folders); });
+  });
+}
+
 std::string robotFolder(std::size_t robot) { return "R" + std::to_string(robot); }
 
 std::string remoteJob(std::size_t robot, const std::string& name) { return "job/" + robotFolder(robot) + "/" + name; }
 
-int makeFolder(const fs::path& folder) {
-  std::error_code error;
-  fs::create_directories(folder, error);
+int makeFolder(TargetFolders& folders, const fs::path& folder) {
+  const std::error_code error = folders.make(folder);
   if (!error) return SUCCESS;
   printLine(std::cerr, "Unable to create directory: " + folder.string());
+  tellReason(folder, error.message());
   return EXCEPTION;
 }
 
@@ -74,33 +84,34 @@ int jobFilesIn(const fs::path& directory, std::vector<fs::path>& files) {
   std::sort(files.begin(), files.end());
   if (!error) return SUCCESS;
   printLine(std::cerr, "Unable to open directory: " + directory.string());
+  tellReason(directory, error.message());
   return EXCEPTION;
 }
 
-int downloadJobs(BackendBase& server, const fs::path& directory) {
+int downloadJobs(BackendBase& server, const fs::path& directory, TargetFolders& folders) {
   std::vector<std::vector<std::string>> jobs;
   int result = listJobFiles(server, jobs);
   for (std::size_t robot = 1; result == SUCCESS && robot <= jobs.size(); ++robot) {
     const fs::path folder = directory / robotFolder(robot);
-    result = makeFolder(folder);
+    result = makeFolder(folders, folder);
     if (result != SUCCESS) break;
     result = forEach(jobs[robot - 1], [&](const std::string& name) {
-      return downloadFile(server, remoteJob(robot, name), folder / name);
+      return downloadFile(server, remoteJob(robot, name), folder / name, folders);
     });
   }
   return result;
 }
 
-int downloadConfigFiles(BackendBase& server, const fs::path& directory) {
+int downloadConfigFiles(BackendBase& server, const fs::path& directory, TargetFolders& folders) {
   std::vector<std::string> files;
   if (const int result = listConfigFiles(server, files); result != SUCCESS) return result;
-  if (const int result = makeFolder(directory); result != SUCCESS) return result;
-  return forEach(files, [&](const std::string& name) { return downloadFile(server, name, directory / name); });
+  if (const int result = makeFolder(folders, directory); result != SUCCESS) return result;
+  return forEach(files, [&](const std::string& name) { return downloadFile(server, name, directory / name, folders); });
 }
 
-int downloadProgram(BackendBase& server) {
+int downloadProgram(BackendBase& server, TargetFolders& folders) {
   bool givenOut = false;
-  const int result = downloadFile(server, controllerProgram, controllerProgram, &givenOut);
+  const int result = downloadFile(server, controllerProgram, controllerProgram, folders, &givenOut);
   return givenOut || !server.getConnectState() ? result : SUCCESS;
 }
 
@@ -130,22 +141,24 @@ int job_upload_by_directory(SOCKETFD socketFd, const std::string& directory) {
 }
 
 int job_download_by_directory(SOCKETFD socketFd, const std::string& directory) {
-  return onFileServer(socketFd, [&](BackendBase& server) { return downloadJobs(server, directory); });
+  return fromFileServer(
+      socketFd, [&](BackendBase& server, TargetFolders& folders) { return downloadJobs(server, directory, folders); });
 }
 
 int log_download(SOCKETFD socketFd, int number, const std::string& directory) {
   if (number < 0) return PARAM_ERR;
-  return onFileServer(socketFd, [&](BackendBase& server) {
+  return fromFileServer(socketFd, [&](BackendBase& server, TargetFolders& folders) {
     const std::string name = logName + std::to_string(number);
-    return downloadFile(server, logFolder + "/" + name, fs::path(directory.empty() ? logFolder : directory) / name);
+    return downloadFile(server, logFolder + "/" + name, fs::path(directory.empty() ? logFolder : directory) / name,
+                        folders);
   });
 }
 
 int backup_systems(SOCKETFD socketFd) {
-  return onFileServer(socketFd, [&](BackendBase& server) {
-    int result = downloadJobs(server, backupFolder / "robotJob");
-    if (result == SUCCESS) result = downloadConfigFiles(server, backupFolder / "configFile");
-    return result == SUCCESS ? downloadProgram(server) : result;
+  return fromFileServer(socketFd, [&](BackendBase& server, TargetFolders& folders) {
+    int result = downloadJobs(server, backupFolder / "robotJob", folders);
+    if (result == SUCCESS) result = downloadConfigFiles(server, backupFolder / "configFile", folders);
+    return result == SUCCESS ? downloadProgram(server, folders) : result;
   });
 }
 

@@ -2,13 +2,17 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <limits>
 #include <memory>
 #include <string_view>
-#include <system_error>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fcntl.h>
 
 #include "kyt_host/communication/asio_tcp_backend.h"
 #include "kyt_host/communication/communication_manager.h"
@@ -17,6 +21,8 @@
 #include "kyt_host/communication/detail/guarded.h"
 #include "kyt_host/communication/detail/json_text.h"
 #include "kyt_host/communication/reply_handlers.h"
+#include "kyt_host/file/detail/descriptor.h"
+#include "kyt_host/file/detail/local_failure.h"
 #include "kyt_host/file/detail/progress.h"
 #include "kyt_host/file/detail/single_file.h"
 #include "kyt_host/file/detail/unfinished_file.h"
@@ -39,14 +45,35 @@ bool succeedsInThree(const Attempt& attempt) {
   return false;
 }
 
-// Sends as many bytes as were announced; EXCEPTION when the file has become shorter meanwhile.
-int sendContents(BackendBase& server, std::ifstream& file, long size, const std::string& name) {
+// Opens a file that is to be uploaded. Closed, with the reason told, when it is none that can be read.
+Descriptor openToRead(const std::string& path, long& size) {
+  Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  struct stat status {};
+  const bool opened = file.isOpen() && ::fstat(file.number(), &status) == 0;
+  if (opened && S_ISREG(status.st_mode)) {
+    size = static_cast<long>(status.st_size);
+    return file;
+  }
+  const std::string reason = opened ? "Not a regular file" : lastError();
+  printLine(std::cerr, "Unable to open file: " + path);
+  tellReason(path, reason);
+  return Descriptor();
+}
+
+// Sends as many bytes as were announced; EXCEPTION when they cannot be read.
+int sendContents(BackendBase& server, const Descriptor& file, long size, const std::string& path,
+                 const std::string& name) {
   std::array<char, pieceSize * piecesPerWrite> buffer{};
   Progress progress(name, size);
   for (long done = 0; done < size; progress.advance(done)) {
-    file.read(buffer.data(), std::min<std::streamsize>(size - done, buffer.size()));
-    const std::string_view bytes(buffer.data(), static_cast<std::size_t>(file.gcount()));
-    if (bytes.empty()) return EXCEPTION;
+    const ssize_t count = ::read(file.number(), buffer.data(), std::min<std::size_t>(size - done, buffer.size()));
+    if (count <= 0) {
+      const std::string reason = count < 0 ? lastError() : "The file has become shorter";
+      printLine(std::cerr, "Unable to read file: " + path);
+      tellReason(path, reason);
+      return EXCEPTION;
+    }
+    const std::string_view bytes(buffer.data(), static_cast<std::size_t>(count));
     if (!server.sendPieces(number(Strategy::UploadData), bytes, pieceSize)) return RECEIVE_FAILED;
     done += static_cast<long>(bytes.size());
   }
@@ -59,31 +86,46 @@ int announcedSize(const Json::Value& reply) {
   return std::max(reply["size"].asInt(), -1);
 }
 
-// Asks for one piece after the other until the controller says that there are no more. Asking stops when nothing comes
-// (more), and when more comes than was announced. Negative: nothing was.
+// A piece of a download that was given up, which came after that, is none of the next file's.
+void dropLatePiece(BackendBase& server) {
+  constexpr int atOnceMs = 1;
+  const MessageBaseStrategy* const late = server.getMessageByStrategy(number(Strategy::DownloadData));
+  if (late != nullptr && late->received()) server.waitingMessage(number(Strategy::DownloadData), atOnceMs);
+}
+
+// Asks for one piece after the other until the controller says that there are no more. Asking stops when no byte comes
+// for as long as a reply may take, and when more have come than any size can tell. A file may have grown since it was
+// announced, as logs do; if it is shorter, something is missing.
 int receiveContents(BackendBase& server, UnfinishedFile& file, int announced, const std::string& name) {
-  const int most = announced < 0 ? std::numeric_limits<int>::max() : announced;
+  using Clock = std::chrono::steady_clock;
+  constexpr std::chrono::milliseconds patience(fileReplyTimeLimitMs);
   Progress progress(name, announced);
   long done = 0;
   std::string text;
-  while (server.sendData(number(Strategy::DownloadNext), "")) {
+  dropLatePiece(server);
+  auto lastByte = Clock::now();
+  while (Clock::now() - lastByte < patience && server.sendData(number(Strategy::DownloadNext), "")) {
     const MessageBaseStrategy* const reply = server.waitingForEither(
         number(Strategy::DownloadFinished), number(Strategy::DownloadData), fileReplyTimeLimitMs, text);
-    if (dynamic_cast<const RecvDownloadFinish*>(reply) != nullptr)
-      return announced < 0 || done == announced ? SUCCESS : RECEIVE_FAILED;
-    if (dynamic_cast<const RecvDownloadFileData*>(reply) == nullptr || text.size() <= bytesBeforeData) break;
+    if (dynamic_cast<const RecvDownloadFinish*>(reply) != nullptr) {
+      progress.finish();
+      return done >= announced ? SUCCESS : RECEIVE_FAILED;
+    }
+    if (dynamic_cast<const RecvDownloadFileData*>(reply) == nullptr) break;
+    if (text.size() <= bytesBeforeData) continue;
     const std::string_view piece = std::string_view(text).substr(bytesBeforeData);
     done += static_cast<long>(piece.size());
-    if (done > most) break;
+    if (done > std::numeric_limits<int>::max()) break;
     if (!file.write(piece)) return EXCEPTION;
     progress.advance(done);
+    lastByte = Clock::now();
   }
   return RECEIVE_FAILED;
 }
 
 int downloadContents(BackendBase& server, const std::filesystem::path& localPath, int announced,
-                     const std::string& name) {
-  UnfinishedFile file(localPath);
+                     const std::string& name, TargetFolders& folders) {
+  UnfinishedFile file(localPath, folders);
   if (!file.isOpen()) {
     printLine(std::cout, "Error opening file");
     return EXCEPTION;
@@ -103,7 +145,7 @@ bool askFileServer(BackendBase& server, Strategy request, const std::string& tex
 }
 
 int downloadFile(BackendBase& server, const std::string& remoteName, const std::filesystem::path& localPath,
-                 bool* accepted) {
+                 TargetFolders& folders, bool* accepted) {
   const int size = fileoperation::send_download_file_request(&server, remoteName);
   if (accepted != nullptr) {
     *accepted = size >= 0;
@@ -111,9 +153,8 @@ int downloadFile(BackendBase& server, const std::string& remoteName, const std::
     printLine(std::cerr, "Download request failed for file: " + remoteName);
   }
   if (size < 0) return RECEIVE_FAILED;
-  std::error_code ignored;  // shows when the file is to be opened
-  std::filesystem::create_directories(localPath.parent_path(), ignored);
-  const int result = downloadContents(server, localPath, size, remoteName);
+  folders.make(localPath.parent_path());  // a failure shows when the file is to be made
+  const int result = downloadContents(server, localPath, size, remoteName, folders);
   if (result != SUCCESS) printLine(std::cerr, "Download failed for file: " + remoteName);
   fileoperation::send_download_file_over(&server);
   return result;
@@ -164,15 +205,9 @@ bool send_upload_file_over(BackendBase* server) {
 int upload_single_file_to_path(BackendBase* server, const std::string& localPath, const std::string& remoteName) {
   return guarded<int>(EXCEPTION, [&]() -> int {
     if (server == nullptr) return DISCONNECT;
-    std::error_code error;
-    std::ifstream file;
-    if (std::filesystem::is_regular_file(localPath, error)) file.open(localPath, std::ios::binary | std::ios::ate);
-    if (!file.is_open()) {
-      printLine(std::cerr, "Unable to open file: " + localPath);
-      return EXCEPTION;
-    }
-    const long size = static_cast<long>(file.tellg());
-    file.seekg(0);
+    long size = 0;
+    const Descriptor file = openToRead(localPath, size);
+    if (!file.isOpen()) return EXCEPTION;
     if (size < 1) {
       printLine(std::cerr, "Invalid file size: " + localPath);
       return EXCEPTION;
@@ -181,11 +216,8 @@ int upload_single_file_to_path(BackendBase* server, const std::string& localPath
       printLine(std::cerr, "Upload request failed after retries for file: " + localPath);
       return RECEIVE_FAILED;
     }
-    const int sent = sendContents(*server, file, size, remoteName);
-    if (sent == EXCEPTION) {
-      printLine(std::cerr, "Unable to read file: " + localPath);
-      return EXCEPTION;
-    }
+    const int sent = sendContents(*server, file, size, localPath, remoteName);
+    if (sent == EXCEPTION) return EXCEPTION;
     if (sent != SUCCESS || !succeedsInThree([&] { return send_upload_file_over(server); })) {
       printLine(std::cerr, "Upload finish confirmation failed after retries for file: " + localPath);
       return RECEIVE_FAILED;
@@ -215,12 +247,12 @@ void send_download_file_over(BackendBase* server) {
 }
 
 void download_single_file_to_path(BackendBase* server, std::string localPath) {
-  guarded<int>(EXCEPTION, [&]() -> int {
+  intoFolders([&](TargetFolders& folders) -> int {
     if (server == nullptr) return DISCONNECT;
     Json::Value reply;
     const MessageBaseStrategy* const answered = server->getMessageByStrategy(number(Strategy::DownloadRequestReply));
     const bool announced = answered != nullptr && parseJson(answered->text(), reply);
-    return downloadContents(*server, localPath, announced ? announcedSize(reply) : -1, localPath);
+    return downloadContents(*server, localPath, announced ? announcedSize(reply) : -1, localPath, folders);
   });
 }
 

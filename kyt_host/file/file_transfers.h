@@ -19,17 +19,23 @@
 //   -3  an argument is out of its range
 //   -5  a local file or folder cannot be read or written, or a reply has the wrong shape
 //
-// The first failure ends them. A local file appears under its name only when it is complete; until then it is written
-// beside it, and it replaces one that was there. Local folders are made as needed. Names that the controller lists
-// and that would lead out of the folder they are meant for (empty ones, those with a separator, ".." or a control
-// character) are left out, with a line on standard error.
+// The first failure ends them. A local file appears under its name only when it is complete and on the disk; until then
+// it is written beside it, as ".transfer-<process>-<number>". It replaces the file that was there, or that a symbolic
+// link there leads to, and takes over its mode; what is no file, such as /dev/null or a pipe, is written into. A pipe's
+// reader has a second to come, and ten to go on reading. Several processes may download into one folder; what killed
+// ones have left there is removed. Local folders are made as needed.
+//
+// Whatever fails on this side is told on standard error, with the path and the system's reason. Names that the
+// controller lists and that would lead out of the folder they are meant for (empty ones, those with a separator, ".."
+// or a control character) are left out, with a line there.
 
 namespace fileoperation {
 
 /// Installs what is called while a file is transferred, in all operations here; null, as at first, switches it off.
 /// It is called on the thread that transfers the file: at its beginning, at most 20 times per second, and when all
 /// bytes are through.
-/// @param callback  gets the file's name on the controller, the bytes that are through and the bytes in all
+/// @param callback  gets the file's name on the controller, the bytes that are through and the bytes in all,
+///                  which are more than at first when the file has grown meanwhile
 KYT_HOST_API void set_progress_callback(void (*callback)(const char* name, long long done, long long total));
 
 // ---- one file, on a connection to the file server
@@ -63,8 +69,8 @@ KYT_HOST_API int send_download_file_request(BackendBase* server, std::string nam
 /// Tells that a download is over.
 KYT_HOST_API void send_download_file_over(BackendBase* server);
 
-/// Downloads the file that has been asked for. When fewer or more bytes come than the controller has announced, or none
-/// for a second, there is no such file afterwards, or still the one that was there.
+/// Downloads the file that has been asked for. When fewer bytes come than the controller has announced, or none for a
+/// second, there is no such file afterwards, or still the one that was there. More may come: the file has grown.
 /// @param localPath  in a folder that exists
 KYT_HOST_API void download_single_file_to_path(BackendBase* server, std::string localPath);
 

@@ -1,10 +1,10 @@
 // The operations on whole sets of files, each on a connection of its own.
 
+#include <algorithm>
+
 #include "tests/file/file_fixture.h"
-#include "tests/support/callbacks.h"
 
 using BulkTransfer = FileTest;
-using ProgressCallback = Callback<const char*, long long, long long>;
 
 TEST_F(BulkTransfer, JobsGoUpAreListedAndComeBack) {
   fs::create_directories("up/B.JBR");  // a folder
@@ -48,6 +48,16 @@ TEST_F(BulkTransfer, ABackupTellsItsProgressAndTrustsNoName) {
   set_progress_callback(nullptr);
   const std::string diagnostics = testing::internal::GetCapturedStderr();
   EXPECT_NE(diagnostics.find("A file name of the controller is not to be trusted: line?feed\n"), std::string::npos);
+  std::string many = R"(["good")";
+  for (int i = 0; i < 1000; ++i) many += R"(,"../)" + std::to_string(i) + R"(")";
+  controller.answer(Strategy::ListConfigFiles, Strategy::ConfigFileListReply, R"({"configfilename":)" + many + "]}");
+  std::vector<std::string> trusted;
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(backup_get_all_file_list(robot, trusted), SUCCESS);
+  EXPECT_EQ(trusted, std::vector<std::string>{"good"});
+  const std::string told = testing::internal::GetCapturedStderr();
+  EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 11);
+  EXPECT_NE(told.find("File names of the controller that are not to be trusted: 1000\n"), std::string::npos) << told;
   EXPECT_EQ(log.all(),
             (std::vector<std::string>{"job/R2/J.JBR 0/300", "job/R2/J.JBR 300/300", "good 0/4", "good 4/4"}));
   EXPECT_EQ(tree(folder), (Files{"SystemBackUp/configFile/good", "SystemBackUp/robotJob/R2/J.JBR"}));

@@ -5,11 +5,13 @@
 #include <set>
 #include <thread>
 
+#include "tests/support/callbacks.h"
 #include "tests/support/connected_fixture.h"
 #include "tests/support/raw_peer.h"
 
 namespace fs = std::filesystem;
 using namespace fileoperation;
+using ProgressCallback = Callback<const char*, long long, long long>;
 
 /// A controller with its file server, and a working folder of the test's own.
 class FileTest : public ConnectedTest {
@@ -55,4 +57,31 @@ class FileTest : public ConnectedTest {
   using Files = std::set<std::string>;
   const fs::path data = controller.dataDirectory();
   const fs::path folder = fs::temp_directory_path() / ("file_test" + RawListener::ownHost());
+};
+
+/// One connection to its file server.
+class SingleFile : public FileTest {
+ protected:
+  void SetUp() override {
+    FileTest::SetUp();
+    server.reset(connectToFileServer(robot));
+    ASSERT_NE(server, nullptr);
+  }
+  int upload(const std::string& name) {
+    testing::internal::CaptureStderr();
+    const int result = upload_single_file_to_path(server.get(), name, "job/R1/" + name);
+    diagnostics = testing::internal::GetCapturedStderr();
+    return result;
+  }
+  /// What the local file holds after a download.
+  std::string download(const std::string& name, const std::string& to = "got") {
+    if (send_download_file_request(server.get(), "job/R1/" + name) < 0) return "refused";
+    download_single_file_to_path(server.get(), to);
+    send_download_file_over(server.get());
+    std::error_code error;
+    return fs::is_regular_file(to, error) ? read(to) : "no file";
+  }
+
+  std::unique_ptr<BackendBase> server;
+  std::string diagnostics;
 };

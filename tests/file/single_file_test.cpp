@@ -2,35 +2,6 @@
 
 #include "tests/file/file_fixture.h"
 
-namespace {
-
-class SingleFile : public FileTest {
- protected:
-  void SetUp() override {
-    FileTest::SetUp();
-    server.reset(connectToFileServer(robot));
-    ASSERT_NE(server, nullptr);
-  }
-  int upload(const std::string& name) {
-    testing::internal::CaptureStderr();
-    const int result = upload_single_file_to_path(server.get(), name, "job/R1/" + name);
-    diagnostics = testing::internal::GetCapturedStderr();
-    return result;
-  }
-  /// What the local file holds after a download.
-  std::string download(const std::string& name) {
-    if (send_download_file_request(server.get(), "job/R1/" + name) < 0) return "refused";
-    download_single_file_to_path(server.get(), "got");
-    send_download_file_over(server.get());
-    return read("got");
-  }
-
-  std::unique_ptr<BackendBase> server;
-  std::string diagnostics;
-};
-
-}  // namespace
-
 TEST_F(SingleFile, EveryByteArrives) {
   for (const std::size_t size : {1U, 255U, 256U, 257U, 10'000'000U}) {
     std::string bytes;
@@ -52,9 +23,6 @@ TEST_F(SingleFile, EveryByteArrives) {
 }
 
 TEST_F(SingleFile, AnUploadThatFailsLeavesNothing) {
-  EXPECT_EQ(upload("missing.JBR"), EXCEPTION);
-  EXPECT_EQ(diagnostics, "Unable to open file: missing.JBR\n");
-  EXPECT_EQ(upload("."), EXCEPTION);
   write("A.JBR", std::string(1'000'000, 'x'));
   controller.answer(Strategy::UploadRequest, Strategy::UploadRequestReply, R"({"answer":"no"})", 3);
   EXPECT_EQ(upload("A.JBR"), RECEIVE_FAILED);
@@ -92,12 +60,12 @@ TEST_F(SingleFile, ADownloadThatFailsLeavesTheFileThatWasThere) {
   write(data / "job/R1/A.JBR", std::string(1000, 'x'));
   EXPECT_EQ(download("missing.JBR"), "refused");
   controller.answer(Strategy::DownloadNext, Strategy::DownloadData, "##" + std::string(256, 'y'), 2);
-  controller.answer(Strategy::DownloadNext, Strategy::DownloadFinished, "{}");
+  controller.answer(Strategy::DownloadNext, Strategy::DownloadFinished, "{}", 2);
   EXPECT_EQ(download("A.JBR"), "old");  // too short
-  controller.answer(Strategy::DownloadNext, Strategy::DownloadData, "##" + std::string(256, 'y'), 4);
-  EXPECT_EQ(download("A.JBR"), "old");  // too long
-  controller.answer(Strategy::DownloadNext, Strategy::DownloadData, "#");
-  EXPECT_EQ(download("A.JBR"), "old");  // not even the bytes before the data
+  EXPECT_EQ(download("A.JBR"), "old");  // nothing at all
+  controller.answer(Strategy::DownloadNext, Strategy::DownloadData, "##", 1'000'000);
+  EXPECT_EQ(download("A.JBR"), "old");  // empty pieces without end
+  controller.clearScript();
   controller.silence(Strategy::DownloadNext);
   EXPECT_EQ(download("A.JBR"), "old");  // falls silent
   controller.answer(Strategy::DownloadRequest, Strategy::DownloadRequestReply, R"({"answer":"yes","size":2147483648})");
@@ -108,4 +76,30 @@ TEST_F(SingleFile, ADownloadThatFailsLeavesTheFileThatWasThere) {
   const auto drop = [&] { controller.dropConnections(); };
   EXPECT_EQ(meanwhile(Strategy::DownloadRequest, 1, drop, [&] { return download("A.JBR") == "refused" ? -1 : 0; }), -1);
   EXPECT_EQ(tree(folder), Files{"got"});
+}
+
+TEST_F(SingleFile, WhatArrivesUntilTheEndIsTheFile) {
+  const std::string bytes(1000, 'x');
+  const std::string more(256, 'y');
+  write(data / "job/R1/A.JBR", bytes);
+  EventLog log;
+  ProgressCallback::action = [&](const char*, long long done, long long total) {
+    log.add(std::to_string(done) + "/" + std::to_string(total));
+  };
+  set_progress_callback(ProgressCallback::call);
+  controller.answer(Strategy::DownloadNext, Strategy::DownloadData, "##" + more, 3);
+  EXPECT_TRUE(download("A.JBR") == more + more + more + bytes);  // it has grown
+  set_progress_callback(nullptr);
+  EXPECT_EQ(log.all().front(), "0/1000");
+  EXPECT_EQ(log.all().back(), "1768/1768");
+  for (const char* const empty : {"##", "#", ""})
+    controller.answer(Strategy::DownloadNext, Strategy::DownloadData, empty);
+  EXPECT_TRUE(download("A.JBR") == bytes);
+
+  controller.silence(Strategy::DownloadNext);
+  EXPECT_TRUE(download("A.JBR") == bytes);               // the one before
+  controller.push(Strategy::DownloadData, "##" + more);  // late, and none of the next file's
+  controller.delayReplies(std::chrono::milliseconds(10));
+  fs::remove("got");
+  EXPECT_TRUE(download("A.JBR") == bytes);
 }

@@ -1,6 +1,8 @@
 #include "virtual_controller/virtual_controller.h"
 
 #include <atomic>
+#include <filesystem>
+#include <fstream>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -279,6 +281,44 @@ TEST(VirtualControllerSettings, AreHonoured) {
 
   settings.port = static_cast<unsigned short>(std::stoi(controller.port()));
   EXPECT_THROW(VirtualController{settings}, std::runtime_error);
+}
+
+TEST(VirtualControllerFiles, LeftOverUploadsGoAndThoseOfAnotherControllerStay) {
+  namespace fs = std::filesystem;
+  Settings settings;
+  settings.filePort = 0;
+  settings.dataDirectory = fs::temp_directory_path() / ("virtual_controller_test." + std::to_string(::getpid()));
+  const fs::path jobs = fs::path(settings.dataDirectory) / "job/R1";
+  const fs::path config = fs::path(settings.dataDirectory) / "config";
+  for (const auto& folder : {jobs, config}) {
+    fs::create_directories(folder);
+    for (const char* const name : {".upload-1", ".upload-7"}) std::ofstream(folder / name) << "of one killed before";
+  }
+  const auto request = [](const std::string& name) { return R"({"name":"job/R1/)" + name + R"(","size":4})"; };
+  const Frame accepted{Strategy::UploadRequestReply, R"({"answer":"yes"})", true};
+  const Frame finished{Strategy::UploadFinishedReply, R"({"finish":true})", true};
+  VirtualController first(settings);
+  EXPECT_TRUE(fs::is_empty(jobs));
+  EXPECT_EQ(std::distance(fs::directory_iterator(config), {}), 1);  // what is always there
+  FrameClient one(first.filePort());
+  EXPECT_EQ(one.ask(Strategy::UploadRequest, request("A.JBR")), accepted);
+  one.send(Strategy::UploadData, "AA");
+  {
+    VirtualController second(settings);
+    FrameClient two(second.filePort());
+    EXPECT_EQ(two.ask(Strategy::UploadRequest, request("B.JBR")), accepted);
+    two.send(Strategy::UploadData, "BBBB");
+    EXPECT_EQ(two.ask(Strategy::UploadOver, ""), finished);
+  }
+  one.send(Strategy::UploadData, "AA");
+  EXPECT_EQ(one.ask(Strategy::UploadOver, ""), finished);
+  std::string bytes;
+  for (const char* const name : {"A.JBR", "B.JBR"}) {
+    std::ifstream(jobs / name) >> bytes;
+    EXPECT_EQ(bytes, std::string(4, *name));
+  }
+  EXPECT_EQ(std::distance(fs::directory_iterator(jobs), {}), 2);
+  fs::remove_all(settings.dataDirectory);
 }
 
 // ---- clients that misbehave

@@ -10,6 +10,8 @@
 
 #include <stdlib.h>
 
+#include "virtual_controller/files/upload.h"
+
 namespace virtual_controller {
 namespace {
 
@@ -74,6 +76,8 @@ void DataFolder::makeFolders() {
     for (int robot = 1; robot <= robots; ++robot) fs::create_directories(root_ / robotFolder(robot));
     fs::create_directories(root_ / "config");
     fs::create_directories(root_ / "log");
+    for (int robot = 1; robot <= robots; ++robot) removeLeftOverUploads(root_ / robotFolder(robot));
+    removeLeftOverUploads(root_ / "config");
   } catch (const fs::filesystem_error& error) {
     throw std::runtime_error("cannot make " + error.path1().string() + ": " + error.code().message());
   }

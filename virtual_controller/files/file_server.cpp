@@ -5,10 +5,9 @@
 #include <cstddef>
 #include <filesystem>
 #include <optional>
-#include <stdexcept>
-#include <system_error>
 #include <utility>
 
+#include "virtual_controller/files/upload.h"
 #include "virtual_controller/json_text.h"
 
 namespace virtual_controller {
@@ -36,50 +35,6 @@ void addNames(FileServer::Answers& answers, Strategy code, Json message, const c
 }
 
 }  // namespace
-
-/// A file on its way here: written beside its place, which it takes only when it is complete.
-class FileServer::Upload {
- public:
-  Upload(fs::path place, std::string clientsName, std::int64_t size, std::size_t number)
-      : place_(std::move(place)),
-        beside_(place_.parent_path() / (".upload-" + std::to_string(number))),
-        name_(std::move(clientsName)),
-        size_(size),
-        file_(beside_, std::ios::binary | std::ios::trunc) {}
-  ~Upload() {
-    std::error_code ignored;
-    if (!taken_) fs::remove(beside_, ignored);
-  }
-  Upload(const Upload&) = delete;
-  Upload& operator=(const Upload&) = delete;
-
-  void write(const std::string& piece) {
-    received_ += static_cast<std::int64_t>(piece.size());
-    if (received_ <= size_) file_ << piece;
-  }
-
-  /// Whether the file is in its place; also when it has been for some time.
-  bool finish() {
-    if (taken_ || received_ != size_) return taken_;
-    file_.close();
-    std::error_code error;
-    if (file_) fs::rename(beside_, place_, error);
-    taken_ = file_ && !error;
-    return taken_;
-  }
-
-  bool taken() const { return taken_; }
-  std::string description() const { return name_ + ", " + std::to_string(size_) + " bytes"; }
-
- private:
-  fs::path place_;
-  fs::path beside_;
-  std::string name_;
-  std::int64_t size_;
-  std::int64_t received_ = 0;
-  std::ofstream file_;
-  bool taken_ = false;
-};
 
 FileServer::Client::Client() = default;
 FileServer::Client::~Client() = default;
@@ -127,7 +82,8 @@ FileServer::Answers FileServer::beginUpload(Client& client, const std::string& t
   const auto size = value(request, {"size"}).get<std::int64_t>();
   const auto place = data_.toWrite(name);
   if (!place || size < 1 || size > maxFileSize) return {refusal(Strategy::UploadRequestReply)};
-  client.upload = std::make_unique<Upload>(*place, name, size, ++uploads_);
+  client.upload = std::make_unique<Upload>(*place, name, size);
+  if (!client.upload->isOpen()) return {refusal(Strategy::UploadRequestReply)};
   return {answer(Strategy::UploadRequestReply, {{"answer", "yes"}})};
 }
 

@@ -15,6 +15,8 @@
 
 namespace virtual_controller {
 
+class Upload;
+
 /// Serves the files of the data folder. Knows nothing of connections but their numbers.
 ///
 /// Jobs are listed with {"jobfilenum": n} (0x5533), then {"robot": r, "jobfilename": [...]} (0x5534), one or more for
@@ -45,7 +47,6 @@ class FileServer {
   Answers perform(std::size_t connection, Strategy code, const std::string& text);
 
  private:
-  class Upload;
   struct Download {
     std::ifstream file;
     std::uintmax_t left = 0;  ///< of the announced size: a log may grow meanwhile
@@ -74,7 +75,6 @@ class FileServer {
 
   DataFolder& data_;
   std::map<std::size_t, Client> clients_;
-  std::size_t uploads_ = 0;
 };
 
 }  // namespace virtual_controller

@@ -29,17 +29,33 @@ bool isPlainName(const std::string& name) {
          name.find("..") == std::string::npos && std::none_of(name.begin(), name.end(), isControlCharacter);
 }
 
-void addPlainNames(const Json::Value& list, std::vector<std::string>& names) {
-  for (const Json::Value& entry : list) {
-    std::string name = entry.asString();
-    if (isPlainName(name)) {
-      names.push_back(std::move(name));
-    } else {
-      std::replace_if(name.begin(), name.end(), isControlCharacter, '?');
-      printLine(std::cerr, "A file name of the controller is not to be trusted: " + name.substr(0, longestName));
+/// Takes plain names out of the lists of one listing. Of the others some are told, and then how many there were.
+class PlainNames {
+ public:
+  PlainNames() = default;
+  ~PlainNames() {
+    if (refused_ > mostTold)
+      printLine(std::cerr, "File names of the controller that are not to be trusted: " + std::to_string(refused_));
+  }
+  PlainNames(const PlainNames&) = delete;
+  PlainNames& operator=(const PlainNames&) = delete;
+
+  void take(const Json::Value& list, std::vector<std::string>& names) {
+    for (const Json::Value& entry : list) {
+      std::string name = entry.asString();
+      if (isPlainName(name)) {
+        names.push_back(std::move(name));
+      } else if (++refused_ <= mostTold) {
+        std::replace_if(name.begin(), name.end(), isControlCharacter, '?');
+        printLine(std::cerr, "A file name of the controller is not to be trusted: " + name.substr(0, longestName));
+      }
     }
   }
-}
+
+ private:
+  static constexpr std::size_t mostTold = 10;
+  std::size_t refused_ = 0;
+};
 
 template <class Handler>
 Handler* handlerOf(BackendBase& server, Strategy code) {
@@ -59,6 +75,7 @@ int listJobFiles(BackendBase& server, std::vector<std::vector<std::string>>& nam
                       finished) == nullptr)
     return RECEIVE_FAILED;
 
+  PlainNames plain;
   std::vector<std::vector<std::string>> found(robots);
   Json::ArrayIndex count = 0;
   for (const std::string& text : lists->takeTexts()) {
@@ -67,7 +84,7 @@ int listJobFiles(BackendBase& server, std::vector<std::vector<std::string>>& nam
     const Json::Value& files = list["jobfilename"];
     const unsigned int robot = list.get("robot", const_robot).asUInt();
     if (robot < 1 || robot > robots) continue;
-    addPlainNames(files, found[robot - 1]);
+    plain.take(files, found[robot - 1]);
     count += files.size();
   }
   Json::Value total;
@@ -82,7 +99,7 @@ int listConfigFiles(BackendBase& server, std::vector<std::string>& names) {
   if (!askFileServer(server, Strategy::ListConfigFiles, "", Strategy::ConfigFileListReply, fileReplyTimeLimitMs, reply))
     return RECEIVE_FAILED;
   std::vector<std::string> found;
-  addPlainNames(reply["configfilename"], found);
+  PlainNames().take(reply["configfilename"], found);
   names = std::move(found);
   return SUCCESS;
 }

@@ -1,5 +1,6 @@
 #include "kyt_host/file/detail/progress.h"
 
+#include <algorithm>
 #include <atomic>
 #include <utility>
 
@@ -14,13 +15,20 @@ std::atomic<Progress::Callback> installed{nullptr};
 
 void Progress::setCallback(Callback callback) { installed = callback; }
 
-Progress::Progress(std::string name, long long total) : name_(std::move(name)), total_(total) { report(0); }
+Progress::Progress(std::string name, long long total) : name_(std::move(name)), total_(total) { report(); }
 
 void Progress::advance(long long done) {
-  if (done == total_ || std::chrono::steady_clock::now() >= nextReport_) report(done);
+  done_ = done;
+  if (done_ == total_ || std::chrono::steady_clock::now() >= nextReport_) report();
 }
 
-void Progress::report(long long done) {
+void Progress::finish() {
+  if (reported_ != done_) report();
+}
+
+void Progress::report() {
   nextReport_ = std::chrono::steady_clock::now() + timeBetweenReports;
-  if (const Callback callback = installed) callUser([&] { callback(name_.c_str(), done, total_); });
+  reported_ = done_;
+  const long long total = total_ < 0 ? total_ : std::max(total_, done_);
+  if (const Callback callback = installed) callUser([&] { callback(name_.c_str(), done_, total); });
 }

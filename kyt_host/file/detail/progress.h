@@ -14,11 +14,15 @@ class Progress {
 
   /// So many bytes are through.
   void advance(long long done);
+  /// There are no more bytes, whatever was expected.
+  void finish();
 
  private:
-  void report(long long done);
+  void report();
 
   std::string name_;
   long long total_;
+  long long done_ = 0;
+  long long reported_ = 0;
   std::chrono::steady_clock::time_point nextReport_;
 };

@@ -7,6 +7,7 @@
 
 #include "kyt_host/communication/backend_base.h"
 #include "kyt_host/communication/strategy.h"
+#include "kyt_host/file/detail/target_folders.h"
 
 // What the file operations are made of.
 
@@ -22,4 +23,4 @@ bool askFileServer(BackendBase& server, Strategy request, const std::string& tex
 ///                  error
 /// @return SUCCESS, RECEIVE_FAILED, or EXCEPTION when the local file cannot be written
 int downloadFile(BackendBase& server, const std::string& remoteName, const std::filesystem::path& localPath,
-                 bool* accepted = nullptr);
+                 TargetFolders& folders, bool* accepted = nullptr);

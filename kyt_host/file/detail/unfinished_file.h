@@ -1,32 +1,44 @@
 #pragma once
 
-#include <cstdio>
 #include <filesystem>
-#include <memory>
+#include <string>
 #include <string_view>
 
+#include <sys/stat.h>
+
+#include "kyt_host/file/detail/descriptor.h"
+#include "kyt_host/file/detail/target_folders.h"
+
 /// A local file that appears under its name only when it is complete. Until then it is written beside that, under a
-/// name of its own; unless it is finished, it disappears again.
+/// name of its own; unless it is finished, it disappears again. It takes over the owner and the mode of the file that
+/// it replaces; behind a symbolic link, it is the link's target that is replaced. What is no file, such as a pipe or a
+/// device, is written into.
+///
+/// What fails is told on standard error, with the reason.
 class UnfinishedFile {
  public:
-  explicit UnfinishedFile(std::filesystem::path path);
+  UnfinishedFile(std::filesystem::path path, TargetFolders& folders);
   ~UnfinishedFile();
   UnfinishedFile(const UnfinishedFile&) = delete;
   UnfinishedFile& operator=(const UnfinishedFile&) = delete;
 
-  /// False when it could not be made: the folder is missing or not to be written, or what bears the name is no file.
-  bool isOpen() const { return file_ != nullptr; }
+  /// False when it could not be made.
+  bool isOpen() const { return file_.isOpen(); }
   bool write(std::string_view bytes);
-  /// Puts it in the place of the file that may be there. @return false when that is not possible
+  /// Has it written to the disk and puts it in the place of the file that may be there.
+  /// @return false when that is not possible
   bool finish();
 
  private:
-  struct Close {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-  };
+  void makeBeside(TargetFolders& folders);
+  bool flush();
+  bool failed() const;
+  void takeOverAttributes() const;
 
-  std::filesystem::path path_;
-  std::filesystem::path beside_;
-  std::unique_ptr<std::FILE, Close> file_;
-  bool made_ = false;
+  std::filesystem::path path_;    ///< as it was asked for
+  std::filesystem::path target_;  ///< behind the links; empty: written into what is there
+  std::filesystem::path beside_;  ///< empty: nothing is left to be removed
+  struct stat replaced_ {};       ///< a mode of 0: nothing is
+  Descriptor file_;
+  std::string buffer_;
 };
