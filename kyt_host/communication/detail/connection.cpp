@@ -132,17 +132,19 @@ void Connection::startThreads(const std::shared_ptr<Session>& session) try {
 // What is sent goes out in the order in which `onTurn` is called.
 template <class MakeFrames, class OnTurn>
 bool Connection::write(Deadline deadline, const MakeFrames& makeFrames, const OnTurn& onTurn) {
+  std::string failure;
   try {
-    const auto& frames = makeFrames();
+    const std::string frames = makeFrames();
     TcpLink::Writer writer(link_, deadline);
     if (writer) onTurn();
     const std::error_code error = writer.write(frames);
     lastSent_ = std::chrono::steady_clock::now();
     if (!error) return true;
-    sendFailure_.say(std::cerr, "Error sending message to " + target() + ". Exception: " + error.message());
+    failure = "Error sending message to " + target() + ". Exception: " + error.message();
   } catch (const std::exception& exception) {
-    sendFailure_.say(std::cerr, std::string("Error sending message: ") + exception.what());
+    failure = std::string("Error sending message: ") + exception.what();
   }
+  sendFailure_.say(std::cerr, failure);
   return false;
 }
 
@@ -201,7 +203,7 @@ void Connection::read(Session& session) {
       if (session.signal.stopped()) break;
       state_ = State::Broken;
       if (port == filePort) break;
-      printLine(std::cerr, "Service IP = " + ip + ". Connect break.");
+      printLine(std::cerr, DIAGNOSTICS_WARNING, "Service IP = " + ip + ". Connect break.");
       // A peer that accepts only to close again is not called back at once, over and over.
       if (restored && !heard) session.signal.sleepFor(reconnectPause);
       restored = restore(session);
@@ -246,14 +248,14 @@ bool Connection::restore(Session& session) {
     if (session.signal.stopped()) return false;
     if (!error) {
       sendFailure_.over(std::cerr);
-      printLine(std::cout, "Service IP = " + ip + ". Successfully reconnected.");
+      printLine(std::cout, DIAGNOSTICS_INFORMATION, "Service IP = " + ip + ". Successfully reconnected.");
       state_ = State::Connected;
       session.callbacks.add({0, false, false, true}, {});
       session.callbacks.publish();
       return true;
     }
     printLine(std::cerr, "Connect error: " + reason);
-    printLine(std::cout, "Attempt to reconnect IP=" + ip + " ...");
+    printLine(std::cout, DIAGNOSTICS_INFORMATION, "Attempt to reconnect IP=" + ip + " ...");
     session.signal.sleepFor(reconnectPause);
   }
   return false;

@@ -8,7 +8,7 @@
 #include "kyt_host/communication/detail/diagnostics.h"
 
 bool Frame::reportDamage(std::uint32_t computed) const {
-  printLine(std::cout, "数据包CRC校验失败" + std::to_string(receivedCrc()) + " != " + std::to_string(computed));
+  printLine(std::cout, DIAGNOSTICS_WARNING, "数据包CRC校验失败" + std::to_string(receivedCrc()) + " != " + std::to_string(computed));
   return false;
 }
 
