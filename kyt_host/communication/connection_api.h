@@ -72,7 +72,8 @@ KYT_HOST_API int robot_state_callback(SOCKETFD socketFd, void (*callback)(const 
 
 /// Installs what is called for every line of diagnostics in place of writing it to standard output or standard error;
 /// null brings the streams back. It holds for the whole process, and is called on whichever thread has something to
-/// say, also on several at once. It may call any operation; what it makes the library say goes to the streams.
+/// say, also on several at once. It may call any operation but those that send or clear a motion queue; what it makes
+/// the library say goes to the streams.
 /// @param handler  gets a `DiagnosticsLevel` and the line, without a line end, UTF-8
 KYT_HOST_API void set_diagnostics_handler(void (*handler)(int level, const char* line));
 

@@ -148,8 +148,8 @@ std::error_code TcpLink::send(std::string_view& bytes, Deadline deadline) {
 // debugger. TCP would ask a full peer ever more seldom, and give it up after its user timeout, alive or not. So that is
 // put off, a little at a time, which makes it ask that often; and not any more once no answer has come for a while.
 std::error_code TcpLink::waitForRoom(Deadline deadline) {
-  constexpr std::chrono::milliseconds betweenLooks = 1s;
-  constexpr std::chrono::milliseconds betweenQuestions = 3 * betweenLooks;
+  constexpr std::chrono::milliseconds betweenLooks = 500ms;
+  constexpr std::chrono::milliseconds betweenQuestions = 5s;  // this process may stand still for a while, too
   const auto now = std::chrono::steady_clock::now();
   if (now >= deadline) return asio::error::timed_out;
   if (waitingSince_ == Deadline()) waitingSince_ = now;
@@ -157,7 +157,7 @@ std::error_code TcpLink::waitForRoom(Deadline deadline) {
   tcp_info info{};
   socklen_t size = sizeof info;
   const bool known = ::getsockopt(socket_, IPPROTO_TCP, TCP_INFO, &info, &size) == 0;
-  if (known && std::chrono::milliseconds(info.tcpi_last_ack_recv) < peerGoneTimeLimit - betweenQuestions)
+  if (known && std::chrono::milliseconds(info.tcpi_last_ack_recv) < peerGoneTimeLimit - betweenQuestions + betweenLooks)
     bePatient(betweenQuestions);
 
   const auto left =
