@@ -23,13 +23,11 @@ class ForeignLocale {
   explicit ForeignLocale(Scope scope = Scope::Process, const std::string& point = comma) : scope_(scope) {
     const std::string name = installed(point);
     std::locale::global(std::locale(std::locale::classic(), new Punctuation));
-    if (scope == Scope::Process) {
-      if (::setlocale(LC_NUMERIC, name.c_str()) == nullptr) throw std::runtime_error("no locale " + name);
-    } else {
-      locale_ = ::newlocale(LC_NUMERIC_MASK, name.c_str(), nullptr);
-      if (locale_ == nullptr) throw std::runtime_error("no locale " + name);
-      before_ = ::uselocale(locale_);
-    }
+    if (::setlocale(LC_NUMERIC, name.c_str()) == nullptr) throw std::runtime_error("no locale " + name);
+    if (scope == Scope::Process) return;
+    locale_ = ::duplocale(LC_GLOBAL_LOCALE);
+    ::setlocale(LC_NUMERIC, "C");
+    before_ = ::uselocale(locale_);
   }
   ~ForeignLocale() {
     if (scope_ == Scope::Thread) {
