@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include <asio/steady_timer.hpp>
+#include <locale.h>
 
 namespace virtual_controller {
 
@@ -19,6 +20,9 @@ void EventLoop::stop() {
 }
 
 void EventLoop::run() {
+  // Whatever locale the process has: numbers on the wire look one way.
+  const locale_t classic = ::newlocale(LC_ALL_MASK, "C", nullptr);
+  ::uselocale(classic);
   while (!io_.stopped()) {
     try {
       io_.run();

@@ -1,15 +1,13 @@
 #include "virtual_controller/text.h"
 
 #include <cstddef>
-#include <iomanip>
-#include <sstream>
+#include <cstdio>
 
 namespace virtual_controller {
 
 std::string hexText(Strategy code) {
-  std::ostringstream text;
-  text << "0x" << std::uppercase << std::hex << std::setw(4) << std::setfill('0') << static_cast<unsigned>(code);
-  return text.str();
+  char text[sizeof "0x12345678"];
+  return {text, static_cast<std::size_t>(std::snprintf(text, sizeof text, "0x%04X", static_cast<unsigned>(code)))};
 }
 
 std::string printable(const std::string& text) {

@@ -30,7 +30,7 @@ class KYT_HOST_API Command {
   // Parameters: {"value", "data", "varname", "secondvalue"}, where "value" tells a constant from a variable.
 
   /// A constant: `int`, `double` or `double*` (the data is then whether there is one). Of a `std::vector<double>` an
-  /// object with "ctype" 1 and, for up to 21 values, "data" and "paraVarData".
+  /// object with "ctype" 1 and, unless it is empty, "data" and "paraVarData" with up to 21 values.
   template <class T>
   static Json::Value getParaJson(T value) = delete;
 

@@ -26,7 +26,7 @@ bool readMessage(const char* text, SystemMessage& message) {
     Json::Value root;
     if (!parseJson(text, root) || !root.isObject()) return false;
     if (!root.isMember("kind") || !root.isMember("data") || !root.isMember("code")) return false;
-    message = {root["kind"].asInt(), root["data"].asString(), root["code"].asInt()};
+    message = {root["kind"].asInt(), textOf(root["data"]), root["code"].asInt()};
     return true;
   } catch (const std::exception& exception) {  // a member of another type
     printLine(std::cerr, std::string("A message of the controller is not understood: ") + exception.what());

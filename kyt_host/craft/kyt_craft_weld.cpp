@@ -24,7 +24,7 @@ bool acceptable(const ArcParam& param) {
                            param.arcOnTime,   param.arcOnRampTime, param.arcOffCurrent, param.arcOffVoltage,
                            param.arcOffTime,  param.arcOffRampTime};
   return param.arcOnRampMode >= 0 && param.arcOffRampMode >= 0 &&
-         std::all_of(std::begin(values), std::end(values), [](double v) { return std::isfinite(v) && v >= 0; });
+         std::all_of(std::begin(values), std::end(values), [](double v) { return v >= 0; });
 }
 
 bool acceptable(const WaveParam& param) {
@@ -75,6 +75,7 @@ int weld_get_config_robot(SOCKETFD socketFd, int robotNum, int num, ArcParam& pa
 }
 
 int weld_set_config_robot(SOCKETFD socketFd, int robotNum, int num, ArcParam& param) {
+  if (!connected(socketFd)) return DISCONNECT;
   if (!acceptable(param)) return PARAM_ERR;
   const auto sets = withBothRampKeys(param);
   return command(socketFd, Strategy::SetWeldConfig,
@@ -91,6 +92,7 @@ int weld_get_wave_weld_param_robot(SOCKETFD socketFd, int robotNum, int num, Wav
 }
 
 int weld_set_wave_weld_param_robot(SOCKETFD socketFd, int robotNum, int num, const WaveParam& param) {
+  if (!connected(socketFd)) return DISCONNECT;
   if (!acceptable(param)) return PARAM_ERR;
   return command(socketFd, Strategy::SetWaveWeldParam,
                  line({{"robot", robotNum}, {"num", num}, {"parameter", ofItsType(param)}}));

@@ -24,7 +24,7 @@ inline int weld_get_config(SOCKETFD socketFd, int num, ArcParam& param) {
 
 /// Sets an arc parameter set.
 /// @param num  number of the set
-/// @return 0 sent; -3 when a value is not finite or negative (nothing sent); -2
+/// @return 0 sent; -2; -3 when a value is not finite or negative (nothing sent)
 KYT_HOST_API int weld_set_config_robot(SOCKETFD socketFd, int robotNum, int num, ArcParam& param);
 inline int weld_set_config(SOCKETFD socketFd, int num, ArcParam& param) {
   return weld_set_config_robot(socketFd, const_robot, num, param);
@@ -42,7 +42,7 @@ inline int weld_get_wave_weld_param(SOCKETFD socketFd, int num, WaveParam& param
 /// Sets a weaving parameter set. Sent are the type, frequency, amplitude, initial direction and deflections; with types
 /// 1 and 3 the dwell at the edges, too; with type 2 the angle and the radius of the L.
 /// @param num  number of the set
-/// @return 0 sent; -3 when the type is not 0..3 or a value is not finite (nothing sent); -2
+/// @return 0 sent; -2; -3 when the type is not 0..3 or a value is not finite (nothing sent)
 KYT_HOST_API int weld_set_wave_weld_param_robot(SOCKETFD socketFd, int robotNum, int num, const WaveParam& param);
 inline int weld_set_wave_weld_param(SOCKETFD socketFd, int num, const WaveParam& param) {
   return weld_set_wave_weld_param_robot(socketFd, const_robot, num, param);

@@ -15,7 +15,7 @@ template <class Reader>
 auto unlessEmpty(const char* key, const Reader& reader) {
   return [=](const Json::Value& root) {
     const Json::Value* const list = find(root, key);
-    if (list == nullptr || !array(*list).empty()) reader(root);
+    if (list == nullptr || !list->empty()) reader(root);
   };
 }
 
@@ -46,23 +46,27 @@ int setAlarms(SOCKETFD socketFd, Strategy code, const std::vector<AlarmdIO>& msg
                        {"value", column(msgs, msgs.size(), &AlarmdIO::value)}}));
 }
 
-// How many entries a list of programs must have for this controller, and in which form it goes out.
-struct ProgramList {
-  bool older;
-  std::size_t count;
+template <class Read>
+int queryRemoteParam(SOCKETFD socketFd, int robotNum, const Read& read) {
+  return query(socketFd, Strategy::GetRemoteParam, line({{"robot", robotNum}}),
+               reply<RecvRemotePara>(Strategy::RemoteParamReply), read);
+}
 
-  bool fits(std::size_t size) const { return older ? size >= count : size == count; }
+// In which form a list of programs goes out to a controller, and how many entries of it.
+struct ProgramList {
+  bool older = true;
+  std::size_t count = replies::olderRemotePrograms;
 };
 
-ProgramList programListOf(SOCKETFD socketFd, int robotNum) {
-  int speed = 0;
-  bool start = false;
-  int time = 0;
-  int startTime = 0;
-  int num = replies::noRemoteProgramNum;  // what a controller leaves that does not answer: the older form
-  get_remote_param(socketFd, robotNum, speed, start, time, startTime, num);
-  const bool older = num == replies::noRemoteProgramNum;
-  return {older, static_cast<std::size_t>(older ? replies::olderRemotePrograms : num)};
+// Asks for it, and checks the length of the list. Nothing but the number of programs counts of the reply. Without one,
+// the controller is taken for an older one; when it says what cannot be, it must not get a list of the wrong form.
+int chooseForm(SOCKETFD socketFd, int robotNum, std::size_t size, ProgramList& form) {
+  int num = replies::noRemoteProgramNum;
+  const int result = queryRemoteParam(socketFd, robotNum, replies::remoteProgramNum(num));
+  if (result != SUCCESS && result != RECEIVE_FAILED) return result;
+  if (num == replies::noRemoteProgramNum) return size >= form.count ? SUCCESS : PARAM_ERR;
+  form = {false, static_cast<std::size_t>(num)};
+  return size == form.count ? SUCCESS : PARAM_ERR;
 }
 
 }  // namespace
@@ -165,15 +169,15 @@ int set_remote_param(SOCKETFD socketFd, int robotNum, int speed, bool start, int
 }
 
 int get_remote_param(SOCKETFD socketFd, int robotNum, int& speed, bool& start, int& time, int& startTime, int& num) {
-  return disconnectedWithoutReply(query(socketFd, Strategy::GetRemoteParam, line({{"robot", robotNum}}),
-                                        reply<RecvRemotePara>(Strategy::RemoteParamReply),
-                                        readAtOnce(replies::readRemotePara, speed, start, time, startTime, num)));
+  return disconnectedWithoutReply(
+      queryRemoteParam(socketFd, robotNum, readAtOnce(replies::readRemotePara, speed, start, time, startTime, num)));
 }
 
 int set_remote_program(SOCKETFD socketFd, int robotNum, std::vector<RemoteProgramSetting> programs) {
   if (!connected(socketFd)) return DISCONNECT;
-  const auto form = programListOf(socketFd, robotNum);
-  if (!form.fits(programs.size())) return PARAM_ERR;
+  if (const int result = sendable(Request(objects(programs, programs.size()))); result != SUCCESS) return result;
+  ProgramList form;
+  if (const int result = chooseForm(socketFd, robotNum, programs.size(), form); result != SUCCESS) return result;
   return command(socketFd, Strategy::SetRemoteProgram,
                  line({{"robot", robotNum}, {"jobFile", objects(programs, form.count)}}));
 }
@@ -187,10 +191,12 @@ int get_remote_program(SOCKETFD socketFd, int robotNum, int& num, std::vector<Re
 int set_remote_function(SOCKETFD socketFd, int robotNum, RemoteControl control, std::vector<RemoteProgram> programs,
                         int num) {
   if (!connected(socketFd)) return DISCONNECT;
+  const bool older = num == replies::noRemoteProgramNum;
+  if (older) num = static_cast<int>(std::min<std::size_t>(programs.size(), replies::olderRemotePrograms));
   if (num < 0 || programs.size() < static_cast<std::size_t>(num)) return PARAM_ERR;
   auto request = written<Json::Value>(control);
   request["robot"] = robotNum;
-  request["remoteProgramNum"] = num;
+  request["remoteProgramNum"] = older ? replies::noRemoteProgramNum : num;
   if (num != 0) request["program"] = objects(programs, static_cast<std::size_t>(num));
   return command(socketFd, Strategy::SetRemoteFunction, Request(std::move(request)));
 }
@@ -205,8 +211,8 @@ int get_remote_function(SOCKETFD socketFd, int robotNum, int& num, int& time, Re
 int set_remote_status_tips(SOCKETFD socketFd, int robotNum, int outagerecover, int outagerecoverValue,
                            std::vector<RemoteProgram> outputs) {
   if (!connected(socketFd)) return DISCONNECT;
-  const auto form = programListOf(socketFd, robotNum);
-  if (!form.fits(outputs.size())) return PARAM_ERR;
+  ProgramList form;
+  if (const int result = chooseForm(socketFd, robotNum, outputs.size(), form); result != SUCCESS) return result;
   Json::Value tips(Json::objectValue);
   tips["outagerecover"] = outagerecover;
   if (form.older) {

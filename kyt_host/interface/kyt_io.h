@@ -15,6 +15,9 @@
 //   range, and then nothing is sent.
 // - A query waits for its reply for at most a second and returns 0; -5 when the reply has the wrong shape. A reply that
 //   is not JSON, or lacks the value, gives 0 and leaves the output alone.
+// - A number that is not finite is refused with -3, a text that is not UTF-8 with -5; nothing is sent.
+// - An empty list, and what is no list (a null from controllers that have nothing to put into one), leaves the output
+//   alone as well.
 // - Without a reply the queries of digital and analog IO return -1, those of remote control and safety -2.
 // - Ports, types and modes are numbered by the controller; they are passed through.
 
@@ -87,7 +90,8 @@ KYT_HOST_API int get_error_msg_of_digital_output(SOCKETFD socketFd, std::vector<
 
 // --- remote control ---
 // A newer controller says how many remote programs it has, 10..99; an older one does not, and has 10. What writes a
-// list of programs asks first, as `get_remote_param` does; a controller that does not answer counts as an older one.
+// list of programs asks first, for nothing but that number; a controller that does not answer counts as an older one.
+// One that answers with a number that cannot be gets nothing: -5.
 
 /// Sets the parameters of remote mode.
 /// @param robotNum   1..4
@@ -116,7 +120,7 @@ KYT_HOST_API int get_remote_program(SOCKETFD socketFd, int robotNum, int& num,
 
 /// Sets the inputs that command the controller, and those that select a program.
 /// @param programs  at least `num`; the list in `control` is not sent
-/// @param num       how many of them, 0 or more
+/// @param num       how many of them, 0 or more; -1, as read from an older controller: all of them, up to 10
 KYT_HOST_API int set_remote_function(SOCKETFD socketFd, int robotNum, RemoteControl control,
                                      std::vector<RemoteProgram> programs, int num);
 
@@ -151,7 +155,7 @@ KYT_HOST_API int get_hard_enable_port(SOCKETFD socketFd, int& mode, int& port1, 
 
 /// Sets the safety inputs.
 /// @param robotNum  1..4
-/// @param io        `quickStopTime` within 50..200
+/// @param io        `quickStopTime` within 50..200. A `SafeIO` as constructed has 0 there, and is refused with -3.
 KYT_HOST_API int set_safe_IO_function(SOCKETFD socketFd, int robotNum, SafeIO io);
 
 /// Reads the safety inputs.

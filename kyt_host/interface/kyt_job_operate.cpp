@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <ctime>
-#include <iomanip>
-#include <sstream>
 
 #include "kyt_host/command/detail/line_parts.h"
 #include "kyt_host/interface/detail/exchange.h"
@@ -28,9 +26,8 @@ std::string localTime() {
   const std::time_t now = std::time(nullptr);
   std::tm parts{};
   localtime_r(&now, &parts);
-  std::ostringstream text;
-  text << std::put_time(&parts, "%Y.%m.%d %H:%M:%S");
-  return text.str();
+  char text[sizeof "2000.01.01 00:00:00.."];
+  return {text, std::strftime(text, sizeof text, "%Y.%m.%d %H:%M:%S", &parts)};
 }
 
 // Several requests, one after the other, until one is refused here.
@@ -208,10 +205,6 @@ int job_insert_moveComm_rbobt(SOCKETFD socketFd, int robotNum, int lineNum, std:
 
 int job_insert_samov_command_robot(SOCKETFD socketFd, int robotNum, int lineNum, const MoveCmd& cmd,
                                    const PositionData& position) {
-  if (!position.data.empty()) {
-    const int result = job_insert_local_position_robot(socketFd, robotNum, position);
-    if (result != SUCCESS) return result;
-  }
   return insert(socketFd, robotNum, lineNum, lines::samov(cmd, position));
 }
 

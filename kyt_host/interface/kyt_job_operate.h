@@ -16,7 +16,8 @@
 // - `robotNum` is 1..4; the form without `_robot` (or `_rbobt`, as some are spelled) addresses robot 1.
 // - A command returns 0 as soon as it is sent, whatever the controller makes of it: what it refuses it says in an error
 //   message, see `set_receive_error_or_warnning_message_callback`. -2 when not connected, before the arguments are
-//   looked at; -3 when it does not fit one frame of 65,535 bytes (nothing sent); -5 when a text is not UTF-8.
+//   looked at; -3 when a number is not finite, or the command does not fit one frame of 65,535 bytes; -5 when a text
+//   is not UTF-8. Unless it is 0, nothing has been sent.
 // - A query waits for its reply for at most a second and returns 0; -1 when none comes; -2 when not connected; -5 when
 //   the reply has the wrong shape. A reply that is not JSON, or lacks the value, gives 0 and leaves the output alone.
 // - Job names have no suffix: the controller's files are called <name>.JBR.
@@ -191,10 +192,10 @@ inline int job_insert_moveComm(SOCKETFD socketFd, int lineNum, std::string moveT
   return job_insert_moveComm_rbobt(socketFd, const_robot, lineNum, std::move(moveType), velocity, acc, dec, pl, time);
 }
 
-/// A samov move to a local position. The line has the position's name and type, not its values: a position that has
-/// values is put into the job before the line, as by `job_insert_local_position`.
+/// A samov move to a local position. The line has the position's name and type, not its values: those go into the job
+/// with `job_insert_local_position`.
 /// @param cmd       its `targetPosValue` does not count
-/// @param position  without a name, the line keeps that of `cmd`
+/// @param position  its `data` does not count; without a name, the line keeps that of `cmd`
 KYT_HOST_API int job_insert_samov_command_robot(SOCKETFD socketFd, int robotNum, int lineNum, const MoveCmd& cmd,
                                                 const PositionData& position);
 inline int job_insert_samov_command(SOCKETFD socketFd, int lineNum, const MoveCmd& cmd, const PositionData& position) {
@@ -221,7 +222,9 @@ inline int job_insert_io_out_command(SOCKETFD socketFd, int lineNum, IOCommandPa
   return job_insert_io_out_command_robot(socketFd, const_robot, lineNum, std::move(params));
 }
 
-/// Opens an if block. Its conditions do not go to the controller, whose opening lines have none.
+/// The conditions of this line do not go to the controller, whose opening lines have none: for a decision insert a
+/// conditional jump, `job_insert_jump`. Opens an if block. Where conditions are given, a line on standard error says
+/// so.
 /// @param conditions   groups of conditions
 /// @param logic        operators that join the groups, one fewer than groups
 /// @param logicGroups  for each group the operators that join its conditions, likewise
@@ -234,7 +237,7 @@ inline int job_insert_if(SOCKETFD socketFd, int lineNum, std::vector<std::vector
                              std::move(logicGroups));
 }
 
-/// Opens a while block; its conditions as those of `job_insert_if_robot`.
+/// The conditions of this line do not go to the controller either: see `job_insert_if_robot`. Opens a while block.
 KYT_HOST_API int job_insert_while_robot(SOCKETFD socketFd, int robotNum, int lineNum,
                                         std::vector<std::vector<Condition>> conditions, std::vector<int> logic,
                                         std::vector<std::vector<int>> logicGroups);
@@ -244,7 +247,7 @@ inline int job_insert_while(SOCKETFD socketFd, int lineNum, std::vector<std::vec
                                 std::move(logicGroups));
 }
 
-/// Opens an until block; its conditions as those of `job_insert_if_robot`.
+/// The conditions of this line do not go to the controller either: see `job_insert_if_robot`. Opens an until block.
 KYT_HOST_API int job_insert_until_robot(SOCKETFD socketFd, int robotNum, int lineNum,
                                         std::vector<std::vector<Condition>> conditions, std::vector<int> logic,
                                         std::vector<std::vector<int>> logicGroups);

@@ -19,6 +19,7 @@ int push(SOCKETFD socketFd, int robotNum, Line line) {
     MotionQueue* const queue = client.queueMotion(robotNum);
     if (queue == nullptr) return DISCONNECT;
     if (line == nullptr) return PARAM_ERR;
+    if (const int result = sendable(Request(line->toJson())); result != SUCCESS) return result;
     queue->push(std::move(line));
     return SUCCESS;
   });

@@ -14,8 +14,9 @@
 //
 // Unless a function says otherwise:
 // - `robotNum` is 1..4; the form without `_robot` (or `_rbobt`, as some are spelled) addresses robot 1.
-// - Appending returns 0; -2 when the handle is unknown or there is no such robot; -3 when the line is refused, and then
-//   it is not appended. It works while the connection is broken, too.
+// - Appending returns 0; -2 when the handle is unknown or there is no such robot; -3 when the line is refused, a number
+//   in it is not finite, or no request takes it; -5 when a text in it is not UTF-8. Unless it is 0, nothing has been
+//   appended. It works while the connection is broken, too.
 // - A command returns 0 as soon as it is sent, whatever the controller makes of it; -2 when not connected.
 // - A query waits for its reply for at most a second and returns 0; -1 when none comes; -2 when not connected; -5 when
 //   the reply has the wrong shape. A reply that is not JSON, or lacks the value, gives 0 and leaves the output alone.
@@ -180,7 +181,9 @@ inline int queue_motion_push_back_dout(SOCKETFD socketFd, int port, bool value) 
   return queue_motion_push_back_dout_robot(socketFd, const_robot, port, value);
 }
 
-/// Opens an if block. Its conditions do not go to the controller, whose opening lines have none.
+/// The conditions of this line do not go to the controller, whose opening lines have none: for a decision append a
+/// conditional jump, `queue_motion_push_back_jump`. Opens an if block. Where conditions are given, a line on standard
+/// error says so.
 /// @param conditions   groups of conditions
 /// @param logic        operators that join the groups, one fewer than groups
 /// @param logicGroups  for each group the operators that join its conditions, likewise
@@ -193,7 +196,8 @@ inline int queue_motion_push_back_if(SOCKETFD socketFd, std::vector<std::vector<
                                          std::move(logicGroups));
 }
 
-/// Opens a while block; its conditions as those of `queue_motion_push_back_if_robot`.
+/// The conditions of this line do not go to the controller either: see `queue_motion_push_back_if_robot`. Opens a while
+/// block.
 KYT_HOST_API int queue_motion_push_back_while_robot(SOCKETFD socketFd, int robotNum,
                                                     std::vector<std::vector<Condition>> conditions,
                                                     std::vector<int> logic, std::vector<std::vector<int>> logicGroups);
@@ -203,7 +207,8 @@ inline int queue_motion_push_back_while(SOCKETFD socketFd, std::vector<std::vect
                                             std::move(logicGroups));
 }
 
-/// Opens an until block; its conditions as those of `queue_motion_push_back_if_robot`.
+/// The conditions of this line do not go to the controller either: see `queue_motion_push_back_if_robot`. Opens an
+/// until block.
 KYT_HOST_API int queue_motion_push_back_until_robot(SOCKETFD socketFd, int robotNum,
                                                     std::vector<std::vector<Condition>> conditions,
                                                     std::vector<int> logic, std::vector<std::vector<int>> logicGroups);

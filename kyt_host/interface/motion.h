@@ -15,11 +15,12 @@
 
 // --- moves to a position ---
 // Of a `MoveCmd` they send `targetPosValue`, `coord`, `velocity`, `acc` and `dec`, and check nothing but the length of
-// the first: `judge_movejcmd_limit_exceeded` and `judge_movelcmd_limit_exceeded` check the rest.
+// the first and that all are finite: `judge_movejcmd_limit_exceeded` and `judge_movelcmd_limit_exceeded` check the
+// rest.
 
 /// Moves the joints to a position, each on its own way.
 /// @param cmd  `targetPosValue` needs 7 values; `velocity` in percent
-/// @return 0 sent; -3 fewer than 7 values (nothing sent); -2
+/// @return 0 sent; -3 fewer than 7 values, or one that is not finite (nothing sent); -2
 KYT_HOST_API int robot_movej_robot(SOCKETFD socketFd, int robotNum, MoveCmd cmd);
 inline int robot_movej(SOCKETFD socketFd, MoveCmd cmd) {
   return robot_movej_robot(socketFd, const_robot, std::move(cmd));

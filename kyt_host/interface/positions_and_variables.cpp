@@ -1,6 +1,6 @@
 #include "kyt_host/interface/positions_and_variables.h"
 
-#include <cmath>
+#include <algorithm>
 
 #include "kyt_host/interface/detail/exchange.h"
 
@@ -9,9 +9,8 @@ namespace {
 using replies::externalAxes;
 using replies::globalPositionSize;
 using replies::globalSyncPositionSize;
+using replies::notRead;
 using replies::robotAxes;
-
-constexpr int notRead = -2147483647 - 1;
 
 // Brings a list to its length; what is new in it shows that no reply has overwritten it.
 template <class Element>
@@ -46,11 +45,8 @@ bool acceptable(const std::vector<double>& globalPosition) {
     if (!within(values[i], 0, highest[i])) return false;
   }
   const bool limited = values[1] == 0;  // the limits of angles in radians are the controller's
-  for (std::size_t i = std::size(highest); i < values.size(); ++i) {
-    if (!std::isfinite(values[i])) return false;
-    if (limited && i >= robotAxes && !within(values[i], -10000, 10000)) return false;
-  }
-  return true;
+  return !limited || std::all_of(values.begin() + robotAxes, values.end(),
+                                 [](double value) { return within(value, -10000, 10000); });
 }
 
 }  // namespace
@@ -110,12 +106,14 @@ int get_current_line_speed_and_joint_speed_robot(SOCKETFD socketFd, int robotNum
 }
 
 int get_sensor_data_robot(SOCKETFD socketFd, int robotNum, std::vector<int>& data) {
+  prepare(data, replies::sensorDataSize);
   return query(socketFd, Strategy::GetSensorData, compact({{"robot", robotNum}}),
                reply<RecvSensorData>(Strategy::SensorDataReply), replies::sensorData(data));
 }
 
 int get_static_search_position_robot(SOCKETFD socketFd, int robotNum, int craftid, int tableid, int delaytime,
                                      std::vector<double>& pos) {
+  prepare(pos, replies::staticSearchSize);
   return query(socketFd, Strategy::GetStaticSearchPosition,
                compact({{"robot", robotNum},
                         {"typeCfg", {{"craftid", craftid}, {"tableid", tableid}, {"delaytime", delaytime}}}}),

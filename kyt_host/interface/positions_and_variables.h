@@ -13,8 +13,10 @@
 // - A query waits for its reply for at most a second and returns 0; -1 when none comes; -2 when not connected; -5 when
 //   the reply has the wrong shape. A reply that is not JSON, or lacks the value, gives 0 and leaves the output as it
 //   was prepared.
-// - A name that does not fit one frame of 65,535 bytes is refused with -3, and nothing is sent.
-// - Lists of positions and motor data are brought to their length before anything is sent, and what is new in them is
+// - A number that is not finite, and a name that does not fit one frame of 65,535 bytes, is refused with -3, a name
+//   that is not UTF-8 with -5; nothing is sent.
+// - Lists of positions, motor and sensor data are brought to their length before anything is sent, and what is new in
+// them is
 //   -2147483648: a value that no reply has overwritten shows.
 // - A command returns 0 as soon as it is sent, whatever the controller makes of it; -2 when not connected, before its
 //   arguments are looked at.

@@ -146,7 +146,9 @@ int get_robot_configuration_robot(SOCKETFD socketFd, int robotNum, int& config) 
   const bool thirdJointDecides = type == 13 || type == 24;
   if ((!secondJointDecides && !thirdJointDecides) || joints.empty()) return RECEIVE_FAILED;
 
-  const double angle = normalised(joints[secondJointDecides ? 1 : 2]);
+  const double joint = joints[secondJointDecides ? 1 : 2];
+  if (joint == replies::notRead) return RECEIVE_FAILED;
+  const double angle = normalised(joint);
   if (angle != 0.0) config = (angle < 0.0) == (type == 24) ? 2 : 1;
   return SUCCESS;
 }

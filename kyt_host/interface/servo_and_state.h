@@ -24,16 +24,20 @@ inline int get_servo_state(SOCKETFD socketFd, int& state) {
 
 /// Sets the servo state, and waits until the robot has reached it.
 /// @return 0 reached; -4 refused, because the state is 2 or 3 now, or is `state` already (nothing sent); -1 no reply,
-///         or not reached after 25 polls, about half a second; -2; -5
+///         or not reached after 25 polls: about half a second, but see `check_servo_state`; -2; -5
 KYT_HOST_API int set_servo_state_robot(SOCKETFD socketFd, int robotNum, int state);
 inline int set_servo_state(SOCKETFD socketFd, int state) { return set_servo_state_robot(socketFd, const_robot, state); }
 
 /// Polls the servo state until it is `expected`: up to 25 times, 20 ms apart.
+///
+/// That takes about half a second with a controller that answers. With one that falls silent meanwhile each poll waits
+/// for its reply for a second: up to 25.5 seconds in all. The same goes for whatever confirms a servo state.
 /// @return 0 reached; -1 not reached
 KYT_HOST_API int check_servo_state(SOCKETFD socketFd, int robotNum, int expected);
 
 /// Switches servo power on, and waits until the robot's servo state is 3.
-/// @return 0 reached; -1 no reply, or not reached after 25 polls; -2; -5
+/// @return 0 reached; -1 no reply within a second, or not reached after 25 polls: about half a second, and up to 25.5
+///         when the controller falls silent after that reply, see `check_servo_state`; -2; -5
 KYT_HOST_API int set_servo_poweron_robot(SOCKETFD socketFd, int robotNum);
 inline int set_servo_poweron(SOCKETFD socketFd) { return set_servo_poweron_robot(socketFd, const_robot); }
 

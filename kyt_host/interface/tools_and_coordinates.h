@@ -14,6 +14,7 @@
 // - A query waits for its reply for at most a second and returns 0; -1 when none comes; -2 when not connected; -5 when
 //   the reply has the wrong shape. A reply that is not JSON, or lacks the value, gives 0 and leaves the output alone.
 // - A command returns 0 as soon as it is sent, whatever the controller makes of it; -2 when not connected.
+// - A number that is not finite is refused with -3, a text that is not UTF-8 with -5; nothing is sent.
 // - Units are the controller's, as a rule mm and degrees.
 
 // --- tools ---

@@ -38,7 +38,7 @@ struct RemoteProgramSetting {
   int times = 0;    ///< how often it runs
 };
 
-/// The safety inputs: quick stop and safety screen.
+/// The safety inputs: quick stop and safety screen. As constructed it is refused: `quickStopTime` has to be set.
 struct SafeIO {
   int quickStopPort1 = 0;
   int quickStopPort2 = 0;

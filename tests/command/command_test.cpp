@@ -171,6 +171,10 @@ TEST(CommandTest, OtherLines) {
                 R"("userParamInt":2,"posidtype":0,"posidname":"","m_positionId":"","removeType":0,"m_postype":1,
                 "RobotPos":{"ctype":1,(*)},"ParaV":{"data":70,"value":0,"secondvalue":0,"varname":"","m_vUnit":1},
                 "ParaACC":<50>,"waitTime":<0>,"workpieceResult":<3:>)");
+  expectWritten("@103", ConveyorBeltTrackCommand(CmdType::ConveyorOn, 2, 1, {}, 70, 50),
+                R"("userParamInt":2,"posidtype":0,"posidname":"","m_positionId":"","removeType":0,"m_postype":1,
+                "RobotPos":{"ctype":1},"ParaV":{"data":70,"value":0,"secondvalue":0,"varname":"","m_vUnit":1},
+                "ParaACC":<50>,"waitTime":<0>,"workpieceResult":<3:>)");
   OffsetCommand offset(CmdType::ToolOffsetOn, {1, 2, 3, 4, {5.0}});
   offset.logout = true;
   expectWritten("@139", offset, R"("logout":true,"coord":1,"tool":2,"user":3,"datatype":4,"calData":[5.0])");

@@ -2,6 +2,8 @@
 
 #include <atomic>
 #include <chrono>
+#include <cmath>
+#include <functional>
 #include <future>
 #include <string>
 #include <thread>
@@ -80,6 +82,102 @@ TEST(Disconnecting, LeavesABusyControllerTheTimeToReadTheLastCommand) {
   disconnect_robot(robot);
   busy.join();
   EXPECT_EQ(received, assemblySendMessage(Strategy::SetSpeed, "{\"robot\":1,\"speed\":7}\n"));
+}
+
+// Whichever way a request is written, and however deep the number or the text is in it.
+TEST_F(Engine, WhatJsonCannotSayIsRefusedBeforeAnythingIsSent) {
+  using Operation = std::function<int(SOCKETFD)>;
+  const auto expectRefused = [this](const std::vector<Operation>& operations, int status) {
+    for (std::size_t row = 0; row < operations.size(); ++row) {
+      EXPECT_EQ(operations[row](999), DISCONNECT) << row;
+      EXPECT_EQ(operations[row](robot), status) << row;
+    }
+    int synchronised = 0;
+    EXPECT_EQ(get_speed(robot, synchronised), SUCCESS);
+    EXPECT_EQ(controller.received().size(), 1U);  // nothing else was sent
+    EXPECT_EQ(queue_motion_size(robot, synchronised), SUCCESS);
+    EXPECT_EQ(synchronised, 0);
+    controller.clearReceived();
+  };
+  for (const double number : {NAN, INFINITY, -INFINITY}) {
+    const std::vector<double> values{1, 2, 3, 4, 5, 6, number};
+    MoveCmd move{0, values, "", 0, 50, 0, 50, 50};
+    move.targetPosValue.resize(14);
+    MoveCmd endless = move;
+    endless.targetPosValue.assign(14, 1);
+    endless.velocity = number;
+    ArcParam arc{number};
+    const IOCommandParams output{"", 3, 0, 0, {number, 0, 0, ""}, {}, {}};
+    const std::vector<std::vector<Condition>> conditions{{{"", "", EQUAL_TO, {}, {number, 0, 0, ""}}}};
+    expectRefused({[&](SOCKETFD fd) { return robot_movej(fd, move); },
+                   [&](SOCKETFD fd) { return robot_extra_movel(fd, move); },
+                   [&](SOCKETFD fd) { return robot_extra_movel(fd, endless); },
+                   [&](SOCKETFD fd) { return set_analog_output(fd, 1, number); },
+                   [&](SOCKETFD fd) { return set_global_variant(fd, "GD001", number); },
+                   [&](SOCKETFD fd) { return set_global_sync_position(fd, "GE001", values); },
+                   [&](SOCKETFD fd) { return set_user_coordinate_data(fd, 1, values); },
+                   [&](SOCKETFD fd) {
+                     return set_tool_hand_param(fd, 1, {0, 0, number});
+                   },
+                   [&](SOCKETFD fd) { return weld_set_config(fd, 1, arc); },
+                   [&](SOCKETFD fd) {
+                     return weld_set_wave_weld_param(fd, 1, {0, number});
+                   },
+                   [&](SOCKETFD fd) {
+                     return job_set_local_position(fd, "P1", {"", "", 1, values});
+                   },
+                   [&](SOCKETFD fd) {
+                     return job_insert_local_position(fd, {"P1", "", 1, values});
+                   },
+                   [&](SOCKETFD fd) { return job_insert_moveL(fd, 1, endless); },
+                   [&](SOCKETFD fd) {
+                     return job_insert_samov_command(fd, 1, endless, {"P1", "", 1, {1}});
+                   },
+                   [&](SOCKETFD fd) { return job_insert_io_out_command(fd, 1, output); },
+                   [&](SOCKETFD fd) { return job_insert_jump(fd, 1, conditions, {}, {}, true, "L1"); },
+                   [&](SOCKETFD fd) { return queue_motion_push_back_moveJ(fd, move); },
+                   [&](SOCKETFD fd) { return queue_motion_push_back_moveL_extra(fd, endless); },
+                   [&](SOCKETFD fd) { return queue_motion_push_back_samov(fd, endless, {}); },
+                   [&](SOCKETFD fd) { return queue_motion_push_back_timer(fd, number); },
+                   [&](SOCKETFD fd) { return queue_motion_push_back_conveyor_on(fd, 1, 1, values, 1, 1); },
+                   [&](SOCKETFD fd) {
+                     return queue_motion_push_back_TOFFSETON(fd, {0, 0, 0, 0, values});
+                   }},
+                  PARAM_ERR);
+  }
+  for (const std::string text : {"\xFF", "half of one: \xC3", "\xC3(", "a\xED\xA0\x80z"}) {
+    MoveCmd move{0, std::vector<double>(14), text, 0, 50, 0, 50, 50};
+    double value = 0;
+    std::vector<double> pos;
+    std::vector<RemoteProgramSetting> programs(10);
+    programs[9].job = text;
+    expectRefused({[&](SOCKETFD fd) { return set_global_variant(fd, "GI00" + text, 1); },
+                   [&](SOCKETFD fd) { return get_global_variant(fd, text, value); },
+                   [&](SOCKETFD fd) { return get_global_position(fd, text, pos); },
+                   [&](SOCKETFD fd) { return set_global_sync_position(fd, text, pos); },
+                   [&](SOCKETFD fd) { return calibration_oxy(fd, 1, text); },
+                   [&](SOCKETFD fd) {
+                     return set_error_msg_of_digital_input(fd, {{}, {1, 1, 1, text}});
+                   },
+                   [&](SOCKETFD fd) {
+                     return set_error_msg_of_digital_output(fd, {{1, 1, 1, text}});
+                   },
+                   [&](SOCKETFD fd) { return set_remote_program(fd, 1, programs); },
+                   [&](SOCKETFD fd) { return job_open(fd, text); }, [&](SOCKETFD fd) { return job_delete(fd, text); },
+                   [&](SOCKETFD fd) { return job_run(fd, text); }, [&](SOCKETFD fd) { return job_step(fd, text, 1); },
+                   [&](SOCKETFD fd) {
+                     return job_set_local_position(fd, text, {"", "", 1, move.targetPosValue});
+                   },
+                   [&](SOCKETFD fd) {
+                     return job_insert_local_position(fd, {"P1", text, 1, {}});
+                   },
+                   [&](SOCKETFD fd) { return job_insert_moveJ(fd, 1, move); },
+                   [&](SOCKETFD fd) { return job_insert_label(fd, 1, text); },
+                   [&](SOCKETFD fd) { return queue_motion_push_back_label(fd, text); },
+                   [&](SOCKETFD fd) { return queue_motion_push_back_imove(fd, move); },
+                   [&](SOCKETFD fd) { return queue_motion_push_moveComm(fd, text, 1, 1, 1, 1, 1); }},
+                  EXCEPTION);
+  }
 }
 
 TEST_F(Engine, RepliesInPiecesAndInOneWriteAreReadAlike) {

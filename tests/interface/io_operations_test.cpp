@@ -76,6 +76,11 @@ const CommandRow commandRows[] = {
      "\"inValue\":{\"clearoutagekeep\":0,\"faultReset\":1,\"pause\":1,\"start\":0,\"stop\":1},"
      "\"remoteProgramNum\":0,\"robot\":3}\n",
      ONE_FORM_OF(set_remote_function, 3, control, {}, 0)},
+    {"of an older controller", Strategy::SetRemoteFunction,
+     "{\"inPort\":{\"clearoutagekeep\":1,\"faultReset\":2,\"pause\":3,\"start\":4,\"stop\":5},"
+     "\"inValue\":{\"clearoutagekeep\":0,\"faultReset\":1,\"pause\":1,\"start\":0,\"stop\":1},"
+     "\"program\":[{\"port\":1,\"value\":1},{\"port\":2,\"value\":0}],\"remoteProgramNum\":-1,\"robot\":3}\n",
+     ONE_FORM_OF(set_remote_function, 3, control, outputs(2), -1)},
     {"set_hard_enable_port", Strategy::SetHardEnablePort,
      "{\"deadmanMode\":1,\"deadmanPortOne\":2,\"deadmanPortTwo\":3}\n", ONE_FORM_OF(set_hard_enable_port, 1, 2, 3)},
     {"set_safe_IO_function", Strategy::SetSafeIo,
@@ -97,30 +102,49 @@ const auto alarmReply = R"({"msg":["a","b"],"msgType":[1],"enable":[1,1,1],"valu
 
 const QueryRow queryRows[] = {
     query("get_digital_output", Strategy::GetDigitalOutput, robotOne, Strategy::DigitalOutputReply, oldInts,
-          ONE_FORM(get_digital_output), DECODER(parse_get_dout), {{R"({"status":[1,0]})", "[1,0]"}},
-          R"({"status":{"0":1}})"),
+          ONE_FORM(get_digital_output), DECODER(parse_get_dout),
+          {{R"({"status":[1,0]})", "[1,0]"}, {R"({"status":null})", "[7,7,7]"}, {R"({"status":{"0":1}})", "[7,7,7]"}},
+          R"({"status":[{}]})"),
     query("get_digital_input", Strategy::GetDigitalInput, robotOne, Strategy::DigitalInputReply, oldInts,
-          ONE_FORM(get_digital_input), DECODER(parse_get_din), {{R"({"status":[0,1,1,0,1]})", "[0,1,1,0,1]"}},
+          ONE_FORM(get_digital_input), DECODER(parse_get_din),
+          {{R"({"status":[0,1,1,0,1]})", "[0,1,1,0,1]"},
+           {R"({"status":null})", "[7,7,7]"},
+           {R"({"status":1})", "[7,7,7]"}},
           R"({"status":[0,"1"]})"),
     query("get_analog_output", Strategy::GetAnalogOutput, robotOne, Strategy::AnalogOutputReply, oldDoubles,
-          ONE_FORM(get_analog_output), DECODER(parse__receive_aout), {{R"({"value":[0.5,1]})", "[0.5,1]"}},
-          R"({"value":0.5})"),
+          ONE_FORM(get_analog_output), DECODER(parse__receive_aout),
+          {{R"({"value":[0.5,1]})", "[0.5,1]"}, {R"({"value":null})", "[7]"}, {R"({"value":0.5})", "[7]"}},
+          R"({"value":["x"]})"),
     query("get_analog_input", Strategy::GetAnalogInput, robotOne, Strategy::AnalogInputReply, oldDoubles,
-          ONE_FORM(get_analog_input), DECODER(parse_receive_ain), {{R"({"value":[0.5,1]})", "[0.5,1]"}},
+          ONE_FORM(get_analog_input), DECODER(parse_receive_ain),
+          {{R"({"value":[0.5,1]})", "[0.5,1]"}, {R"({"value":null})", "[7]"}, {R"({"value":{}})", "[7]"}},
           R"({"value":[[]]})"),
     query("get_force_digital_input", Strategy::GetForceDigitalInput, none, Strategy::ForceDigitalInputReply,
           std::tuple<Ints, std::vector<double>>{{7}, {7, 7, 7}}, ONE_FORM(get_force_digital_input),
-          DECODER(parse_receive_force_din), {{R"({"port":[3,4],"status":[1]})", "[3,4] [1,0]"}},
-          R"({"port":[3],"status":1})"),
+          DECODER(parse_receive_force_din),
+          {{R"({"port":[3,4],"status":[1]})", "[3,4] [1,0]"},
+           {R"({"port":[3]})", "[3] [0]"},
+           {R"({"port":null,"status":null})", "[7] [7,7,7]"},
+           {R"({"port":[3],"status":1})", "[7] [7,7,7]"}},
+          R"({"port":[3],"status":["x"]})"),
     query("get_IO_reset_function", Strategy::GetIoReset, "{\"robot\":2,\"type\":1}\n", Strategy::IoResetReply,
           std::tuple<Ints, Ints>{{7}, {7}}, ONE_FORM_OF(get_IO_reset_function, 2, 1), DECODER(parse_receive_reset_IO),
-          {{R"({"enable":[1,0,1],"value":[1,1]})", "[1,0,1] [1,1,0]"}}, R"({"enable":[[1]]})"),
+          {{R"({"enable":[1,0,1],"value":[1,1]})", "[1,0,1] [1,1,0]"},
+           {R"({"enable":null,"value":null})", "[7] [7]"},
+           {R"({"enable":[1],"value":{"0":1}})", "[7] [7]"}},
+          R"({"enable":[[1]]})"),
     query("input alarms", Strategy::GetDigitalInputMessage, none, Strategy::DigitalInputMessageReply, oldAlarms,
           ONE_FORM(get_error_msg_of_digital_input), DECODER(parse_receive_digital_input_msg),
-          {{alarmReply, "[1 0 1 a,0 1 1 b]"}, {R"({"msg":["a"]})", "[0 0 0 a]"}}, R"({"msg":["a"],"value":["x"]})"),
-    query("output alarms", Strategy::GetDigitalOutputMessage, none, Strategy::DigitalOutputMessageReply, oldAlarms,
-          ONE_FORM(get_error_msg_of_digital_output), DECODER(parse_receive_digital_output_msg),
-          {{alarmReply, "[1 0 1 a,0 1 1 b]"}}, R"({"msg":{"0":"a"}})"),
+          {{alarmReply, "[1 0 1 a,0 1 1 b]"},
+           {R"({"msg":["a"]})", "[0 0 0 a]"},
+           {R"({"msg":null,"value":null})", "[1 1 1 old]"},
+           {R"({"msg":["a"],"enable":1})", "[1 1 1 old]"}},
+          R"({"msg":["a"],"value":["x"]})"),
+    query(
+        "output alarms", Strategy::GetDigitalOutputMessage, none, Strategy::DigitalOutputMessageReply, oldAlarms,
+        ONE_FORM(get_error_msg_of_digital_output), DECODER(parse_receive_digital_output_msg),
+        {{alarmReply, "[1 0 1 a,0 1 1 b]"}, {R"({"msg":{"0":"a"}})", "[1 1 1 old]"}, {R"({"msg":"a"})", "[1 1 1 old]"}},
+        R"({"msg":[{}]})"),
     query(
         "get_hard_enable_port", Strategy::GetHardEnablePort, robotOne, Strategy::HardEnablePortReply,
         std::tuple<int, int, int>{7, 7, 7}, ONE_FORM(get_hard_enable_port), DECODER(parse_get_hard_enable_data),
@@ -172,6 +196,22 @@ TEST_F(IoOperations, ListsOfProgramsGoOutInTheControllersForm) {
       "\"program_value1\":1,\"program_value10\":0,\"program_value2\":0,\"program_value3\":1,"
       "\"program_value4\":0,\"program_value5\":1,\"program_value6\":0,\"program_value7\":1,\"program_value8\":0,"
       "\"program_value9\":1}],\"robot\":2}\n");
+  // The number of programs counts, whatever is wrong with the rest of the reply; a wrong number does not.
+  const auto answered = [&](const char* reply) {
+    controller.clearReceived();
+    controller.answer(Strategy::GetRemoteParam, Strategy::RemoteParamReply, reply, 2);
+  };
+  answered(R"({"waitingTime":"long","remoteProgramNum":12})");
+  EXPECT_EQ(set_remote_program(robot, 2, programs(10)), PARAM_ERR);
+  EXPECT_EQ(set_remote_status_tips(robot, 2, 1, 0, outputs(12)), SUCCESS);
+  EXPECT_EQ(sent(Strategy::SetRemoteStatusTips).substr(0, 47), "{\"outPut\":[{\"outagerecover\":1,\"outagerecoverVal");
+  for (const char* const impossible : {R"({"remoteProgramNum":120})", R"({"remoteProgramNum":"12"})"}) {
+    answered(impossible);
+    EXPECT_EQ(set_remote_program(robot, 2, programs(10)), EXCEPTION) << impossible;
+    EXPECT_EQ(set_remote_status_tips(robot, 2, 1, 0, outputs(10)), EXCEPTION) << impossible;
+    EXPECT_EQ(controller.received().size(), 2U) << impossible;
+  }
+  controller.clearReceived();
   controller.silence(Strategy::GetRemoteParam);  // no answer: taken for an older one
   EXPECT_EQ(set_remote_program(robot, 2, programs(10)), SUCCESS);
   EXPECT_EQ(sent(Strategy::SetRemoteProgram), ten);
@@ -217,6 +257,8 @@ TEST_F(IoOperations, RepliesOfBothGenerationsAreRead) {
   tips(R"({"remoteProgramNum":11,"outPut":[{"outagerecoverValue":1,"program":[1,2],"program_value":[1]}]})",
        "11 7 1 [1:1,2:0,0:0,0:0,0:0,0:0,0:0,0:0,0:0,0:0,0:0]");
   tips(R"({"remoteProgramNum":12})", "12 7 7 [9:9]");
+  tips(R"({"remoteProgramNum":12,"outPut":null})", "12 7 7 [9:9]");
+  tips(R"({"remoteProgramNum":12,"outPut":[{"outagerecover":1,"program":null,"program_value":[1]}]})", "12 1 7 [9:9]");
   tips(R"({"remoteProgramNum":12,"outPut":[[]]})", "7 7 7 [9:9]", EXCEPTION);
   tips(R"({"remoteProgramNum":2000000000,"outPut":[{}]})", "7 7 7 [9:9]", EXCEPTION);
 
@@ -229,22 +271,28 @@ TEST_F(IoOperations, RepliesOfBothGenerationsAreRead) {
   };
   jobs(R"({"jobFile":[{"times":2},{"name":"B","times":1}]})", "-1 [oldx2,Bx1,x0,x0,x0,x0,x0,x0,x0,x0]");
   jobs(R"({"remoteProgramNum":1,"jobFile":[{"name":"A"},{"name":"B"}]})", "1 [Ax7]");
+  jobs(R"({"jobFile":null})", "-1 [oldx7]");
   jobs(R"({"jobFile":[{"name":"A"},7]})", "7 [oldx7]", EXCEPTION);
 
-  const std::string functions =
-      R"({"inPort":{"clearoutagekeep":1,"faultReset":2,"pause":3,"start":4,"stop":5},"inValue":{"start":1},)"
-      R"("program":[{"port":8,"value":1},{}],"reserveTrgTime":6})";
-  controller.answer(Strategy::GetRemoteFunction, Strategy::RemoteFunctionReply, functions);
-  agree(
-      functions, "-1 6 1 2 3 4 5 0 0 0 1 0 [8:1,0:0]",
-      std::tuple<int, int, RemoteControl, std::vector<RemoteProgram>>{},
-      [&](auto&... out) { return get_remote_function(robot, 2, out...); }, DECODER(parse_receive_ioControl));
+  const auto remote = [&](const std::string& reply, const std::string& expected) {
+    controller.answer(Strategy::GetRemoteFunction, Strategy::RemoteFunctionReply, reply);
+    agree(
+        reply, expected, std::tuple<int, int, RemoteControl, std::vector<RemoteProgram>>{0, 0, {}, {{9, 9}}},
+        [&](auto&... out) { return get_remote_function(robot, 2, out...); }, DECODER(parse_receive_ioControl));
+  };
+  remote(R"({"inPort":{"clearoutagekeep":1,"faultReset":2,"pause":3,"start":4,"stop":5},"inValue":{"start":1},)"
+         R"("program":[{"port":8,"value":1},{}],"reserveTrgTime":6})",
+         "-1 6 1 2 3 4 5 0 0 0 1 0 [8:1,0:0]");
+  remote(R"({"remoteProgramNum":12,"program":null})", "12 0 0 0 0 0 0 0 0 0 0 0 [9:9]");
 
-  const std::string boards = R"({"num":2,"type":["R1","R2"],"portNum":[[16,16],7,[1,2,3,4,5]]})";
-  controller.answer(Strategy::GetIoType, Strategy::IoTypeReply, boards);
-  agree(
-      boards, "2 [R1,R2] [[16,16,0,0],[1,2,3,4,5]]", std::tuple<IOtype>{{1, {"old"}, {{1}}}},
-      [&](auto&... out) { return get_io_type(robot, out...); }, DECODER(parse_get_io_type));
+  const auto boards = [&](const std::string& reply, const std::string& expected) {
+    controller.answer(Strategy::GetIoType, Strategy::IoTypeReply, reply);
+    agree(
+        reply, expected, std::tuple<IOtype>{{1, {"old"}, {{1}}}},
+        [&](auto&... out) { return get_io_type(robot, out...); }, DECODER(parse_get_io_type));
+  };
+  boards(R"({"num":2,"type":["R1","R2"],"portNum":[[16,16],7,[1,2,3,4,5]]})", "2 [R1,R2] [[16,16,0,0],[1,2,3,4,5]]");
+  boards(R"({"num":0,"type":null,"portNum":null})", "0 [] []");
 }
 
 TEST_F(IoOperations, EmptyListsLeaveTheOutputsAndRangesAreChecked) {
@@ -265,7 +313,7 @@ TEST_F(IoOperations, EmptyListsLeaveTheOutputsAndRangesAreChecked) {
         set_remote_param(robot, 1, 1, true, 0, 0, 10), set_remote_param(robot, 1, 1, true, 1000000, 0, 10),
         set_remote_param(robot, 1, 1, true, 1, 0, 9), set_remote_param(robot, 5, 1, true, 1, 0, 10),
         set_remote_param(robot, 1, 1, true, 1, 0, 100), set_remote_function(robot, 1, control, outputs(2), 3),
-        set_remote_function(robot, 1, control, outputs(2), -1)})
+        set_remote_function(robot, 1, control, outputs(2), -2), set_safe_IO_function(robot, 1, SafeIO())})
     EXPECT_EQ(refused, PARAM_ERR);
   const double notANumber = std::numeric_limits<double>::quiet_NaN();
   for (const double time : {49.9, 200.1, notANumber}) {
@@ -322,7 +370,7 @@ TEST_P(IoGenerations, WhatIsSetCanBeReadBack) {
   EXPECT_EQ(set_remote_status_tips(robot, 2, 7, 1, outputs(count)), SUCCESS);
   expectReadBack<int, int, int, std::vector<RemoteProgram>>(
       number + " 7 1 " + shown(outputs(count)), [&](auto&... out) { return get_remote_status_tips(robot, 2, out...); });
-  EXPECT_EQ(set_remote_function(robot, 2, control, outputs(count), count), SUCCESS);
+  EXPECT_EQ(set_remote_function(robot, 2, control, outputs(count), num), SUCCESS);
   expectReadBack<int, int, RemoteControl, std::vector<RemoteProgram>>(
       number + " 3 " + shown(control) + " " + shown(outputs(count)),
       [&](auto&... out) { return get_remote_function(robot, 2, out...); });

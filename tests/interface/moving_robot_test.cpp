@@ -138,7 +138,7 @@ TEST_F(MovingRobot, WhatCannotBeDoneIsSaidAndMovesNothing) {
   EXPECT_TRUE(messages.waitFor(1));
   EXPECT_EQ(robot_movej(robot, moveTo({500, 0, 0, 0, 0, 0, 0}, jointCoordinates, 10)), SUCCESS);
   EXPECT_TRUE(messages.waitFor(2));
-  EXPECT_EQ(robot_movej(robot, moveTo({notANumber, 0, 0, 0, 0, 0, 0}, jointCoordinates, 10)), SUCCESS);
+  EXPECT_EQ(robot_movej(robot, moveTo({notANumber, 0, 0, 0, 0, 0, 0}, jointCoordinates, 10)), PARAM_ERR);
   EXPECT_EQ(robot_movej(robot, moveTo(ready, jointCoordinates, 0)), SUCCESS);
   ASSERT_EQ(set_servo_poweroff(robot), SUCCESS);
   EXPECT_EQ(robot_movej(robot, moveTo(ready, jointCoordinates, 10)), SUCCESS);

@@ -1,6 +1,10 @@
-// What every row of the operations' tables has to show.
+// What every row of the operations' tables has to show, in every locale.
 
 #include "tests/support/operation_table.h"
+
+#include <memory>
+
+#include "tests/support/foreign_locale.h"
 
 namespace {
 
@@ -9,16 +13,33 @@ std::string numbered(std::string text, int robot) {
   return at == std::string::npos ? text : text.replace(at, 1, std::to_string(robot));
 }
 
+// The test's own body, first without a locale, then in one of which each part gets numbers wrong.
+template <class Body>
+void inEveryLocale(const Body& body) {
+  using Locale = ForeignLocale;
+  body();
+  {
+    SCOPED_TRACE("in a process with a foreign locale");
+    const Locale locale(Locale::Scope::Process, Locale::comma);
+    body();
+  }
+  SCOPED_TRACE("in a thread with a foreign locale");
+  const Locale locale(Locale::Scope::Thread, Locale::ofTwoBytes);
+  body();
+}
+
 TEST_P(Commands, SendTheirTextAndNothingToAnUnknownHandle) {
   const CommandRow& row = GetParam();
-  if (row.send) {
-    EXPECT_EQ(row.send(robot, 2), SUCCESS);
-    EXPECT_EQ(sent(row.code), numbered(row.text, 2));
-    EXPECT_EQ(row.send(unknownHandle, 2), DISCONNECT);
-  }
-  EXPECT_EQ(row.sendPlain(robot), SUCCESS);
-  EXPECT_EQ(sent(row.code), numbered(row.text, 1));
-  EXPECT_EQ(row.sendPlain(unknownHandle), DISCONNECT);
+  inEveryLocale([&] {
+    if (row.send) {
+      EXPECT_EQ(row.send(robot, 2), SUCCESS);
+      EXPECT_EQ(sent(row.code), numbered(row.text, 2));
+      EXPECT_EQ(row.send(unknownHandle, 2), DISCONNECT);
+    }
+    EXPECT_EQ(row.sendPlain(robot), SUCCESS);
+    EXPECT_EQ(sent(row.code), numbered(row.text, 1));
+    EXPECT_EQ(row.sendPlain(unknownHandle), DISCONNECT);
+  });
 }
 
 TEST_P(Queries, SendTheirTextAndReadEveryKindOfReplyAsTheirDecoderDoes) {
@@ -29,12 +50,14 @@ TEST_P(Queries, SendTheirTextAndReadEveryKindOfReplyAsTheirDecoderDoes) {
     EXPECT_EQ(row.decode(text, value), result) << text;
     EXPECT_EQ(value, expected) << text;
   };
-  for (const auto& [reply, expected] : row.readings) {
-    EXPECT_EQ(ask(reply, value), SUCCESS) << reply;
-    EXPECT_EQ(value, expected) << reply;
-    EXPECT_EQ(sent(row.request), numbered(row.text, row.get ? 2 : 1));
-    decodes(reply, SUCCESS, expected);
-  }
+  inEveryLocale([&] {
+    for (const auto& [reply, expected] : row.readings) {
+      EXPECT_EQ(ask(reply, value), SUCCESS) << reply;
+      EXPECT_EQ(value, expected) << reply;
+      EXPECT_EQ(sent(row.request), numbered(row.text, row.get ? 2 : 1));
+      decodes(reply, SUCCESS, expected);
+    }
+  });
   for (const char* nothingToRead : {"{}", R"({"other":1})", "null", "not JSON", "{\"a\":", ""}) {
     EXPECT_EQ(ask(nothingToRead, value), SUCCESS) << nothingToRead;
     EXPECT_EQ(value, row.untouched) << nothingToRead;

@@ -205,8 +205,8 @@ TEST_F(ProgramOperations, RequestsOfOneOperationKeepTheirOrder) {
               {Strategy::RunJob,
                R"({"jobname":"A","line":5,"robot":1,"stepRun":true,"stepRunSum":1,"suffixname":".JBR"})"_line}});
   expectSent(job_stop(robot), {{Strategy::StopJob, stop}, {Strategy::PauseJob, stop}, {Strategy::EndJob, stop}});
-  expectSent(job_insert_samov_command(robot, 5, seven, position),
-             {{Strategy::InsertLocalPosition, textOf(definition)}, {Strategy::InsertJobCommand, textOf(insertion)}});
+  expectSent(job_insert_samov_command(robot, 5, seven, position), {{Strategy::InsertJobCommand, textOf(insertion)}});
+  expectSent(job_insert_local_position(robot, position), {{Strategy::InsertLocalPosition, textOf(definition)}});
   PositionData unnamed = position;
   unnamed.key.clear();
   expectSent(job_set_local_position(robot, "P7", unnamed), {{Strategy::SetLocalPosition, textOf(definition)}});
@@ -224,6 +224,7 @@ TEST_F(ProgramOperations, RefuseWhatIsWrongAndSendNothing) {
   EXPECT_EQ(job_insert_imove(robot, 1, moveOf(13)), PARAM_ERR);
   EXPECT_EQ(job_insert_imove(unknownHandle, 1, moveOf(13)), DISCONNECT);
   EXPECT_EQ(job_insert_label(robot, 1, std::string(70'000, 'x')), PARAM_ERR);  // no frame takes it
+  EXPECT_EQ(push(std::string(70'000, 'x')), PARAM_ERR);
   expectSent(job_pause(robot), {{Strategy::PauseJob, R"({"robot":1,"type":1})"_line}});
 }
 
@@ -243,6 +244,26 @@ TEST_F(ProgramOperations, TheQueueTakesMovesWithinTheLimits) {
   EXPECT_EQ(PUSH_BACK(axis_motion_position)(robot, axis), -5);
   EXPECT_EQ(PUSH_BACK(axis_motion_speed_judge)(robot, {}), -5);
   EXPECT_EQ(size(), 8);
+}
+
+TEST_F(ProgramOperations, ConditionsThatALineDoesNotCarryAreMentioned) {
+  const auto errorsOf = [](const auto& addLine) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(addLine(), SUCCESS);
+    return testing::internal::GetCapturedStderr();
+  };
+  for (const auto push : { PUSH_BACK(if), PUSH_BACK(while), PUSH_BACK(until) }) {
+    const std::string errors = errorsOf([&] { return push(robot, CONDITIONS); });
+    EXPECT_NE(errors.find("do not go to the controller"), std::string::npos) << errors;
+    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1) << errors;
+    EXPECT_EQ(errorsOf([&] { return push(robot, {}, {}, {}); }), "");
+  }
+  for (const auto insert : {job_insert_if, job_insert_while, job_insert_until}) {
+    const std::string errors = errorsOf([&] { return insert(robot, 1, CONDITIONS); });
+    EXPECT_NE(errors.find("job_insert_jump"), std::string::npos) << errors;
+    EXPECT_EQ(errorsOf([&] { return insert(robot, 1, {}, {}, {}); }), "");
+  }
+  EXPECT_EQ(errorsOf([&] { return queue_motion_push_back_jump(robot, CONDITIONS, true, "L1"); }), "");
 }
 
 TEST_F(ProgramOperations, EveryRobotOfEveryConnectionHasAQueueThatKeepsItsOrder) {

@@ -196,11 +196,11 @@ const QueryRow queryRows[] = {
           R"({"actualLineVel":1,"axisActualVelSync":{}})", "-7 " + doublePresets(7) + " " + doublePresets(5)),
     query("get_sensor_data", Strategy::GetSensorData, robotText, Strategy::SensorDataReply,
           std::tuple<std::vector<int>>{{8}}, BOTH_FORMS(get_sensor_data), DECODER(parse_get_sensor_data),
-          {{"{\"data\":" + ten + "}", "[1,2,3,4,5,6]"}}, R"({"data":[[]]})"),
+          {{"{\"data\":" + ten + "}", "[1,2,3,4,5,6]"}}, R"({"data":[[]]})", "[8," + presets(5).substr(1)),
     query("get_static_search_position", Strategy::GetStaticSearchPosition,
           R"({"robot":#,"typeCfg":{"craftid":1,"delaytime":3,"tableid":2}})", Strategy::StaticSearchPositionReply,
           oldList, BOTH_FORMS_OF(get_static_search_position, 1, 2, 3), DECODER(parse_get_static_search_data),
-          {{R"({"pos":[2.9,-2.9,3]})", "[2,-2,3,0,0,0]"}}, R"({"pos":[1e30]})"),
+          {{R"({"pos":[2.9,-2.9,3]})", "[2,-2,3,0,0,0]"}}, R"({"pos":[1e30]})", "[9,9," + doublePresets(4).substr(1)),
     query("get_global_variant", Strategy::GetGlobalVariant, R"({"robot":#,"varName":"GI001"})",
           Strategy::GlobalVariantReply, std::tuple<double>{-7}, BOTH_FORMS_OF(get_global_variant, "GI001"),
           DECODER(parse_get_globalVariant),
@@ -317,6 +317,7 @@ TEST_F(RobotOperations, RefuseWhatIsOutOfRangeAndSendNothing) {
     param.arcOffRampTime = outside;
     EXPECT_EQ(weld_set_config(robot, 1, param), PARAM_ERR) << outside;
   }
+  EXPECT_EQ(weld_set_wave_weld_param(unknownHandle, 1, waveOf(4)), DISCONNECT);
   EXPECT_EQ(weld_set_wave_weld_param(robot, 1, waveOf(4)), PARAM_ERR);
   EXPECT_EQ(weld_set_wave_weld_param(robot, 1, waveOf(-1)), PARAM_ERR);
 
@@ -338,6 +339,14 @@ TEST_F(RobotOperations, WithoutReplyListsShowThatTheyWereNotRead) {
   EXPECT_EQ(get_current_positon_and_extra_position_robot(robot, 2, 1, pos), SUCCESS);
   EXPECT_EQ(pos, Doubles(12, -2147483648.0));
   EXPECT_EQ(sent(Strategy::GetCurrentPosition), R"({"coord":1,"robot":2,"sync":1})");
+  controller.silence(Strategy::GetSensorData);
+  controller.silence(Strategy::GetStaticSearchPosition);
+  std::vector<int> forces;
+  EXPECT_EQ(get_sensor_data(robot, forces), RECEIVE_FAILED);
+  EXPECT_EQ(forces, std::vector<int>(6, -2147483647 - 1));
+  pos.clear();
+  EXPECT_EQ(get_static_search_position(robot, 1, 2, 3, pos), RECEIVE_FAILED);
+  EXPECT_EQ(pos, Doubles(6, -2147483648.0));
   std::vector<int> torque(9, 4);
   std::vector<int> external(9, 4);
   EXPECT_EQ(get_curretn_motor_torque(robot, torque, external), RECEIVE_FAILED);

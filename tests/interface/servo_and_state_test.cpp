@@ -207,10 +207,12 @@ TEST_F(ServoAndState, ArmConfigurationFollowsFromTypeAndJoints) {
   }
   int config = -9;
   EXPECT_EQ(get_robot_configuration(unknownHandle, config), DISCONNECT);
-  controller.answer(Strategy::GetCurrentPosition, Strategy::CurrentPositionReply, R"({"pos":[1,2,3]})");
   controller.edit(1, [](auto& state) { state.robotType = 2; });
-  EXPECT_EQ(get_robot_configuration(robot, config), RECEIVE_FAILED);
-  EXPECT_EQ(config, -9);
+  for (const char* const unreadable : {R"({"pos":[1,2,3]})", "not JSON"}) {
+    controller.answer(Strategy::GetCurrentPosition, Strategy::CurrentPositionReply, unreadable);
+    EXPECT_EQ(get_robot_configuration(robot, config), RECEIVE_FAILED) << unreadable;
+    EXPECT_EQ(config, -9) << unreadable;
+  }
 }
 
 TEST_F(ServoAndState, CollisionParametersOutOfRangeAreNotSent) {

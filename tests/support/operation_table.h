@@ -4,6 +4,7 @@
 // compared as text, so that one table serves every type. The tests stand in tests/interface/operation_table_test.cpp.
 
 #include <functional>
+#include <locale>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -55,6 +56,7 @@ void show(std::ostream& out, const std::vector<Element>& values);
 template <class... Values>
 std::string shown(const Values&... values) {
   std::ostringstream out;
+  out.imbue(std::locale::classic());
   ((show(out, values), out << " "), ...);
   std::string text = out.str();
   if (!text.empty()) text.pop_back();

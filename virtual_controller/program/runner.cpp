@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <exception>
 #include <iterator>
-#include <sstream>
+#include <string>
 #include <utility>
 
 #include <Eigen/Geometry>
@@ -50,9 +50,7 @@ Runner::Program Runner::load(const std::string& name, int first) const {
     try {
       program.lines.push_back(lineFrom(parsed(line)));
     } catch (const std::exception& problem) {
-      std::ostringstream text;
-      text << "job " << name << ", line " << program.lines.size() + 1 << ": " << problem.what();
-      throw Refusal(text.str());
+      throw Refusal("job " + name + ", line " + std::to_string(program.lines.size() + 1) + ": " + problem.what());
     }
   }
   if (first < 1 || static_cast<std::size_t>(first) > std::max<std::size_t>(1, program.lines.size())) {

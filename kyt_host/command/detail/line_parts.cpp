@@ -28,20 +28,22 @@ PosType positionType(std::string_view name) {
 
 Json::Value constant(Json::Value data) {
   // A motion line has thirty of them, and a copy takes half the time of four insertions.
-  static const Json::Value zero = [] {
+  // Never destroyed: a program may still send one while it ends.
+  static const Json::Value& zero = *new Json::Value([] {
     Json::Value json;
     json["data"_lit] = 0;
     json["secondvalue"_lit] = 0;
     json["value"_lit] = 0;
     json["varname"_lit] = ""_lit;
     return json;
-  }();
+  }());
   Json::Value json = zero;
   json["data"_lit] = std::move(data);
   return json;
 }
 
 void addPosition(Json::Value& object, const double* values, std::size_t count) {
+  if (count == 0) return;
   Json::Value data(Json::arrayValue);
   Json::Value parameters(Json::arrayValue);
   for (const double* const end = values + std::min(count, positionSize); values != end; ++values) {

@@ -18,7 +18,7 @@ inline constexpr std::size_t positionSize = 21;
 /// A parameter that is a constant.
 Json::Value constant(Json::Value data);
 
-/// Puts up to `positionSize` values into "data", and as parameters into "paraVarData".
+/// Puts up to `positionSize` values into "data", and as parameters into "paraVarData"; without values it adds neither.
 void addPosition(Json::Value& object, const double* values, std::size_t count);
 
 /// A local position as job operations send it: "key", "note", "ctype", "data" and "paraVarData".

@@ -9,12 +9,22 @@ namespace {
 
 constexpr int replyTimeLimitMs = 1000;
 
+// The text that goes out; PARAM_ERR when nothing may.
+int write(const Request& request, std::string& text) {
+  try {
+    text = request.text();
+  } catch (const NotFinite&) {
+    return PARAM_ERR;
+  }
+  return text.size() <= frameMaxPayload ? SUCCESS : PARAM_ERR;
+}
+
 int send(SOCKETFD socketFd, Strategy code, const Request& request, int onFailure) {
   return guarded<int>(EXCEPTION, [&]() -> int {
     const ClientManager::Client client(socketFd);
     if (!client) return DISCONNECT;
-    const std::string text = request.text();
-    if (text.size() > frameMaxPayload) return PARAM_ERR;
+    std::string text;
+    if (const int result = write(request, text); result != SUCCESS) return result;
     return client->sendData(static_cast<unsigned int>(code), text) ? SUCCESS : onFailure;
   });
 }
@@ -23,8 +33,8 @@ int exchangeTexts(SOCKETFD socketFd, Strategy code, const Request& request, cons
                   std::string& text) {
   const ClientManager::Client client(socketFd);
   if (!client) return DISCONNECT;
-  const std::string question = request.text();
-  if (question.size() > frameMaxPayload) return PARAM_ERR;
+  std::string question;
+  if (const int result = write(request, question); result != SUCCESS) return result;
   const MessageBaseStrategy* const handler = client->exchange(
       static_cast<unsigned int>(code), question, static_cast<unsigned int>(expected.code), replyTimeLimitMs, text);
   return handler != nullptr && expected.accepts(*handler) ? SUCCESS : RECEIVE_FAILED;
@@ -34,7 +44,7 @@ int exchangeTexts(SOCKETFD socketFd, Strategy code, const Request& request, cons
 
 std::string Request::text() const {
   if (const auto* const written = std::get_if<std::string>(&object_)) return *written;
-  if (const auto* const object = std::get_if<nlohmann::json>(&object_)) return object->dump();
+  if (const auto* const object = std::get_if<nlohmann::json>(&object_)) return writeCompact(*object);
   return writeLine(std::get<Json::Value>(object_));
 }
 
@@ -42,6 +52,13 @@ Request line(std::initializer_list<std::pair<const char*, Json::Value>> members)
   Json::Value object(Json::objectValue);
   for (const auto& [key, value] : members) object[Json::StaticString(key)] = value;
   return Request(std::move(object));
+}
+
+int sendable(const Request& request) {
+  return guarded<int>(EXCEPTION, [&] {
+    std::string text;
+    return write(request, text);
+  });
 }
 
 int command(SOCKETFD socketFd, Strategy code, const Request& request) { return send(socketFd, code, request, SUCCESS); }

@@ -72,16 +72,20 @@ inline ExpectedReply anyReply(Strategy code) {
   return {code, [](const MessageBaseStrategy&) { return true; }};
 }
 
+/// Whether a request can go out at all.
+/// @return SUCCESS; PARAM_ERR when a number in it is not finite, or when it does not fit one frame, which would cost
+///         the controller the frames after it; EXCEPTION when a text in it is not UTF-8
+int sendable(const Request& request);
+
 /// Sends a request to which no reply is awaited.
-/// @return SUCCESS once it has been sent, or the connection has failed to; DISCONNECT; PARAM_ERR when it does not fit
-///         one frame, which would cost the controller the frames after it; EXCEPTION when a text in it is not UTF-8
+/// @return SUCCESS once it has been sent, or the connection has failed to; DISCONNECT; what `sendable` says
 int command(SOCKETFD socketFd, Strategy code, const Request& request);
 
 /// The same for what must not get lost: RECEIVE_FAILED when it could not be handed to the socket.
 int handOver(SOCKETFD socketFd, Strategy code, const Request& request);
 
 /// Sends a request and waits for its reply, which is not read.
-/// @return SUCCESS, DISCONNECT, RECEIVE_FAILED when none comes within a second, PARAM_ERR as above, or EXCEPTION
+/// @return SUCCESS, DISCONNECT, RECEIVE_FAILED when none comes within a second, what `sendable` says, or EXCEPTION
 int query(SOCKETFD socketFd, Strategy code, const Request& request, const ExpectedReply& expected);
 
 using ReadReply = std::function<void(const Json::Value& root)>;

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <iostream>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "kyt_host/command/command_to_json.h"
+#include "kyt_host/communication/detail/diagnostics.h"
 
 // How each kind of program line is built, for the jobs and for the motion queue alike.
 
@@ -59,6 +61,11 @@ inline Line toolOffset(CmdType type, OffsetCommandParam param) {
 
 /// The opening of an if, while or until block.
 inline Line block(CmdType type, Conditions conditions, std::vector<int> logic, LogicGroups logicGroups) {
+  if (!conditions.empty()) {
+    printLine(std::cerr,
+              "The conditions of an if, while or until line do not go to the controller. Use a conditional "
+              "jump instead: job_insert_jump, queue_motion_push_back_jump.");
+  }
   return std::make_unique<ConditionCommand>(type, std::move(conditions), std::move(logic), std::move(logicGroups));
 }
 

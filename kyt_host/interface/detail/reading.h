@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <initializer_list>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -12,6 +13,8 @@
 #include <vector>
 
 #include <json/value.h>
+
+#include "kyt_host/communication/detail/json_text.h"
 
 // How the values of a reply get into the variables of a caller, and a record's members onto the wire.
 //
@@ -68,6 +71,9 @@ const Json::Value* find(const Json::Value& object, const char* key);
 /// Throws when `value` is no array.
 const Json::Value& array(const Json::Value& value);
 
+/// Whether those of the keys that are there have arrays. Throws when `object` is none.
+bool haveArrays(const Json::Value& object, std::initializer_list<const char*> keys);
+
 // Reading one value: into a text or number, a list at the array's own size, a text as its characters, or a record.
 
 template <class Output>
@@ -80,8 +86,10 @@ void readValue(const Json::Value& value, std::vector<Element>& output) {
   output = std::move(elements);
 }
 
+inline void readValue(const Json::Value& value, std::string& output) { output = textOf(value); }
+
 inline void readValue(const Json::Value& value, std::vector<char>& output) {
-  const std::string text = value.asString();
+  const std::string text = textOf(value);
   output.assign(text.begin(), text.end());
 }
 

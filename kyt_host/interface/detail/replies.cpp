@@ -35,13 +35,14 @@ int remoteProgramNum(const Json::Value& root) {
 
 void readAlarms(const Json::Value& root, std::vector<AlarmdIO>& alarms) {
   const Json::Value* const messages = find(root, "msg");
-  if (messages == nullptr || array(*messages).empty()) return;
+  if (messages == nullptr || messages->empty()) return;
+  if (!haveArrays(root, {"msg", "msgType", "enable", "value"})) return;
   const Json::Value* const types = find(root, "msgType");
   const Json::Value* const enables = find(root, "enable");
   const Json::Value* const values = find(root, "value");
   alarms.resize(messages->size());
   for (Json::ArrayIndex i = 0; i < messages->size(); ++i) {
-    alarms[i] = {entry<int>(types, i), entry<int>(values, i), entry<int>(enables, i), (*messages)[i].asString()};
+    alarms[i] = {entry<int>(types, i), entry<int>(values, i), entry<int>(enables, i), textOf((*messages)[i])};
   }
 }
 
@@ -53,29 +54,43 @@ void readRemotePara(const Json::Value& root, int& speed, bool& start, int& time,
 
 void readRemoteFunction(const Json::Value& root, int& num, int& time, RemoteControl& control,
                         std::vector<RemoteProgram>& programs) {
-  all(take(control), take(programs, "program"), take(time, "reserveTrgTime"))(root);
+  all(take(control), take(time, "reserveTrgTime"))(root);
+  listOrNone(programs, "program")(root);
   num = remoteProgramNum(root);
 }
+
+namespace {
+
+void readNumberedTips(const Json::Value& tips, std::vector<RemoteProgram>& outputs) {
+  outputs.resize(olderRemotePrograms);
+  for (std::size_t i = 0; i < outputs.size(); ++i) {
+    const std::string number = std::to_string(i + 1);
+    const Json::Value* const port = find(tips, ("program" + number).c_str());
+    const Json::Value* const value = find(tips, ("program_value" + number).c_str());
+    if (port != nullptr && value != nullptr) outputs[i] = {port->asInt(), value->asInt()};
+  }
+}
+
+void readListedTips(const Json::Value& tips, int num, std::vector<RemoteProgram>& outputs) {
+  if (!haveArrays(tips, {"program", "program_value"})) return;
+  outputs.resize(static_cast<std::size_t>(num));
+  const Json::Value* const ports = find(tips, "program");
+  const Json::Value* const values = find(tips, "program_value");
+  for (Json::ArrayIndex i = 0; i < outputs.size(); ++i) outputs[i] = {entry<int>(ports, i), entry<int>(values, i)};
+}
+
+}  // namespace
 
 void readRemoteTips(const Json::Value& root, int& num, int& outagerecover, int& outagerecoverValue,
                     std::vector<RemoteProgram>& outputs) {
   num = remoteProgramNum(root);
   const Json::Value* const list = find(root, "outPut");
-  if (list == nullptr || array(*list).empty()) return;
+  if (list == nullptr || !list->isArray() || list->empty()) return;
   const Json::Value& tips = (*list)[0];
-  const bool older = num == noRemoteProgramNum;
-  outputs.resize(static_cast<std::size_t>(older ? olderRemotePrograms : num));
-  const Json::Value* const ports = find(tips, "program");
-  const Json::Value* const values = find(tips, "program_value");
-  for (Json::ArrayIndex i = 0; i < outputs.size(); ++i) {
-    if (!older) {
-      outputs[i] = {entry<int>(ports, i), entry<int>(values, i)};
-      continue;
-    }
-    const std::string number = std::to_string(i + 1);
-    const Json::Value* const port = find(tips, ("program" + number).c_str());
-    const Json::Value* const value = find(tips, ("program_value" + number).c_str());
-    if (port != nullptr && value != nullptr) outputs[i] = {port->asInt(), value->asInt()};
+  if (num == noRemoteProgramNum) {
+    readNumberedTips(tips, outputs);
+  } else {
+    readListedTips(tips, num, outputs);
   }
   all(take(outagerecover, "outagerecover"),
       take(outagerecoverValue, "outagerecoverValue", "outagerecover_value"))(tips);
@@ -84,9 +99,9 @@ void readRemoteTips(const Json::Value& root, int& num, int& outagerecover, int& 
 void readRemotePrograms(const Json::Value& root, int& num, std::vector<RemoteProgramSetting>& programs) {
   num = remoteProgramNum(root);
   const Json::Value* const jobs = find(root, "jobFile");
-  if (jobs == nullptr) return;
+  if (jobs == nullptr || !jobs->isArray()) return;
   programs.resize(static_cast<std::size_t>(num == noRemoteProgramNum ? olderRemotePrograms : num));
-  for (Json::ArrayIndex i = 0; i < programs.size() && i < array(*jobs).size(); ++i) readValue((*jobs)[i], programs[i]);
+  for (Json::ArrayIndex i = 0; i < programs.size() && i < jobs->size(); ++i) readValue((*jobs)[i], programs[i]);
 }
 
 void readIoType(const Json::Value& root, IOtype& io) {
@@ -94,10 +109,10 @@ void readIoType(const Json::Value& root, IOtype& io) {
   take(io.num, "num")(root);
   io.type.clear();
   io.io_port_sum.clear();
-  take(io.type, "type")(root);
+  listOrNone(io.type, "type")(root);
   const Json::Value* const boards = find(root, "portNum");
-  if (boards == nullptr) return;
-  for (const Json::Value& board : array(*boards)) {
+  if (boards == nullptr || !boards->isArray()) return;
+  for (const Json::Value& board : *boards) {
     if (!board.isArray()) continue;
     readValue(board, io.io_port_sum.emplace_back());
     auto& ports = io.io_port_sum.back();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <limits>
 #include <string>
 
 #include "kyt_host/interface/detail/record_keys.h"
@@ -31,10 +33,15 @@ inline auto controllerId(char* id) {
 
 // --- positions and motion data ---
 
+/// What stands in the lists of positions and motor data where no reply has overwritten it.
+constexpr int notRead = std::numeric_limits<std::int32_t>::min();
+
 constexpr std::size_t robotAxes = 7;
 constexpr std::size_t externalAxes = 5;
 constexpr std::size_t globalPositionSize = 14;
 constexpr std::size_t globalSyncPositionSize = 21;
+constexpr std::size_t staticSearchSize = 6;
+constexpr std::size_t sensorDataSize = 6;
 
 inline auto position(std::vector<double>& pos) { return take(pos, "pos", "position"); }
 inline auto extraPosition(std::vector<double>& pos) {
@@ -45,7 +52,7 @@ inline auto globalSyncPosition(std::vector<double>& pos) {
   return takeExactly<globalSyncPositionSize>(pos, "posValue");
 }
 /// Whole numbers, whatever the controller sends.
-inline auto staticSearch(std::vector<double>& pos) { return takeExactlyAs<6, int>(pos, "pos"); }
+inline auto staticSearch(std::vector<double>& pos) { return takeExactlyAs<staticSearchSize, int>(pos, "pos"); }
 inline auto transformedCoord(std::vector<double>& pos) { return takeExactly<robotAxes>(pos, "pos"); }
 inline auto singleCycle(std::vector<double>& value) { return take(value, "value"); }
 inline auto motorPayload(std::vector<double>& load, std::vector<double>& loadSync) {
@@ -61,7 +68,7 @@ inline auto lineAndJointSpeed(double& lineVel, std::vector<double>& jointVel, st
   return all(take(lineVel, "actualLineVel"), takeExactly<robotAxes>(jointVel, "axisActualVel"),
              takeExactly<externalAxes>(jointVelSync, "axisActualVelSync"));
 }
-inline auto sensorData(std::vector<int>& data) { return takeExactly<6>(data, "data"); }
+inline auto sensorData(std::vector<int>& data) { return takeExactly<sensorDataSize>(data, "data"); }
 
 void readGlobalVariant(const Json::Value& root, double& value);
 inline auto globalVariant(double& value) { return readAtOnce(readGlobalVariant, value); }
@@ -97,17 +104,31 @@ inline auto feedWireStatus(std::vector<int>& status) { return readAtOnce(readFee
 
 // --- IO and remote control ---
 
+// A controller without an entry for a list may send a null; whatever is no list counts as none, too.
+
+/// A list at its own length.
+template <class Element>
+auto listOrNone(std::vector<Element>& output, const char* key) {
+  const auto read = [key](const Json::Value& root, std::vector<Element>& list) {
+    if (haveArrays(root, {key})) take(list, key)(root);
+  };
+  return readAtOnce(read, output);
+}
+
 constexpr int noRemoteProgramNum = -1;   ///< an older controller: it does not say how many programs it has
 constexpr int olderRemotePrograms = 10;  ///< how many it has
 constexpr int mostRemotePrograms = 99;   ///< of a newer one
 
 /// How many remote programs the controller has.
 int remoteProgramNum(const Json::Value& root);
+inline auto remoteProgramNum(int& num) {
+  return [&num](const Json::Value& root) { num = remoteProgramNum(root); };
+}
 
-/// The array's entry as a number, 0 where the array is missing or too short.
+/// The array's entry, 0 where the array is missing (null) or too short.
 template <class Element>
 Element entry(const Json::Value* list, Json::ArrayIndex i) {
-  return list != nullptr && i < array(*list).size() ? (*list)[i].template as<Element>() : Element{};
+  return list != nullptr && i < list->size() ? (*list)[i].template as<Element>() : Element{};
 }
 
 /// Two lists side by side, both as long as the first.
@@ -116,7 +137,7 @@ auto sideBySide(std::vector<First>& firstOutput, const char* firstKey, std::vect
                 const char* secondKey) {
   const auto read = [=](const Json::Value& root, std::vector<First>& first, std::vector<Second>& second) {
     const Json::Value* const list = find(root, firstKey);
-    if (list == nullptr) return;
+    if (list == nullptr || !haveArrays(root, {firstKey, secondKey})) return;
     readValue(*list, first);
     second.resize(first.size());
     const Json::Value* const other = find(root, secondKey);
@@ -125,8 +146,8 @@ auto sideBySide(std::vector<First>& firstOutput, const char* firstKey, std::vect
   return readAtOnce(read, firstOutput, secondOutput);
 }
 
-inline auto digitalStatus(std::vector<int>& status) { return take(status, "status"); }
-inline auto analogValue(std::vector<double>& value) { return take(value, "value"); }
+inline auto digitalStatus(std::vector<int>& status) { return listOrNone(status, "status"); }
+inline auto analogValue(std::vector<double>& value) { return listOrNone(value, "value"); }
 inline auto forcedInputs(std::vector<int>& port, std::vector<double>& status) {
   return sideBySide(port, "port", status, "status");
 }
