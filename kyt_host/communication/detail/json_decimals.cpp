@@ -22,9 +22,10 @@ bool isOneOf(std::string_view characters, std::string_view text, std::size_t at)
 }
 
 std::size_t afterString(std::string_view text, std::size_t at) {
-  for (++at; at < text.size(); ++at) {
-    if (text[at] == '"') return at + 1;
-    if (text[at] == '\\') ++at;
+  for (std::size_t quote = text.find('"', at + 1); quote != std::string_view::npos; quote = text.find('"', quote + 1)) {
+    const std::size_t last = text.find_last_not_of('\\', quote - 1);  // at the latest the quote that it begins with
+    const bool escaped = (quote - last) % 2 == 0;
+    if (!escaped) return quote + 1;
   }
   return text.size();
 }
