@@ -20,19 +20,26 @@ void stopAtInterpreterEnd(const Work& work) {
   }
 }
 
-/// Set shortly before the interpreter ends. From then on threads that come back from a call stay outside, but for the
-/// one that ends it: daemon threads would not get far, and until 3.11 Python may crash over one that asks too late.
-inline std::atomic<bool> ending{false};
+/// Set when Python code has run for the last time, shortly before the interpreter takes itself apart. From then on
+/// threads that come back from a call stay outside, but for the one that ends it: daemon threads would not get far, and
+/// until 3.11 Python may crash over one that asks too late.
+inline std::atomic<bool> closed{false};
 inline thread_local bool endsInterpreter = false;
-inline std::atomic<int> askingForLock{0};
+inline std::atomic<int> askingForLock{0};  // threads that come back
+
+/// Whether the calling thread may not ask for the interpreter lock any more.
+inline bool staysOutside() { return !endsInterpreter && (closed || Py_IsInitialized() == 0); }
 
 /// While this stands, the calling thread does not hold the interpreter lock.
 class LockReleased {
  public:
-  LockReleased() : state_(PyEval_SaveThread()) {}
+  LockReleased() {
+    if (Py_IsInitialized() == 0) endsInterpreter = true;  // who has the lock now is the one that ends it
+    state_ = PyEval_SaveThread();
+  }
   ~LockReleased() {
     ++askingForLock;
-    if (ending && !endsInterpreter) {
+    if (staysOutside()) {
       --askingForLock;
       for (;;) pause();
     }
@@ -43,7 +50,7 @@ class LockReleased {
   LockReleased& operator=(const LockReleased&) = delete;
 
  private:
-  PyThreadState* state_;
+  PyThreadState* state_ = nullptr;
 };
 
 }  // namespace kyt_py

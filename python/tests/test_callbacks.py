@@ -4,16 +4,23 @@ import json
 import os
 import tempfile
 import threading
+import time
 import unittest
 
 import _kyt_host as kyt
 from support import Peer, start_controller
 
 WAIT = 10  # seconds for what is expected to happen
+MESSAGE = b'{"kind":1,"data":"%s","code":2}'
+KINDS = [
+    (kyt.recv_message, 0x1234),
+    (kyt.set_receive_error_or_warnning_message_callback, kyt.Strategy_ErrorMessage),
+    (kyt.robot_state_callback, kyt.Strategy_RobotState),
+]
 
 
 def ignore(*message):
-    """Takes the place of a callback that is to go: nothing unregisters one."""
+    """Takes the place of a callback that is to go: only disconnecting unregisters one."""
 
 
 class Recorder:
@@ -58,6 +65,47 @@ class Callbacks(unittest.TestCase):
                 second.wait()
             texts = ['{"a":1}', "\udcff\u00e9"]
             self.assertEqual(calls, [(name, *start, text) for text in texts for name in ("first", "second")])
+
+    def test_disconnecting_drops_the_callables_of_the_handle(self):
+        peer = Peer(self)
+        stays = peer.connect()
+        for setter, code in KINDS:
+            kept, dropped, goes = Recorder(), Recorder(), peer.connect()
+            self.register(setter, stays, kept)
+            self.assertEqual(setter(goes, dropped), 0)
+            for times in (1, 2, 3):
+                peer.send(MESSAGE % b"any", code)
+                kept.wait()  # called before the other, which stands behind it
+                if times == 1:
+                    dropped.wait()
+                    self.assertEqual(kyt.disconnect_robot(goes), 0)
+            self.assertEqual((len(kept.calls), len(dropped.calls)), (3, 1), setter)
+
+    def test_nothing_comes_from_a_connection_that_has_been_disconnected(self):
+        peer = Peer(self)
+        robot = peer.connect()
+        for setter, code in KINDS:
+            entered, leave, gone = threading.Event(), threading.Event(), peer.connect()
+            self.addCleanup(leave.set)
+
+            class Slow(Recorder):
+                def __call__(self, *message):
+                    super().__call__(*message)
+                    entered.set()
+                    leave.wait(WAIT)
+
+            slow, other = Slow(), Recorder()
+            self.register(setter, robot, slow)
+            self.assertEqual(setter(gone, other), 0)
+            peer.send(MESSAGE % b"first", code)
+            self.assertTrue(entered.wait(WAIT))
+            peer.send(MESSAGE % b"late", code, -1)
+            time.sleep(0.1)  # it arrives, and waits until the first is through
+            self.assertEqual(kyt.disconnect_robot(gone), 0)
+            leave.set()
+            peer.send(MESSAGE % b"last", code)
+            slow.wait(2)
+            self.assertEqual((len(slow.calls), "late" in str(slow.calls), other.calls), (2, False, []), setter)
 
     def test_each_kind_gets_its_own(self):
         errors, states, restored = Recorder(), Recorder(), Recorder()
