@@ -42,6 +42,18 @@ class Recorder:
                 raise AssertionError(f"the callback has not been called; so far: {self.calls}")
 
 
+class Held(Recorder):
+    """One that does not return until it may leave."""
+
+    def __init__(self):
+        super().__init__()
+        self.leave = threading.Event()
+
+    def __call__(self, *message):
+        super().__call__(*message)
+        self.leave.wait(WAIT)
+
+
 class Callbacks(unittest.TestCase):
     def register(self, setter, robot, callback):
         self.assertEqual(setter(robot, callback), 0)
@@ -85,27 +97,20 @@ class Callbacks(unittest.TestCase):
         peer = Peer(self)
         robot = peer.connect()
         for setter, code in KINDS:
-            entered, leave, gone = threading.Event(), threading.Event(), peer.connect()
-            self.addCleanup(leave.set)
-
-            class Slow(Recorder):
-                def __call__(self, *message):
-                    super().__call__(*message)
-                    entered.set()
-                    leave.wait(WAIT)
-
-            slow, other = Slow(), Recorder()
+            gone, slow, other = peer.connect(), Held(), Recorder()
+            self.addCleanup(slow.leave.set)
             self.register(setter, robot, slow)
             self.assertEqual(setter(gone, other), 0)
             peer.send(MESSAGE % b"first", code)
-            self.assertTrue(entered.wait(WAIT))
+            slow.wait()
             peer.send(MESSAGE % b"late", code, -1)
             time.sleep(0.1)  # it arrives, and waits until the first is through
             self.assertEqual(kyt.disconnect_robot(gone), 0)
-            leave.set()
+            slow.leave.set()
             peer.send(MESSAGE % b"last", code)
-            slow.wait(2)
+            slow.wait()
             self.assertEqual((len(slow.calls), "late" in str(slow.calls), other.calls), (2, False, []), setter)
+            self.assertEqual(setter(robot, ignore), 0)
 
     def test_each_kind_gets_its_own(self):
         errors, states, restored = Recorder(), Recorder(), Recorder()
@@ -152,19 +157,13 @@ class Callbacks(unittest.TestCase):
         self.assertEqual(results.calls[-1][2], 1001)
 
     def test_a_callback_that_takes_its_time_delays_no_reply(self):
-        entered, leave = threading.Event(), threading.Event()
-
-        def slow(code, text):
-            entered.set()
-            leave.wait(WAIT)
-
         _, robot = start_controller(self.addCleanup, "5")
+        slow = Held()
         self.register(kyt.recv_message, robot, slow)
-        self.addCleanup(leave.set)
-        self.assertTrue(entered.wait(WAIT))
+        self.addCleanup(slow.leave.set)
+        slow.wait()
         replies = [kyt.get_speed(robot, 0) for _ in range(20)]
-        self.assertFalse(leave.is_set())
-        self.assertEqual(replies, [[0, 50]] * 20)
+        self.assertEqual((replies, len(slow.calls)), ([[0, 50]] * 20, 1))
 
     def test_the_progress_of_a_file_and_what_its_callback_raises(self):
         host = f"127.6.{os.getpid() // 200 % 200}.{1 + os.getpid() % 200}"  # the port is not ours to choose
