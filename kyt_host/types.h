@@ -14,6 +14,13 @@ enum StatusCode : int {
   TIMEOUT = -6,                ///< reserved for operations that tell a time-out from a missing reply
 };
 
+/// How much a line of diagnostics matters.
+enum DiagnosticsLevel : int {
+  DIAGNOSTICS_INFORMATION = 1,  ///< something has happened that may be expected: a connection is back
+  DIAGNOSTICS_WARNING = 2,      ///< something was put right or left out, and the library goes on
+  DIAGNOSTICS_ERROR = 3,        ///< something that was asked for has failed
+};
+
 /// Type of a position.
 enum class PosType : int { data = 0, PType = 1, E_TYPE = 2, RP_TYPE = 3, AP_TYPE = 4, GPType = 5, GEType = 6 };
 

@@ -6,6 +6,8 @@
 #include "kyt_host/communication/backend_base.h"
 #include "kyt_host/export.h"
 
+class Connection;
+
 /// A connection over TCP.
 ///
 /// Two threads of its own serve it while it is connected: one reads, files every frame with the handler of its code
@@ -37,8 +39,11 @@ class KYT_HOST_API AsioTCPBackend : public BackendBase {
   bool sendPieces(unsigned int code, std::string_view bytes, std::size_t pieceSize) override;
   MessageBaseStrategy* waitingForEither(unsigned int first, unsigned int second, int timeoutMs,
                                         std::string& text) override;
+  void setFreshReplies(bool enable) override;
+  std::shared_ptr<CallbackQueue> callbacks() const override;
+  void beginToClose() override;
+  void abandon() override;
 
  private:
-  class Connection;
   std::shared_ptr<Connection> connection_;  // shared with its threads
 };

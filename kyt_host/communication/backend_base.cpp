@@ -31,6 +31,14 @@ MessageBaseStrategy* BackendBase::waitingForEither(unsigned int first, unsigned 
   return reply;
 }
 
+void BackendBase::setFreshReplies(bool /*enable*/) {}
+
+std::shared_ptr<CallbackQueue> BackendBase::callbacks() const { return nullptr; }
+
+void BackendBase::beginToClose() {}
+
+void BackendBase::abandon() {}
+
 void BackendBase::onMessageReceived(Strategy /*code*/, const std::string& payload) try {
   Json::Value root;
   if (!parseJson(payload, root) || !root.isObject() || !root["reqId"].isUInt64()) return;

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <future>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -11,6 +12,8 @@
 #include "kyt_host/communication/message_base_strategy.h"
 #include "kyt_host/communication/strategy.h"
 #include "kyt_host/export.h"
+
+class CallbackQueue;
 
 /// One connection to a controller, as the operations see it: send a text under a code, wait for the text of a code.
 class KYT_HOST_API BackendBase {
@@ -52,9 +55,11 @@ class KYT_HOST_API BackendBase {
   /// Called with the code and the text of every frame that arrives intact; null switches it off.
   virtual void setCallbackWhenRecv(void (*callback)(int code, const char* text)) = 0;
 
-  /// One request and its reply. Callers that ask for the same reply take turns, so that each gets its own.
+  /// One request and its reply. The request goes out at once; callers that ask for the same reply get what arrives in
+  /// the order in which their requests went.
+  /// @param timeoutMs  milliseconds for the whole, sending included
   /// @param text  receives the text of the reply
-  /// @return the handler of `replyCode`, or null when no reply came within `timeoutMs`
+  /// @return the handler of `replyCode`, or null when the request could not be sent, or no reply came, in time
   virtual MessageBaseStrategy* exchange(unsigned int requestCode, const std::string& payload, unsigned int replyCode,
                                         int timeoutMs, std::string& text);
 
@@ -67,6 +72,18 @@ class KYT_HOST_API BackendBase {
   /// @return its handler, or null when no frame came within `timeoutMs`
   virtual MessageBaseStrategy* waitingForEither(unsigned int first, unsigned int second, int timeoutMs,
                                                 std::string& text);
+
+  /// Whether an `exchange` forgets what had arrived before its request was sent; off at first.
+  virtual void setFreshReplies(bool enable);
+
+  /// What hands messages to the callbacks; null when there is nothing of the kind.
+  virtual std::shared_ptr<CallbackQueue> callbacks() const;
+
+  /// Says goodbye to the peer, and begins to end the connection: `closeConnection` then has less to wait for.
+  virtual void beginToClose();
+
+  /// In the child of a fork: lets go of the connection, which is the parent's, without touching it.
+  virtual void abandon();
 
   /// Fulfils the pending request whose id the text carries under "reqId", if there is one.
   void onMessageReceived(Strategy code, const std::string& payload);

@@ -1,14 +1,17 @@
 #include "kyt_host/communication/communication_manager.h"
 
-#include <chrono>
 #include <exception>
 #include <iostream>
-#include <memory>
 #include <thread>
+#include <vector>
 
+#include "kyt_host/communication/detail/callback_queue.h"
 #include "kyt_host/communication/detail/diagnostics.h"
 
 namespace {
+
+using Deadline = std::chrono::steady_clock::time_point;
+using namespace std::chrono_literals;
 
 // The system has no descriptors, threads or memory left.
 void reportConnectError(const std::exception& exception) {
@@ -19,18 +22,33 @@ void reportConnectError(const std::exception& exception) {
 
 std::array<ClientManager::Slot, ClientManager::maxClients> ClientManager::clients_;
 std::mutex ClientManager::mutex_;
+std::atomic<bool> ClientManager::exiting_{false};
 
 ClientManager& ClientManager::getInstance() {
-  static ClientManager instance;
+  static ClientManager instance;  // a constant to the compiler, and nothing to destroy
   return instance;
 }
 
-ClientManager::ClientManager() {
-  for (int socketFd = 1; socketFd <= maxClients; ++socketFd) freeIds_.push_back(socketFd);
+ClientManager::LeftBehind& ClientManager::leftBehind() {
+  static auto& all = *new LeftBehind;
+  return all;
 }
 
-ClientManager::~ClientManager() {
-  for (int socketFd = 1; socketFd <= maxClients; ++socketFd) removeClient(socketFd);
+// --- handles ---
+
+int ClientManager::FreeIds::take() {
+  if (count_ == 0) return -1;
+  const int socketFd = ids_[first_];
+  first_ = (first_ + 1) % ids_.size();
+  --count_;
+  return socketFd;
+}
+
+bool ClientManager::FreeIds::contains(int socketFd) const {
+  for (std::size_t i = 0; i < count_; ++i) {
+    if (ids_[(first_ + i) % ids_.size()] == socketFd) return true;
+  }
+  return false;
 }
 
 ClientManager::Slot* ClientManager::slot(int socketFd) {
@@ -40,18 +58,19 @@ ClientManager::Slot* ClientManager::slot(int socketFd) {
 
 int ClientManager::getNextSocketID() {
   const std::lock_guard lock(mutex_);
-  if (freeIds_.empty()) return -1;
-  const int socketFd = freeIds_.front();
-  freeIds_.pop_front();
-  return socketFd;
+  return freeIds_.take();
 }
 
 void ClientManager::giveBack(int socketFd) {
   const std::lock_guard lock(mutex_);
-  freeIds_.push_back(socketFd);
+  freeIds_.giveBack(socketFd);
 }
 
+// --- connecting and disconnecting ---
+
 int ClientManager::addClient(const std::string& ip, const std::string& port) {
+  if (exiting_) return -1;
+  watchExit();
   const int socketFd = getNextSocketID();
   if (socketFd == -1) return -1;
   Communication* added = nullptr;
@@ -88,17 +107,46 @@ void ClientManager::remove(int socketFd, Communication* expected) {
   {
     const std::lock_guard lock(mutex_);
     if (expected == nullptr || client.communication != expected) return;
+    leaveBehind(socketFd, expected->backend().callbacks());
     communication.reset(expected);
     client.communication = nullptr;
   }
   communication->backend().closeConnection();  // ends the calls that are in progress
   while (client.users != 0) {
-    std::this_thread::sleep_for(std::chrono::microseconds(50));
+    std::this_thread::sleep_for(50us);
     communication->backend().closeConnection();  // one of them may just have been about to connect
   }
   communication.reset();
   giveBack(socketFd);
 }
+
+void ClientManager::leaveBehind(int socketFd, const std::shared_ptr<CallbackQueue>& callbacks) {
+  LeftBehind& all = leftBehind();
+  for (auto entry = all.begin(); entry != all.end();) entry = entry->second.expired() ? all.erase(entry) : ++entry;
+  if (callbacks != nullptr) all.emplace(socketFd, callbacks);
+}
+
+bool ClientManager::waitForCallbacks(int socketFd, int timeoutMs) {
+  const Deadline deadline =
+      timeoutMs < 0 ? Deadline::max() : std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+  std::vector<std::shared_ptr<CallbackQueue>> all;
+  if (const Client client(socketFd); client.communication() != nullptr) {
+    if (const auto callbacks = client->callbacks()) all.push_back(callbacks);
+  }
+  {
+    const std::lock_guard lock(mutex_);
+    const auto [begin, end] = leftBehind().equal_range(socketFd);
+    for (auto entry = begin; entry != end; ++entry) {
+      if (const auto callbacks = entry->second.lock()) all.push_back(callbacks);
+    }
+  }
+  for (const auto& callbacks : all) {
+    if (!callbacks->awaitQuiet(deadline)) return false;
+  }
+  return true;
+}
+
+// --- looking up ---
 
 BackendBase* ClientManager::getClient(int socketFd) {
   const Client client(socketFd);
@@ -111,11 +159,12 @@ std::deque<std::unique_ptr<Command>>* ClientManager::getQueueMotion(int socketFd
   return queue == nullptr ? nullptr : &queue->lines();
 }
 
-ClientManager::Client::Client(int socketFd) : socketFd_(socketFd), communication_(nullptr) {
+ClientManager::Client::Client(int socketFd) {
   Slot* const client = slot(socketFd);
-  if (client == nullptr) return;
-  ++client->users;
-  communication_ = client->communication;
+  if (client == nullptr || client->communication == nullptr) return;
+  slot_ = client;
+  ++slot_->users;
+  communication_ = slot_->communication;
 }
 
 MotionQueue* ClientManager::Client::queueMotion(int robotNum) const {
@@ -123,5 +172,5 @@ MotionQueue* ClientManager::Client::queueMotion(int robotNum) const {
 }
 
 ClientManager::Client::~Client() {
-  if (Slot* const client = slot(socketFd_)) --client->users;
+  if (slot_ != nullptr) --slot_->users;
 }

@@ -4,6 +4,8 @@
 #include <thread>
 
 #include "kyt_host/communication/communication_manager.h"
+#include "kyt_host/communication/detail/descriptor_limit.h"
+#include "kyt_host/communication/detail/diagnostics.h"
 #include "kyt_host/communication/reply_handlers.h"
 
 namespace {
@@ -27,6 +29,10 @@ int disconnect_robot(SOCKETFD socketFd) {
   return SUCCESS;
 }
 
+int wait_for_callbacks(SOCKETFD socketFd, int timeoutMs) {
+  return ClientManager::getInstance().waitForCallbacks(socketFd, timeoutMs) ? SUCCESS : TIMEOUT;
+}
+
 int get_connection_status(SOCKETFD socketFd) { return ClientManager::Client(socketFd) ? SUCCESS : DISCONNECT; }
 
 int set_reconnect(SOCKETFD socketFd, bool enable) {
@@ -40,6 +46,13 @@ int set_reconnect_callback(SOCKETFD socketFd, void (*callback)()) {
   const ClientManager::Client client(socketFd);
   if (!client) return DISCONNECT;
   client->SetReconnectCallback(callback);
+  return SUCCESS;
+}
+
+int set_fresh_replies(SOCKETFD socketFd, bool enable) {
+  const ClientManager::Client client(socketFd);
+  if (!client) return DISCONNECT;
+  client->setFreshReplies(enable);
   return SUCCESS;
 }
 
@@ -74,6 +87,10 @@ int robot_state_callback(SOCKETFD socketFd, void (*callback)(const char* text)) 
   if (!client) return DISCONNECT;
   return install<RecvRobotState>(*client, Strategy::RobotState, callback) ? SUCCESS : RECEIVE_FAILED;
 }
+
+void set_diagnostics_handler(void (*handler)(int level, const char* line)) { handleDiagnostics(handler); }
+
+void set_descriptor_limit_raising(bool enable) { allowRaisingDescriptorLimit(enable); }
 
 std::string get_library_version() {
   const std::string version = "2.0.4";

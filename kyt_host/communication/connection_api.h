@@ -8,18 +8,30 @@
 // The connection itself. Every function may be called from any thread, and from inside a callback.
 //
 // Callbacks are called on a thread of their connection, one at a time and in the order in which things happened.
-// They may take their time and call any operation; when they fall more than 4 MiB of messages behind, reading pauses.
+// They may take their time and call any operation; when the messages that wait for them occupy more than 4 MiB, reading
+// pauses. Once the process has begun to exit no callback starts any more, while operations answer to the very end. In
+// the child of a fork the parent's handles name no connection; it may connect for itself.
 
 /// Connects to a controller; gives up after 10 seconds.
 /// @param ip    address or host name
 /// @param port  "6001" for the control connection, or what the controller is set to
-/// @return a handle, 1..1000, or -1 when the connection fails or 1000 are in use
+/// @return a handle, 1..1000, or -1 when the connection fails or 1000 are in use; a line of diagnostics says why
 KYT_HOST_API SOCKETFD connect_robot(const std::string& ip, const std::string& port);
 
-/// Disconnects, within a second, whatever is going on: calls in progress on other threads end with -1 or -2, a
-/// callback that is running is waited for, and none starts after this has returned. Also works inside a callback.
+/// Disconnects, within a second, whatever is going on: calls in progress on other threads end with -1 or -2, and no
+/// callback starts after this has returned. A callback that is running is waited for, but no longer than 0.9 seconds:
+/// one that takes more time is left to end by itself, and runs on after this has returned, so what it uses must be kept
+/// until `wait_for_callbacks` says that it has ended. Inside a callback of the connection that one is not waited for.
 /// @return 0, also for an unknown handle
 KYT_HOST_API int disconnect_robot(SOCKETFD socketFd);
+
+/// Waits until no callback of the handle is running and none is due: while connected, until all messages that have
+/// arrived were handed to the callbacks and these have returned; once disconnected, until the callback that
+/// `disconnect_robot` left running has returned, and what it uses may go. Inside a callback of the handle that one is
+/// not waited for.
+/// @param timeoutMs  milliseconds; 0 only looks, a negative number waits without limit
+/// @return 0; -6 when one is still running, or due, after that time
+KYT_HOST_API int wait_for_callbacks(SOCKETFD socketFd, int timeoutMs);
 
 /// @return 0 connected; -2 unknown, or not connected now
 KYT_HOST_API int get_connection_status(SOCKETFD socketFd);
@@ -32,6 +44,13 @@ KYT_HOST_API int set_reconnect(SOCKETFD socketFd, bool enable);
 /// Installs what is called each time a broken connection has been restored; null switches it off.
 /// @return 0, or -2 when not connected
 KYT_HOST_API int set_reconnect_callback(SOCKETFD socketFd, void (*callback)());
+
+/// What becomes of a reply that arrives after its query has given up. Off, as at first, it answers the next query of
+/// its kind, whose own reply then answers the one after that, and so on. On, a query forgets what arrived before it
+/// was sent, so that only a reply that is later still can be mistaken for its own. Replies tell no more than their
+/// code.
+/// @return 0, or -2 when not connected
+KYT_HOST_API int set_fresh_replies(SOCKETFD socketFd, bool enable);
 
 /// Sends one frame. An empty text is sent as {robot:1}.
 /// @param code  command code, 0..65535
@@ -50,6 +69,18 @@ KYT_HOST_API int set_receive_error_or_warnning_message_callback(SOCKETFD socketF
 /// Installs what is called with every robot state that the controller pushes (JSON text).
 /// @return 0; -2 when not connected; -3 when the callback is null; -1 when the connection has no handler for it
 KYT_HOST_API int robot_state_callback(SOCKETFD socketFd, void (*callback)(const char* text));
+
+/// Installs what is called for every line of diagnostics in place of writing it to standard output or standard error;
+/// null brings the streams back. It holds for the whole process, and is called on whichever thread has something to
+/// say, also on several at once. It may call any operation; what it makes the library say goes to the streams.
+/// @param handler  gets a `DiagnosticsLevel` and the line, without a line end, UTF-8
+KYT_HOST_API void set_diagnostics_handler(void (*handler)(int level, const char* line));
+
+/// Whether `connect_robot` may raise the process's soft limit of open descriptors (`ulimit -Sn`, often 1024) when none
+/// is left, as a thousand connections need: by as much as the next connection takes, up to 4096 or the hard limit. On
+/// at first. An application that uses select(), which knows no descriptor beyond 1023, switches it off; connecting then
+/// fails when the limit is reached.
+KYT_HOST_API void set_descriptor_limit_raising(bool enable);
 
 /// @return version, build date and build tag, as in "2.0.4-20260202-1b01ed1"
 KYT_HOST_API std::string get_library_version();

@@ -1,7 +1,5 @@
 #include "kyt_host/communication/message_base_strategy.h"
 
-#include <chrono>
-
 MessageBaseStrategy::MessageBaseStrategy() = default;
 MessageBaseStrategy::~MessageBaseStrategy() = default;
 
@@ -11,18 +9,31 @@ void MessageBaseStrategy::processingData(const std::string& data) {
 }
 
 void MessageBaseStrategy::store(std::string_view data) {
-  bool somebodyWaits = false;
+  unsigned int sleepers = 0;
   MessageBaseStrategy* alsoWakes = nullptr;
   {
     const std::lock_guard lock(mutex_);
     text_.assign(data);
     onStored();
-    received_ = true;
-    somebodyWaits = waiters_ > 0;
+    received_ = !deal(data);
+    sleepers = sleepers_;
     alsoWakes = alsoWakes_;
   }
-  if (somebodyWaits) arrived_.notify_one();  // without the mutex, so that whoever wakes need not wait for it
+  // Without the mutex, so that whoever wakes need not wait for it. Only one of several knows that it is meant.
+  if (sleepers == 1) arrived_.notify_one();
+  if (sleepers > 1) arrived_.notify_all();
   if (alsoWakes != nullptr) alsoWakes->wakeAll();
+}
+
+// Gives a text to the first in the row who has none yet. When all have one, the last of them has not looked yet, and
+// gets the newer text in its place.
+bool MessageBaseStrategy::deal(std::string_view data) {
+  Ticket* receiver = row_;
+  if (receiver == nullptr) return false;
+  while (receiver->served_ && receiver->next_ != nullptr) receiver = receiver->next_;
+  receiver->text_.assign(data);
+  receiver->served_ = true;
+  return true;
 }
 
 void MessageBaseStrategy::callBack(const char* /*data*/) {}
@@ -37,15 +48,43 @@ bool MessageBaseStrategy::received() const {
   return received_;
 }
 
+MessageBaseStrategy::Deadline MessageBaseStrategy::deadlineAfter(int timeoutMs) {
+  return timeoutMs == 0 ? Deadline::max() : std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+}
+
+MessageBaseStrategy::Ticket::Ticket(MessageBaseStrategy& handler, std::string& text, bool fresh)
+    : handler_(handler), text_(text) {
+  const std::lock_guard lock(handler_.mutex_);
+  if (fresh) handler_.received_ = false;
+  Ticket** end = &handler_.row_;
+  while (*end != nullptr) end = &(*end)->next_;
+  *end = this;
+  ++handler_.waiting_;
+  served_ = handler_.consume(text_);
+}
+
+MessageBaseStrategy::Ticket::~Ticket() {
+  const std::lock_guard lock(handler_.mutex_);
+  Ticket** place = &handler_.row_;
+  while (*place != this) place = &(*place)->next_;
+  *place = next_;
+  --handler_.waiting_;
+}
+
+bool MessageBaseStrategy::Ticket::await(Deadline deadline, const std::atomic<bool>& ended) {
+  std::unique_lock lock(handler_.mutex_);
+  if (!served_) handler_.sleepUntil(lock, deadline, [&] { return served_ || ended.load(); });
+  return served_;
+}
+
 bool MessageBaseStrategy::await(int timeoutMs, const std::atomic<bool>& ended, std::string* text) {
-  std::unique_lock lock(mutex_);
-  if (!received_) sleepUntil(lock, timeoutMs, [&] { return received_ || ended.load(); });
-  return consume(text);
+  std::string unwanted;
+  return Ticket(*this, text == nullptr ? unwanted : *text).await(deadlineAfter(timeoutMs), ended);
 }
 
 // The caller sleeps at the second handler; the first one wakes that as well.
 MessageBaseStrategy* MessageBaseStrategy::awaitEither(MessageBaseStrategy& first, MessageBaseStrategy& second,
-                                                      int timeoutMs, const std::atomic<bool>& ended,
+                                                      Deadline deadline, const std::atomic<bool>& ended,
                                                       std::string& text) {
   {
     const std::lock_guard lock(first.mutex_);
@@ -53,31 +92,31 @@ MessageBaseStrategy* MessageBaseStrategy::awaitEither(MessageBaseStrategy& first
   }
   {
     std::unique_lock lock(second.mutex_);
-    second.sleepUntil(lock, timeoutMs, [&] { return second.received_ || first.received() || ended.load(); });
+    second.sleepUntil(lock, deadline, [&] { return second.received_ || first.received() || ended.load(); });
   }
   for (MessageBaseStrategy* const handler : {&first, &second}) {
     const std::lock_guard lock(handler->mutex_);
-    if (handler->consume(&text)) return handler;
+    if (handler->consume(text)) return handler;
   }
   return nullptr;
 }
 
 template <class Done>
-void MessageBaseStrategy::sleepUntil(std::unique_lock<std::mutex>& lock, int timeoutMs, const Done& done) {
-  ++waiters_;
-  if (timeoutMs == 0) {
+void MessageBaseStrategy::sleepUntil(std::unique_lock<std::mutex>& lock, Deadline deadline, const Done& done) {
+  ++sleepers_;
+  if (deadline == Deadline::max()) {
     arrived_.wait(lock, done);
   } else {
-    arrived_.wait_until(lock, std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs), done);
+    arrived_.wait_until(lock, deadline, done);
   }
-  --waiters_;
+  --sleepers_;
 }
 
 // With the mutex held.
-bool MessageBaseStrategy::consume(std::string* text) {
+bool MessageBaseStrategy::consume(std::string& text) {
   if (!received_) return false;
   received_ = false;
-  if (text != nullptr) text->assign(text_);
+  text.assign(text_);
   return true;
 }
 
@@ -86,22 +125,4 @@ void MessageBaseStrategy::wakeAll() {
   arrived_.notify_all();
 }
 
-void MessageBaseStrategy::endWaits() {
-  const std::lock_guard lock(mutex_);  // nobody is between looking at `ended` and going to sleep
-  arrived_.notify_all();
-  if (turnEnded_) turnEnded_->notify_all();
-}
-
-MessageBaseStrategy::Turn::Turn(MessageBaseStrategy& handler) : handler_(handler) {
-  std::unique_lock lock(handler_.mutex_);
-  const std::uint32_t mine = handler_.nextTurn_++;
-  if (mine == handler_.currentTurn_) return;
-  if (!handler_.turnEnded_) handler_.turnEnded_ = std::make_unique<std::condition_variable>();
-  handler_.turnEnded_->wait(lock, [&] { return mine == handler_.currentTurn_; });
-}
-
-MessageBaseStrategy::Turn::~Turn() {
-  const std::lock_guard lock(handler_.mutex_);
-  ++handler_.currentTurn_;
-  if (handler_.turnEnded_) handler_.turnEnded_->notify_all();
-}
+void MessageBaseStrategy::endWaits() { wakeAll(); }

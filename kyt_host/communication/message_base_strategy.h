@@ -1,9 +1,8 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
-#include <cstdint>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -20,15 +19,16 @@ class KYT_HOST_API MessageBaseStrategy {
   MessageBaseStrategy(const MessageBaseStrategy&) = delete;
   MessageBaseStrategy& operator=(const MessageBaseStrategy&) = delete;
 
-  /// Takes in a text that has arrived: stores it, flags it received, wakes one waiter, and calls the handler's own
-  /// callback where it has one. (A connection does the two halves itself, on a thread each: see `store`, `callBack`.)
+  /// Takes in a text that has arrived: stores it, flags it received, wakes the first who waits, and calls the handler's
+  /// own callback where it has one. (A connection does the two halves itself, on a thread each: see `store`,
+  /// `callBack`.)
   virtual void processingData(const std::string& data);
 
   /// The first half of `processingData`: all but the callback.
   virtual void store(std::string_view data);
 
   /// Whether every text counts, even of those that arrive together; otherwise only the last of them is stored.
-  virtual bool wantsEveryText() const { return false; }
+  virtual bool wantsEveryText() const { return waiting_ > 1; }
 
   /// Whether the handler has a callback of its own that is installed.
   virtual bool wantsCallBack() const { return false; }
@@ -40,33 +40,49 @@ class KYT_HOST_API MessageBaseStrategy {
   std::string text() const;
   bool received() const;
 
-  /// Waits until a text is there that no earlier wait has consumed, and consumes it.
-  /// @param timeoutMs  milliseconds; 0 waits without limit
-  /// @param ended      once true, nothing can arrive any more: the wait gives up (see `endWaits`)
-  /// @param text       if given, receives the text that was there when the wait ended
-  /// @return false on time-out, or when `ended`
+  using Deadline = std::chrono::steady_clock::time_point;
+
+  /// When a wait of `timeoutMs` milliseconds ends that begins now; 0 waits without limit.
+  static Deadline deadlineAfter(int timeoutMs);
+
+  /// A place in the row of those who wait for this reply. Each text that arrives goes to the first in the row who has
+  /// none yet; whoever gives up leaves the row.
+  ///
+  /// A text that had arrived before, and that nobody has consumed, goes to whoever comes next.
+  class KYT_HOST_API Ticket {
+   public:
+    /// @param text   receives the text; stays in place as long as the ticket
+    /// @param fresh  forget a text that had arrived before
+    Ticket(MessageBaseStrategy& handler, std::string& text, bool fresh = false);
+    ~Ticket();
+    Ticket(const Ticket&) = delete;
+    Ticket& operator=(const Ticket&) = delete;
+
+    /// Waits for the text.
+    /// @param ended  once true, nothing can arrive any more: the wait gives up (see `endWaits`)
+    /// @return false at the deadline, or when `ended`
+    bool await(Deadline deadline, const std::atomic<bool>& ended);
+
+   private:
+    friend class MessageBaseStrategy;
+
+    MessageBaseStrategy& handler_;
+    std::string& text_;
+    bool served_ = false;
+    Ticket* next_ = nullptr;
+  };
+
+  /// Takes a ticket and waits, milliseconds or, when they are 0, without limit.
+  /// @param text  if given, receives the text
   bool await(int timeoutMs, const std::atomic<bool>& ended, std::string* text = nullptr);
 
   /// Waits for a text of one of two handlers, and consumes it; when both have one, that of `first`.
-  /// @return the handler whose text is now in `text`, or null on time-out or when `ended`
-  static MessageBaseStrategy* awaitEither(MessageBaseStrategy& first, MessageBaseStrategy& second, int timeoutMs,
+  /// @return the handler whose text is now in `text`, or null at the deadline or when `ended`
+  static MessageBaseStrategy* awaitEither(MessageBaseStrategy& first, MessageBaseStrategy& second, Deadline deadline,
                                           const std::atomic<bool>& ended, std::string& text);
 
   /// Makes everybody who waits here look at `ended` again.
   void endWaits();
-
-  /// One caller's turn at asking for this reply. Callers are served in the order in which they came, so that each
-  /// gets the answer to its own request.
-  class KYT_HOST_API Turn {
-   public:
-    explicit Turn(MessageBaseStrategy& handler);
-    ~Turn();
-    Turn(const Turn&) = delete;
-    Turn& operator=(const Turn&) = delete;
-
-   private:
-    MessageBaseStrategy& handler_;
-  };
 
  protected:
   /// Called with the mutex held after a text has been stored: where derived handlers decode it.
@@ -78,15 +94,15 @@ class KYT_HOST_API MessageBaseStrategy {
 
  private:
   template <class Done>
-  void sleepUntil(std::unique_lock<std::mutex>& lock, int timeoutMs, const Done& done);
-  bool consume(std::string* text);
+  void sleepUntil(std::unique_lock<std::mutex>& lock, Deadline deadline, const Done& done);
+  bool consume(std::string& text);
+  bool deal(std::string_view data);
   void wakeAll();
 
   std::condition_variable arrived_;
-  unsigned int waiters_ = 0;
+  unsigned int sleepers_ = 0;
   MessageBaseStrategy* alsoWakes_ = nullptr;  // there somebody waits, or has waited, for a text of either
 
-  std::uint32_t nextTurn_ = 0;
-  std::uint32_t currentTurn_ = 0;
-  std::unique_ptr<std::condition_variable> turnEnded_;  // made when two callers first meet
+  Ticket* row_ = nullptr;  // first come, first served
+  std::atomic<unsigned int> waiting_{0};
 };

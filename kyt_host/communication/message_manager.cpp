@@ -181,6 +181,7 @@ MessageBaseStrategy* MessageManager::addUnlessThere(Strategy code, std::size_t l
 }
 
 void MessageManager::endWaits() {
+  ended_ = true;
   for (const auto& handler : registered_) handler->endWaits();
   const std::lock_guard lock(othersMutex_);
   for (const auto& [code, handler] : others_) handler->endWaits();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <memory>
 #include <mutex>
@@ -37,12 +38,15 @@ class KYT_HOST_API MessageManager {
   /// The handler of a code that has arrived; null when it is unknown and `maxUnknownCodes` are there already.
   MessageBaseStrategy* findOrAddReceived(Strategy code);
 
-  /// Makes everybody who waits in this store look again whether anything can still arrive.
+  /// Nothing can arrive any more, until `reopen`: whoever waits in this store gives up.
   void endWaits();
+  void reopen() { ended_ = false; }
+  const std::atomic<bool>& ended() const { return ended_; }
 
  private:
   MessageBaseStrategy* addUnlessThere(Strategy code, std::size_t limit);
 
+  std::atomic<bool> ended_{false};
   std::vector<std::unique_ptr<MessageBaseStrategy>> registered_;
   mutable std::mutex othersMutex_;
   std::unordered_map<Strategy, std::unique_ptr<MessageBaseStrategy>> others_;

@@ -11,6 +11,9 @@ constexpr std::size_t muchWaiting = 128 * 1024;
 
 constexpr std::size_t smallestBatch = 1024;
 
+// Small batches that wait share memory, up to this much.
+constexpr std::size_t largestShared = 16 * 1024;
+
 // Fresh memory costs more than what is done with it: a stream keeps its own, and most of it is let go when it pauses.
 constexpr std::size_t mostSpares = 64;
 constexpr std::size_t mostSparesWhenIdle = 4;
@@ -21,7 +24,8 @@ constexpr std::size_t largestSpare = 256 * 1024;
 thread_local CallbackQueue* CallbackQueue::runningHere_ = nullptr;
 
 void CallbackQueue::Batch::grow(std::size_t leastCapacity) {
-  capacity_ = std::max({leastCapacity, 2 * capacity_, smallestBatch});
+  const std::size_t headroom = capacity_ < largestShared ? capacity_ : capacity_ / 4;
+  capacity_ = std::max({leastCapacity, capacity_ + headroom, smallestBatch});
   std::unique_ptr<char[]> bytes(new char[capacity_]);
   std::copy(begin(), end(), bytes.get());
   bytes_ = std::move(bytes);
@@ -30,31 +34,46 @@ void CallbackQueue::Batch::grow(std::size_t leastCapacity) {
 void CallbackQueue::publish() {
   if (making_.size() == 0) return;
   if (handOver()) published_.notify_one();  // without the mutex, so that the thread that wakes need not wait for it
-  if (waitingBytes() > muchWaiting) std::this_thread::yield();
+  if (occupiedBytes() > muchWaiting) std::this_thread::yield();
   waitForRoom();
 }
 
 // Whether the delivering thread has to be woken.
 bool CallbackQueue::handOver() {
   const std::lock_guard lock(mutex_);
-  waitingBytes_ += making_.size();
-  batches_.push_back(std::exchange(making_, Batch()));
-  if (!spares_.empty()) {
-    making_ = std::move(spares_.back());
-    spares_.pop_back();
+  if (stopped_) {
+    making_.clear();
+    return false;
+  }
+  if (!batches_.empty() && batches_.back().size() + making_.size() <= largestShared) {
+    Batch& last = batches_.back();
+    occupiedBytes_ -= last.capacity();
+    last.append(making_);
+    occupiedBytes_ += last.capacity();
+    making_.clear();
+  } else {
+    occupiedBytes_ += making_.capacity();
+    batches_.push_back(std::exchange(making_, takeSpare()));
   }
   return std::exchange(idle_, false);
 }
 
-std::size_t CallbackQueue::waitingBytes() {
+CallbackQueue::Batch CallbackQueue::takeSpare() {
+  if (spares_.empty()) return {};
+  Batch spare = std::move(spares_.back());
+  spares_.pop_back();
+  return spare;
+}
+
+std::size_t CallbackQueue::occupiedBytes() {
   const std::lock_guard lock(mutex_);
-  return waitingBytes_;
+  return occupiedBytes_;
 }
 
 void CallbackQueue::waitForRoom() {
   std::unique_lock lock(mutex_);
   readerWaits_ = true;
-  room_.wait(lock, [&] { return waitingBytes_ <= currentBound() || stopped_; });
+  room_.wait(lock, [&] { return occupiedBytes_ <= currentBound() || stopped_; });
   readerWaits_ = false;
 }
 
@@ -68,11 +87,15 @@ void CallbackQueue::run(const Deliver& deliver) {
     }
     Batch batch = std::move(batches_.front());
     batches_.pop_front();
+    delivering_ = true;
     lock.unlock();
     deliverBatch(batch, deliver);
+    if (runningHere_ != this) return;  // this is the child of a fork
     lock.lock();
-    waitingBytes_ -= batch.size();
+    delivering_ = false;
+    occupiedBytes_ -= batch.capacity();
     if (readerWaits_) room_.notify_one();
+    if (batches_.empty() || stopped_) quiet_.notify_all();
     batch.clear();
     if (spares_.size() < mostSpares && batch.capacity() <= largestSpare) spares_.push_back(std::move(batch));
   }
@@ -90,7 +113,7 @@ void CallbackQueue::waitForBatch(std::unique_lock<std::mutex>& lock) {
 }
 
 void CallbackQueue::deliverBatch(const Batch& batch, const Deliver& deliver) {
-  for (const char* at = batch.begin(); at != batch.end() && !stopped_;) {
+  for (const char* at = batch.begin(); at != batch.end() && !stopped_ && runningHere_ == this;) {
     Record record;
     std::memcpy(&record, at, sizeof record);
     deliver(record.event, at + sizeof record);
@@ -103,6 +126,15 @@ void CallbackQueue::stop() {
   stopped_ = true;
   published_.notify_all();
   room_.notify_all();
+  quiet_.notify_all();
+}
+
+bool CallbackQueue::awaitQuiet(std::chrono::steady_clock::time_point deadline) {
+  if (runningHere_ == this) return true;
+  std::unique_lock lock(mutex_);
+  const auto quiet = [this] { return !delivering_ && (batches_.empty() || stopped_); };
+  if (deadline == std::chrono::steady_clock::time_point::max()) return quiet_.wait(lock, quiet), true;
+  return quiet_.wait_until(lock, deadline, quiet);
 }
 
 CallbackQueue::WaitingForReply::WaitingForReply() {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -15,7 +17,7 @@
 /// What one connection's reading thread hands to the thread that calls the user's callbacks.
 ///
 /// The reader adds events and publishes them in batches; the other thread delivers them one at a time, in order.
-/// Nothing is dropped: when more than `bound` bytes wait, publishing blocks, and with it the reading.
+/// Nothing is dropped: when what waits occupies more than `bound` bytes, publishing blocks, and with it the reading.
 class CallbackQueue {
  public:
   static constexpr std::size_t bound = 4 * 1024 * 1024;
@@ -48,8 +50,21 @@ class CallbackQueue {
   /// Delivers events on the calling thread until `stop`.
   void run(const Deliver& deliver);
 
-  /// Ends `run` after the event being delivered, and any `publish` that blocks.
+  /// Ends `run` after the event being delivered, and any `publish` that blocks. What is added from then on is dropped.
   void stop();
+
+  bool stopped() const { return stopped_; }
+
+  /// Waits until nothing is being delivered, and nothing waits for it. On the thread that is in `run` that is taken to
+  /// be so.
+  /// @return false when it is not so by `deadline`
+  bool awaitQuiet(std::chrono::steady_clock::time_point deadline);
+
+  /// The queue whose events the calling thread delivers, or null.
+  static CallbackQueue* runningHere() { return runningHere_; }
+
+  /// In the child of a fork, where the thread that is in `run` may be the only one: it leaves without looking back.
+  static void leaveAfterFork() { runningHere_ = nullptr; }
 
   /// Stands while the calling thread waits for a reply. Only matters on a thread that is in `run`.
   class WaitingForReply {
@@ -75,6 +90,7 @@ class CallbackQueue {
     std::size_t size() const { return size_; }
     std::size_t capacity() const { return capacity_; }
     void clear() { size_ = 0; }
+    void append(const Batch& other) { std::copy(other.begin(), other.end(), extend(other.size())); }
 
     /// Room for `count` bytes more, for the caller to write.
     char* extend(std::size_t count) {
@@ -92,7 +108,8 @@ class CallbackQueue {
   };
 
   bool handOver();
-  std::size_t waitingBytes();
+  Batch takeSpare();
+  std::size_t occupiedBytes();
   void waitForRoom();
   void waitForBatch(std::unique_lock<std::mutex>& lock);
   void deliverBatch(const Batch& batch, const Deliver& deliver);
@@ -103,9 +120,11 @@ class CallbackQueue {
   std::mutex mutex_;
   std::condition_variable published_;
   std::condition_variable room_;
+  std::condition_variable quiet_;
   std::deque<Batch> batches_;
-  std::vector<Batch> spares_;  // the memory of batches that have been delivered
-  std::size_t waitingBytes_ = 0;
+  std::vector<Batch> spares_;      // the memory of batches that have been delivered
+  std::size_t occupiedBytes_ = 0;  // by what waits, and by what is being delivered
+  bool delivering_ = false;
   bool idle_ = false;         // the delivering thread sleeps
   bool readerWaits_ = false;  // for room
   bool callbackWaits_ = false;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -17,14 +17,17 @@ class Session : public std::enable_shared_from_this<Session> {
  public:
   StopSignal signal;
   CallbackQueue callbacks;
-  std::atomic<bool> reading{true};     ///< the reading thread has not ended
-  std::atomic<bool> lingering{false};  ///< stopped, but what arrives is still read, and thrown away
 
-  /// Runs `work` on a thread of its own, which leaves all signals to the application's threads. Throws when the system
-  /// has no threads left.
+  /// Runs `work` on a thread of its own. Throws when the system has no threads left.
   void start(std::function<void()> work);
 
   void stop();
+
+  /// The reading thread: nothing is read any more.
+  void endReading();
+
+  /// Whether that was so before `deadline`.
+  bool awaitEndOfReading(std::chrono::steady_clock::time_point deadline);
 
   /// After `stop`: waits for the threads, but neither for the calling one nor longer than 0.9 seconds.
   /// @return whether all threads but the calling one have ended
@@ -35,6 +38,7 @@ class Session : public std::enable_shared_from_this<Session> {
 
   std::vector<std::thread> threads_;
   std::mutex mutex_;
-  std::condition_variable threadEnded_;
+  std::condition_variable progress_;
   int running_ = 0;
+  bool reading_ = true;
 };

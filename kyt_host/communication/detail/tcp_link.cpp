@@ -1,49 +1,35 @@
 #include "kyt_host/communication/detail/tcp_link.h"
 
+#include <algorithm>
+#include <cerrno>
+
 #include <netinet/tcp.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <asio/connect.hpp>
 #include <asio/error.hpp>
 #include <asio/io_context.hpp>
-#include <asio/write.hpp>
+#include <asio/ip/tcp.hpp>
 #include <fcntl.h>
+#include <poll.h>
+
+#include "kyt_host/communication/detail/descriptor_limit.h"
 
 using asio::ip::tcp;
+using namespace std::chrono_literals;
 
 namespace {
 
-// All sockets live in one event loop that nobody runs: their operations block, and a loop of their own would cost
-// each connection three more descriptors. Never destroyed, since sockets may outlive the static objects.
-asio::io_context& blockingContext() {
-  static auto& context = *new asio::io_context;
-  return context;
-}
+std::error_code lastError() { return {errno, asio::error::get_system_category()}; }
 
-// The usual soft limit, 1024, is for programs that use select(); a thousand connections need a little more.
-bool raiseDescriptorLimit() {
-  rlimit limit{};
-  if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= limit.rlim_max) return false;
-  constexpr rlim_t enough = 4096;
-  if (limit.rlim_cur >= enough) return false;
-  limit.rlim_cur = std::min(limit.rlim_max, enough);
-  return setrlimit(RLIMIT_NOFILE, &limit) == 0;
-}
-
-// The first socket brings the event loop's own descriptors along.
-tcp::socket unopenedSocket() {
-  try {
-    return tcp::socket(blockingContext());
-  } catch (const std::system_error& failure) {
-    if (failure.code() != asio::error::no_descriptors || !raiseDescriptorLimit()) throw;
-    return tcp::socket(blockingContext());
-  }
-}
-
-void setTcpOption(tcp::socket& socket, int option, std::chrono::milliseconds::rep value) {
+void setTcpOption(int socket, int option, std::chrono::milliseconds::rep value) {
   const int number = static_cast<int>(value);
-  ::setsockopt(socket.native_handle(), IPPROTO_TCP, option, &number, sizeof number);
+  ::setsockopt(socket, IPPROTO_TCP, option, &number, sizeof number);
+}
+
+void setUserTimeout(int socket, std::chrono::milliseconds time) {
+  setTcpOption(socket, TCP_USER_TIMEOUT, time.count());
 }
 
 void setOptions(tcp::socket& socket) {
@@ -52,11 +38,12 @@ void setOptions(tcp::socket& socket) {
   socket.set_option(asio::socket_base::keep_alive(true), ignored);
   constexpr int probes = 3;
   constexpr int secondsBetweenProbes = 2;
-  setTcpOption(socket, TCP_KEEPIDLE, TcpLink::peerGoneTimeLimit.count() - probes * secondsBetweenProbes);
-  setTcpOption(socket, TCP_KEEPINTVL, secondsBetweenProbes);
-  setTcpOption(socket, TCP_KEEPCNT, probes);
-  ::fcntl(socket.native_handle(), F_SETFD, FD_CLOEXEC);  // programs that the application starts do not inherit it
-  setTcpOption(socket, TCP_USER_TIMEOUT, std::chrono::milliseconds(TcpLink::peerGoneTimeLimit).count());
+  const int number = socket.native_handle();
+  setTcpOption(number, TCP_KEEPIDLE, TcpLink::peerGoneTimeLimit.count() - probes * secondsBetweenProbes);
+  setTcpOption(number, TCP_KEEPINTVL, secondsBetweenProbes);
+  setTcpOption(number, TCP_KEEPCNT, probes);
+  setUserTimeout(number, TcpLink::peerGoneTimeLimit);
+  ::fcntl(number, F_SETFD, FD_CLOEXEC);  // programs that the application starts do not inherit it
 }
 
 // A port that nobody listens on may be the very one that the system picked for this end.
@@ -65,83 +52,154 @@ bool connectedToItself(const tcp::socket& socket) {
   return socket.local_endpoint(error) == socket.remote_endpoint(error) && !error;
 }
 
-// One attempt, in an event loop of its own, so that it ends after the time limit and when `signal` stops.
-tcp::socket tryToConnect(const std::string& ip, const std::string& port, StopSignal& signal, std::error_code& error) {
-  tcp::socket kept = unopenedSocket();
+// One attempt, in an event loop of its own, so that it ends after the time limit and when `signal` stops. -1 on error.
+int tryToConnect(const std::string& ip, const std::string& port, StopSignal& signal, std::error_code& error) {
   try {
     asio::io_context loop(1);
     const StopSignal::Guard guard(signal, loop);
     tcp::socket socket(loop);
     const auto endpoints = tcp::resolver(loop).resolve(tcp::v4(), ip, port, error);
     if (!error) socket.open(tcp::v4(), error);  // connecting would not say that no descriptor is left
-    if (error) return kept;
+    if (error) return -1;
 
     error = asio::error::timed_out;
     asio::async_connect(socket, endpoints, [&](std::error_code result, const tcp::endpoint&) { error = result; });
     loop.run_for(TcpLink::connectTimeLimit);
     if (signal.stopped()) error = asio::error::operation_aborted;
     if (!error && connectedToItself(socket)) error = asio::error::connection_refused;
-    if (error) return kept;
+    if (error) return -1;
 
     setOptions(socket);
     socket.native_non_blocking(false, error);
-    if (!error) kept.assign(tcp::v4(), socket.release(), error);
+    return error ? -1 : socket.release();
   } catch (const std::system_error& failure) {  // no descriptor for the event loop
     error = failure.code();
+    return -1;
   }
-  return kept;
 }
 
 }  // namespace
 
-TcpLink::TcpLink() : socket_(unopenedSocket()) {}
+TcpLink::~TcpLink() { close(); }
 
 std::error_code TcpLink::connect(const std::string& ip, const std::string& port, StopSignal& signal) {
   std::error_code error;
-  tcp::socket socket = tryToConnect(ip, port, signal, error);
-  if (error == asio::error::no_descriptors && raiseDescriptorLimit()) socket = tryToConnect(ip, port, signal, error);
+  int socket = tryToConnect(ip, port, signal, error);
+  while (error == asio::error::no_descriptors && raiseDescriptorLimit()) socket = tryToConnect(ip, port, signal, error);
   if (error) return error;
 
   shutdown();  // a writer that is stuck on the broken socket lets go of it
   const std::lock_guard writing(writeMutex_);
   const std::lock_guard lock(socketMutex_);
-  if (signal.stopped()) return asio::error::operation_aborted;
-  socket_ = std::move(socket);
+  if (signal.stopped()) {
+    ::close(socket);
+    return asio::error::operation_aborted;
+  }
+  const int old = socket_.exchange(socket);
+  if (old >= 0) ::close(old);
+  unfinished_.clear();
+  waitingSince_ = {};
   return error;
 }
 
-std::error_code TcpLink::write(const std::string& bytes) {
-  const std::lock_guard writing(writeMutex_);
-  std::error_code error;
-  std::size_t written = 0;
-  do {
-    written += asio::write(socket_, asio::buffer(bytes) + written, error);
-  } while (error == asio::error::interrupted);
+TcpLink::Writer::Writer(TcpLink& link, Deadline deadline)
+    : link_(link), deadline_(deadline), turn_(link.writeMutex_, std::defer_lock) {
+  if (deadline == noDeadline) {
+    turn_.lock();
+  } else if (!turn_.try_lock()) {
+    static_cast<void>(turn_.try_lock_until(deadline));
+  }
+}
+
+std::error_code TcpLink::Writer::write(std::string_view bytes) {
+  if (!turn_.owns_lock()) return asio::error::timed_out;
+  if (!link_.unfinished_.empty()) {
+    std::string_view rest = link_.unfinished_;
+    const std::error_code error = link_.send(rest, deadline_);
+    link_.unfinished_.erase(0, link_.unfinished_.size() - rest.size());
+    if (error) return error;
+  }
+  const std::size_t whole = bytes.size();
+  const std::error_code error = link_.send(bytes, deadline_);
+  if (error == asio::error::timed_out && bytes.size() < whole) link_.unfinished_ = bytes;
   return error;
+}
+
+// Takes what it sends off the front of `bytes`.
+std::error_code TcpLink::send(std::string_view& bytes, Deadline deadline) {
+  while (!bytes.empty()) {
+    const ssize_t count = ::send(socket_, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (count >= 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(count));
+      if (waitingSince_ != Deadline()) {
+        waitingSince_ = {};
+        setUserTimeout(socket_, peerGoneTimeLimit);
+      }
+      continue;
+    }
+    if (errno == EINTR) continue;
+    if (errno != EAGAIN) return lastError();
+    if (const std::error_code error = waitForRoom(deadline)) return error;
+  }
+  return {};
+}
+
+// A peer that takes nothing in is waited for as long as its system answers, as one does whose program stands in a
+// debugger. TCP would ask a full peer ever more seldom, and give it up after its user timeout, alive or not. So that is
+// put off, a little at a time, which makes it ask that often; and not any more once no answer has come for a while.
+std::error_code TcpLink::waitForRoom(Deadline deadline) {
+  constexpr std::chrono::milliseconds betweenLooks = 1s;
+  constexpr std::chrono::milliseconds betweenQuestions = 3 * betweenLooks;
+  const auto now = std::chrono::steady_clock::now();
+  if (now >= deadline) return asio::error::timed_out;
+  if (waitingSince_ == Deadline()) waitingSince_ = now;
+
+  tcp_info info{};
+  socklen_t size = sizeof info;
+  const bool known = ::getsockopt(socket_, IPPROTO_TCP, TCP_INFO, &info, &size) == 0;
+  if (known && std::chrono::milliseconds(info.tcpi_last_ack_recv) < peerGoneTimeLimit - betweenQuestions)
+    bePatient(betweenQuestions);
+
+  const auto left =
+      std::chrono::ceil<std::chrono::milliseconds>(std::min<Deadline::duration>(deadline - now, betweenLooks));
+  pollfd wait{socket_, POLLOUT, 0};
+  ::poll(&wait, 1, static_cast<int>(left.count()));
+  if (std::chrono::steady_clock::now() >= deadline) bePatient(peerGoneTimeLimit);  // nobody looks any more
+  return {};
+}
+
+void TcpLink::bePatient(std::chrono::milliseconds time) {
+  const auto waited = std::chrono::steady_clock::now() - waitingSince_;
+  setUserTimeout(socket_, std::chrono::duration_cast<std::chrono::milliseconds>(waited) + time);
 }
 
 std::size_t TcpLink::read(char* bytes, std::size_t size, std::error_code& error) {
-  std::size_t count = 0;
-  do {
-    count = socket_.read_some(asio::buffer(bytes, size), error);
-  } while (error == asio::error::interrupted);
-  return count;
+  for (;;) {
+    const ssize_t count = ::recv(socket_, bytes, size, 0);
+    if (count >= 0) return static_cast<std::size_t>(count);
+    if (errno == EINTR) continue;
+    error = lastError();
+    return 0;
+  }
 }
 
-void TcpLink::endWriting() { shutdown(tcp::socket::shutdown_send); }
+void TcpLink::endWriting() { shutdown(SHUT_WR); }
 
-void TcpLink::shutdown() { shutdown(tcp::socket::shutdown_both); }
+void TcpLink::shutdown() { shutdown(SHUT_RDWR); }
 
-void TcpLink::shutdown(tcp::socket::shutdown_type what) {
+void TcpLink::shutdown(int what) {
   const std::lock_guard lock(socketMutex_);
-  std::error_code ignored;  // not connected: nothing to end
-  socket_.shutdown(what, ignored);
+  ::shutdown(socket_, what);  // not connected: nothing to end
 }
 
 void TcpLink::close() {
   shutdown();
   const std::lock_guard writing(writeMutex_);
   const std::lock_guard lock(socketMutex_);
-  std::error_code ignored;
-  socket_.close(ignored);
+  abandon();
+}
+
+void TcpLink::abandon() {
+  const int socket = socket_.exchange(-1);
+  if (socket >= 0) ::close(socket);
 }

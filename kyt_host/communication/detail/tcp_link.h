@@ -1,34 +1,55 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <system_error>
-
-#include <asio/ip/tcp.hpp>
 
 #include "kyt_host/communication/detail/stop_signal.h"
 
 /// The TCP socket of one connection, and the one descriptor that it costs.
 ///
 /// One thread reads, any thread writes, any thread shuts down; the reading thread replaces a broken socket by a new
-/// one. Reads and writes block, and are ended by `shutdown`.
+/// one. Reads block until something comes or `shutdown` ends them.
 class TcpLink {
  public:
   static constexpr std::chrono::seconds connectTimeLimit{10};
   /// A peer that is silently gone is noticed within this time, idle or not.
   static constexpr std::chrono::seconds peerGoneTimeLimit{10};
 
-  TcpLink();
+  using Deadline = std::chrono::steady_clock::time_point;
+  static constexpr Deadline noDeadline = Deadline::max();
+
+  TcpLink() = default;
+  ~TcpLink();
+  TcpLink(const TcpLink&) = delete;
+  TcpLink& operator=(const TcpLink&) = delete;
 
   /// Connects a new socket, and puts it in place of the old one unless `signal` has stopped by then.
   std::error_code connect(const std::string& ip, const std::string& port, StopSignal& signal);
 
-  /// Writes all bytes; the writes of several threads never interleave.
-  std::error_code write(const std::string& bytes);
+  /// The right to write, which one thread has at a time: frames never interleave, and what one thread does between
+  /// taking the right and writing happens in the order of the frames.
+  class Writer {
+   public:
+    /// Waits for its turn until `deadline`, which then holds for writing, too.
+    Writer(TcpLink& link, Deadline deadline);
+    explicit operator bool() const { return turn_.owns_lock(); }
 
-  /// Reads what has arrived, at most `size` bytes; waits until something has.
+    /// Writes all bytes, or says why not: `timed_out` at the deadline. The rest of a frame that had been begun by then
+    /// goes out before whatever is written next.
+    std::error_code write(std::string_view bytes);
+
+   private:
+    TcpLink& link_;
+    Deadline deadline_;
+    std::unique_lock<std::timed_mutex> turn_;
+  };
+
+  /// Reads what has arrived, at most `size` bytes; waits until something has. 0: the peer has closed.
   std::size_t read(char* bytes, std::size_t size, std::error_code& error);
 
   /// Says goodbye: what has been written still arrives, and reading goes on.
@@ -40,10 +61,20 @@ class TcpLink {
   /// Once nobody reads any more.
   void close();
 
- private:
-  void shutdown(asio::ip::tcp::socket::shutdown_type what);
+  /// In the child of a fork: lets go of the socket, which is the parent's, whatever the parent's threads were doing.
+  void abandon();
 
-  std::mutex writeMutex_;   // one frame after the other
-  std::mutex socketMutex_;  // held, with the writeMutex_, to replace the socket, and alone to shut it down
-  asio::ip::tcp::socket socket_;
+ private:
+  std::error_code send(std::string_view& bytes, Deadline deadline);
+  std::error_code waitForRoom(Deadline deadline);
+  void bePatient(std::chrono::milliseconds time);
+  void shutdown(int what);
+
+  std::timed_mutex writeMutex_;  // one frame after the other
+  std::mutex socketMutex_;       // held, with the writeMutex_, to replace the socket, and alone to shut it down
+  std::atomic<int> socket_{-1};
+
+  // The writers' alone.
+  std::string unfinished_;   // the rest of a frame whose writer had no time left
+  Deadline waitingSince_{};  // for the peer to take something in; unset while it does
 };

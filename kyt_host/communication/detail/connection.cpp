@@ -1,0 +1,335 @@
+#include "kyt_host/communication/detail/connection.h"
+
+#include <algorithm>
+#include <iostream>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include <unistd.h>
+
+#include <asio/error.hpp>
+
+#include "kyt_host/communication/detail/append_frame.h"
+#include "kyt_host/communication/detail/frame_buffer.h"
+#include "kyt_host/communication/detail/guarded.h"
+#include "kyt_host/communication/wire_frame.h"
+
+namespace {
+
+constexpr std::chrono::seconds reconnectPause{5};
+constexpr std::chrono::milliseconds lastCommandTime{100};
+constexpr std::chrono::seconds commandTimeLimit{1};
+constexpr std::string_view filePort = "5000";
+
+// Name look-up would take such a number modulo 65536.
+bool isNumberButNoPort(const std::string& port) {
+  constexpr std::size_t mostDigits = 5;
+  constexpr int highest = 65535;
+  if (port.empty() || port.find_first_not_of("0123456789") != std::string::npos) return false;
+  const std::size_t leadingZeros = std::min(port.find_first_not_of('0'), port.size());
+  if (port.size() - leadingZeros > mostDigits) return true;
+  const int number = std::stoi(port);
+  return number < 1 || number > highest;
+}
+
+}  // namespace
+
+Connection::Connection(BackendBase& owner, std::string address, std::string portText)
+    : ip(std::move(address)), port(std::move(portText)), owner_(owner) {}
+
+std::shared_ptr<Session> Connection::session() const {
+  const std::lock_guard lock(mutex_);
+  return session_;
+}
+
+void Connection::setSession(std::shared_ptr<Session> session) {
+  const std::lock_guard lock(mutex_);
+  session_ = std::move(session);
+}
+
+std::shared_ptr<CallbackQueue> Connection::callbacks() const {
+  const auto session = this->session();
+  return session == nullptr ? nullptr : std::shared_ptr<CallbackQueue>(session, &session->callbacks);
+}
+
+class Connection::Changing {
+ public:
+  /// @param endAttempt  whether an attempt to connect that is going on has to give way
+  Changing(Connection& connection, bool endAttempt) : connection_(connection) {
+    std::unique_lock lock(connection.mutex_);
+    while (connection.changing_) {
+      if (endAttempt && connection.session_ != nullptr) connection.session_->signal.stop();
+      connection.changed_.wait(lock);
+    }
+    connection.changing_ = true;
+  }
+  ~Changing() {
+    const std::lock_guard lock(connection_.mutex_);
+    connection_.changing_ = false;
+    connection_.changed_.notify_all();
+  }
+  Changing(const Changing&) = delete;
+  Changing& operator=(const Changing&) = delete;
+
+ private:
+  Connection& connection_;
+};
+
+// --- opening ---
+
+bool Connection::open() {
+  std::string reason;
+  {
+    const Changing changing(*this, false);
+    const auto session = beginSession();
+    if (connect(*session, reason)) {
+      setSession(nullptr);
+    } else {
+      store.reopen();
+      state_ = State::Connected;
+      startThreads(session);
+    }
+  }
+  if (!reason.empty()) printLine(std::cerr, "Connect error: " + reason);
+  return reason.empty();
+}
+
+// There before connecting, so that `close` can end the attempt.
+std::shared_ptr<Session> Connection::beginSession() {
+  const std::lock_guard lock(mutex_);
+  if (session_ != nullptr) throw std::system_error(asio::error::already_open);
+  session_ = std::make_shared<Session>();
+  process_ = ::getpid();
+  return session_;
+}
+
+std::error_code Connection::connect(Session& session, std::string& reason) {
+  const bool noPort = isNumberButNoPort(port);
+  const std::error_code error = noPort ? asio::error::invalid_argument : link_.connect(ip, port, session.signal);
+  if (error) reason = (noPort ? port + " is not a port, 1..65535" : error.message()) + " (" + target() + ")";
+  return error;
+}
+
+void Connection::startThreads(const std::shared_ptr<Session>& session) try {
+  const auto self = shared_from_this();
+  session->start([self, session] { self->read(*session); });
+  session->start([self, session] {
+    session->callbacks.run([&](const auto& event, const char* text) { self->callBack(*session, event, text); });
+  });
+} catch (...) {  // the system has no threads left
+  state_ = State::Closed;
+  session->stop();
+  link_.shutdown();
+  session->join();
+  link_.close();
+  setSession(nullptr);
+  throw;
+}
+
+// --- sending ---
+
+// What is sent goes out in the order in which `onTurn` is called.
+template <class MakeFrames, class OnTurn>
+bool Connection::write(Deadline deadline, const MakeFrames& makeFrames, const OnTurn& onTurn) {
+  try {
+    const auto& frames = makeFrames();
+    TcpLink::Writer writer(link_, deadline);
+    if (writer) onTurn();
+    const std::error_code error = writer.write(frames);
+    lastSent_ = std::chrono::steady_clock::now();
+    if (!error) return true;
+    sendFailure_.say(std::cerr, "Error sending message to " + target() + ". Exception: " + error.message());
+  } catch (const std::exception& exception) {
+    sendFailure_.say(std::cerr, std::string("Error sending message: ") + exception.what());
+  }
+  return false;
+}
+
+bool Connection::send(unsigned int code, const std::string& payload) {
+  return write(
+      std::chrono::steady_clock::now() + commandTimeLimit,
+      [&] { return assemblySendMessage(static_cast<Strategy>(code), payload); }, [] {});
+}
+
+// However long the peer takes: these are files.
+bool Connection::sendPieces(unsigned int code, std::string_view bytes, std::size_t pieceSize) {
+  const auto frames = [&] {
+    std::string all;
+    all.reserve(bytes.size() + (bytes.size() / pieceSize + 1) * (frameHeaderSize + frameCrcSize));
+    for (; !bytes.empty(); bytes.remove_prefix(std::min(pieceSize, bytes.size())))
+      appendFrame(all, static_cast<Strategy>(code), bytes.substr(0, pieceSize));
+    return all;
+  };
+  return write(TcpLink::noDeadline, frames, [] {});
+}
+
+MessageBaseStrategy* Connection::exchange(unsigned int requestCode, const std::string& payload, unsigned int replyCode,
+                                          Deadline deadline, std::string& text) {
+  MessageBaseStrategy* const handler = store.findOrAdd(static_cast<Strategy>(replyCode));
+  const CallbackQueue::WaitingForReply waiting;
+  if (store.ended()) return nullptr;
+  std::optional<MessageBaseStrategy::Ticket> ticket;
+  const bool sent = write(
+      deadline, [&] { return assemblySendMessage(static_cast<Strategy>(requestCode), payload); },
+      [&] { ticket.emplace(*handler, text, freshReplies); });
+  return sent && ticket->await(deadline, store.ended()) ? handler : nullptr;
+}
+
+// --- receiving ---
+
+MessageBaseStrategy* Connection::await(unsigned int code, int timeoutMs) {
+  MessageBaseStrategy* const handler = store.findOrAdd(static_cast<Strategy>(code));
+  const CallbackQueue::WaitingForReply waiting;
+  return handler->await(timeoutMs, store.ended()) ? handler : nullptr;
+}
+
+MessageBaseStrategy* Connection::awaitEither(unsigned int first, unsigned int second, Deadline deadline,
+                                             std::string& text) {
+  const CallbackQueue::WaitingForReply waiting;
+  return MessageBaseStrategy::awaitEither(*store.findOrAdd(static_cast<Strategy>(first)),
+                                          *store.findOrAdd(static_cast<Strategy>(second)), deadline, store.ended(),
+                                          text);
+}
+
+// The reading thread, from the connection to its end.
+void Connection::read(Session& session) {
+  try {
+    bool restored = false;
+    do {
+      const bool heard = receive(session);
+      if (session.signal.stopped()) break;
+      state_ = State::Broken;
+      if (port == filePort) break;
+      printLine(std::cerr, "Service IP = " + ip + ". Connect break.");
+      // A peer that accepts only to close again is not called back at once, over and over.
+      if (restored && !heard) session.signal.sleepFor(reconnectPause);
+      restored = restore(session);
+    } while (restored);
+  } catch (const std::exception& exception) {  // the system has no memory left
+    printLine(std::cerr, "Service IP = " + ip + ". Reading ends: " + exception.what());
+    state_ = State::Broken;
+  }
+  if (!session.signal.stopped()) store.endWaits();
+  session.endReading();
+}
+
+// Takes frames until the connection breaks: one read for all that has arrived. Whether anything has. Once stopped, what
+// still comes is thrown away.
+bool Connection::receive(Session& session) {
+  bool heard = false;
+  FrameBuffer buffer;
+  FrameFiler filer(owner_, store, session.callbacks, receiveCallback);
+  for (;;) {
+    std::error_code error;
+    const std::size_t count = link_.read(buffer.space(), buffer.spaceLeft(), error);
+    if (error || count == 0) return heard;
+    if (session.signal.stopped()) {
+      buffer.clear();
+      continue;
+    }
+    heard = true;
+    buffer.filled(count);
+    filer.beginRead(buffer.waiting());
+    for (Frame frame; !session.signal.stopped() && buffer.next(frame);) {
+      if (frame.intact()) filer.take(frame);
+    }
+    filer.finishRead();
+  }
+}
+
+// Restores a broken connection, however long that takes. False when it is not to be, or closed meanwhile.
+bool Connection::restore(Session& session) {
+  while (reconnect && !session.signal.stopped()) {
+    std::string reason;
+    const std::error_code error = connect(session, reason);
+    if (session.signal.stopped()) return false;
+    if (!error) {
+      sendFailure_.over(std::cerr);
+      printLine(std::cout, "Service IP = " + ip + ". Successfully reconnected.");
+      state_ = State::Connected;
+      session.callbacks.add({0, false, false, true}, {});
+      session.callbacks.publish();
+      return true;
+    }
+    printLine(std::cerr, "Connect error: " + reason);
+    printLine(std::cout, "Attempt to reconnect IP=" + ip + " ...");
+    session.signal.sleepFor(reconnectPause);
+  }
+  return false;
+}
+
+// On the calling-back thread. Callbacks are read at the last moment: one that was taken away is not called any more.
+void Connection::callBack(const Session& session, const CallbackQueue::Event& event, const char* text) {
+  const auto call = [&session](const auto& callback) {
+    if (!session.callbacks.stopped()) callUser(callback);  // the callback before this one may have disconnected
+  };
+  if (event.reconnected) {
+    call([&] {
+      if (const ReconnectCallback callback = reconnectCallback) callback();
+    });
+  }
+  if (event.forHandler) {
+    call([&] {
+      if (MessageBaseStrategy* const handler = store.find(static_cast<Strategy>(event.code))) handler->callBack(text);
+    });
+  }
+  if (event.forReceiver) {
+    call([&] {
+      if (const ReceiveCallback callback = receiveCallback) callback(static_cast<int>(event.code), text);
+    });
+  }
+}
+
+// --- closing ---
+
+void Connection::beginToClose() {
+  const auto session = this->session();
+  if (session == nullptr) return;
+  session->stop();
+  link_.endWriting();
+}
+
+bool Connection::close() {
+  if (inChildOfFork()) return abandon(), true;
+  bool leftBehind = false;
+  {
+    const Changing changing(*this, true);
+    const auto session = this->session();
+    if (session == nullptr) return false;
+
+    state_ = State::Closed;
+    session->stop();
+    store.endWaits();
+    letLastCommandArrive(*session);
+    link_.shutdown();
+    leftBehind = !session->join();
+    if (!leftBehind) link_.close();  // otherwise a thread that was left behind may still use the socket
+    state_ = State::Closed;          // a reconnection may just have succeeded
+    setSession(nullptr);
+  }
+  sendFailure_.over(std::cerr);
+  if (leftBehind)
+    printLine(std::cerr, DIAGNOSTICS_WARNING,
+              "A callback or name look-up still runs; its connection is closed without waiting for it.");
+  return true;
+}
+
+// A peer whose connection is reset, as it is when unread data are left here, may forget what it has not read yet: the
+// command to stop, perhaps. So a peer to which something was sent just now gets the time to read it, and to close.
+void Connection::letLastCommandArrive(Session& session) {
+  const auto until = lastSent_.load() + lastCommandTime;
+  if (std::chrono::steady_clock::now() >= until) return;
+  link_.endWriting();
+  session.awaitEndOfReading(until);
+}
+
+// Locks are as they were in the parent at that moment, and threads are not there at all: nothing of it is used again,
+// nor destroyed.
+void Connection::abandon() {
+  link_.abandon();
+  state_ = State::Closed;
+  static_cast<void>(new std::shared_ptr<Connection>(shared_from_this()));
+}
+
+bool Connection::inChildOfFork() const { return process_ != -1 && process_ != ::getpid(); }

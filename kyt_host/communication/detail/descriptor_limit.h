@@ -1,0 +1,8 @@
+#pragma once
+
+/// Whether the library may raise the process's soft limit of open descriptors; it may at first.
+void allowRaisingDescriptorLimit(bool allowed);
+
+/// Raises the limit by what one more connection takes, if that is allowed and possible.
+/// @return whether there are more descriptors now
+bool raiseDescriptorLimit();

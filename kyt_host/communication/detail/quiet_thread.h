@@ -1,0 +1,7 @@
+#pragma once
+
+#include <functional>
+#include <thread>
+
+/// Starts a thread that leaves all signals to the application's threads. Throws when the system has no threads left.
+std::thread startQuietThread(std::function<void()> work);
