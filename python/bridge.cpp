@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstring>
+#include <iostream>
 #include <map>
 #include <mutex>
 #include <stdexcept>
@@ -126,11 +127,9 @@ class PythonCallable {
   /// @param origin  where the message comes from
   template <class... Arguments>
   void operator()(const HandleLife& origin, Arguments... arguments) const {
-    kyt_py::stopAtInterpreterEnd([&] {
-      const PyGILState_STATE state = PyGILState_Ensure();
+    kyt_py::withLock([&] {
       // Python cannot have got on since: whoever has disconnected has told so before.
       if (!dropped() && !origin.over() && PyErr_Occurred() == nullptr) call(arguments...);
-      PyGILState_Release(state);
     });
   }
 
@@ -160,11 +159,14 @@ void startAfreshInChild() {
   makeRegistries();
   for (SOCKETFD socketFd = 1; socketFd <= handles; ++socketFd) HandleLife::end(socketFd);
   kyt_py::askingForLock = 0;
+  kyt_py::makingThreadState.unlock();
 }
 
 [[maybe_unused]] const bool made = [] {
   makeRegistries();
-  return pthread_atfork(nullptr, nullptr, startAfreshInChild) == 0;
+  const auto lock = [] { kyt_py::makingThreadState.lock(); };
+  const auto unlock = [] { kyt_py::makingThreadState.unlock(); };
+  return pthread_atfork(lock, unlock, startAfreshInChild) == 0;
 }();
 
 // Null: none any more.
@@ -242,6 +244,39 @@ void requireCallable(PyObject* object) {
   if (PyCallable_Check(object) == 0) throw std::invalid_argument("Provided callback is not callable!");
 }
 
+// With the interpreter lock held. A reference of our own: this one has no handle that ends it.
+PyObject* diagnosticsHandler = nullptr;
+
+// Ctrl-C while it ran was meant for the program, which hears of it when the call returns.
+void reportHandlersException(PyObject* handler) {
+  if (PyErr_ExceptionMatches(PyExc_KeyboardInterrupt) != 0) {
+    PyErr_Clear();
+    PyErr_SetInterrupt();
+  } else {
+    PyErr_WriteUnraisable(handler);
+  }
+}
+
+// On whichever thread has something to say, in the midst of whatever Python does there.
+void callDiagnosticsHandler(int level, const char* line) {
+  PyObject *type = nullptr, *value = nullptr, *traceback = nullptr;
+  PyErr_Fetch(&type, &value, &traceback);
+  PyObject* const handler = diagnosticsHandler;
+  Py_XINCREF(handler);  // it may be replaced meanwhile
+  PyObject* const tuple = handler != nullptr ? makeTuple(level, line) : nullptr;
+  if (tuple != nullptr) {
+    Py_XDECREF(PyObject_CallObject(handler, tuple));
+    Py_DECREF(tuple);
+  }
+  if (PyErr_Occurred() != nullptr) reportHandlersException(handler);
+  Py_XDECREF(handler);
+  PyErr_Restore(type, value, traceback);
+}
+
+void static_diagnostics_handler(int level, const char* line) {
+  if (!kyt_py::withLock([&] { callDiagnosticsHandler(level, line); })) std::cerr << line << std::endl;
+}
+
 // A dispatch holds a registry's mutex while it asks for the interpreter lock. So whoever wants such a mutex here lets
 // go of the interpreter lock first.
 template <class... Arguments>
@@ -251,6 +286,19 @@ int install(Registry& registry, RegistryMutex& mutex, int (*setter)(SOCKETFD, vo
   const kyt_py::LockReleased released;
   setCallback(registry, mutex, socketFd, callback);
   return setter(socketFd, trampolines[HandleLife::placeOf(socketFd)]);
+}
+
+void awaitCallbacks() {
+  const kyt_py::LockReleased released;
+  ending = true;
+  const auto end = std::chrono::steady_clock::now() + endTimeLimit;
+  for (RegistryMutex** const mutex : registryMutexes) {
+    if ((*mutex)->try_lock_until(end)) (*mutex)->unlock();
+  }
+  set_diagnostics_handler(nullptr);
+  kyt_py::closed = true;
+  while (kyt_py::askingForLock > 0 && std::chrono::steady_clock::now() < end)
+    std::this_thread::sleep_for(lookAgain / 50);
 }
 
 }  // namespace
@@ -282,6 +330,16 @@ void set_progress_callback_wrapper(PyObject* callbackOrNone) {
   fileoperation::set_progress_callback(off ? nullptr : static_progress_callback);
 }
 
+void set_diagnostics_handler_wrapper(PyObject* handlerOrNone) {
+  const bool off = handlerOrNone == Py_None;
+  if (!off) requireCallable(handlerOrNone);
+  set_diagnostics_handler(off ? nullptr : static_diagnostics_handler);
+  PyObject* const before = diagnosticsHandler;
+  diagnosticsHandler = off ? nullptr : handlerOrNone;
+  Py_XINCREF(diagnosticsHandler);
+  Py_XDECREF(before);
+}
+
 int disconnect_robot_wrapper(SOCKETFD socketFd) {
   HandleLife::end(socketFd);
   return disconnect_robot(socketFd);
@@ -289,13 +347,6 @@ int disconnect_robot_wrapper(SOCKETFD socketFd) {
 
 void end_callbacks() {
   kyt_py::endsInterpreter = true;
-  const kyt_py::LockReleased released;
-  ending = true;
-  const auto end = std::chrono::steady_clock::now() + endTimeLimit;
-  for (RegistryMutex** const mutex : registryMutexes) {
-    if ((*mutex)->try_lock_until(end)) (*mutex)->unlock();
-  }
-  kyt_py::closed = true;
-  while (kyt_py::askingForLock > 0 && std::chrono::steady_clock::now() < end)
-    std::this_thread::sleep_for(lookAgain / 50);
+  awaitCallbacks();
+  Py_CLEAR(diagnosticsHandler);
 }

@@ -22,6 +22,10 @@ int set_reconnect_callback_wrapper(SOCKETFD socketFd, PyObject* callback);
 /// raises is left for the function that transfers, and keeps it from being called again.
 void set_progress_callback_wrapper(PyObject* callbackOrNone);
 
+/// Gets every line of diagnostics; None brings the streams back. Of this one a reference is taken. It may be called on
+/// any thread; what it raises goes to `sys.unraisablehook`.
+void set_diagnostics_handler_wrapper(PyObject* handlerOrNone);
+
 /// Disconnects, after having dropped the handle's callables: whatever of the connection is still on its way reaches no
 /// callable, also when it has to wait for a callback that runs long.
 int disconnect_robot_wrapper(SOCKETFD socketFd);

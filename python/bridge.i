@@ -45,6 +45,15 @@ are through. What it raises comes out of the operation at its end, and it is not
 No reference is kept: keep the callable alive.";
 void set_progress_callback_wrapper(PyObject* callbackOrNone);
 
+%rename(set_diagnostics_handler) set_diagnostics_handler_wrapper;
+%feature("docstring") set_diagnostics_handler_wrapper
+"Installs what is called as handler(level, line) for every line of diagnostics in place of writing it to standard output
+or standard error; None brings the streams back, as the end of the interpreter does. It holds for the whole process.
+It is called on whichever thread has something to say, also on several at once, and may call any operation; what it
+makes the library say goes to the streams. What it raises goes to sys.unraisablehook. It is kept alive.
+:param level: DIAGNOSTICS_INFORMATION, DIAGNOSTICS_WARNING or DIAGNOSTICS_ERROR";
+void set_diagnostics_handler_wrapper(PyObject* handlerOrNone);
+
 // `atexit` lets go of what has been registered there after it has called the last of it, whenever that was registered:
 // the moment between the last Python code and the end of the interpreter. Applications may do the same earlier, from
 // Python; then it is registered anew, once atexit is through.

@@ -111,7 +111,7 @@ IN_AND_OUT = {
 }
 LIST = re.compile(r"std::vector<(.*)>$")
 CALLBACK = re.compile(r"void \((.*)\)$")
-PROGRESS = "const char* name, long long done, long long total"  # None switches it off
+OPTIONAL = ["const char* name, long long done, long long total", "int level, const char* line"]  # None switches it off
 
 
 def list_class(element: str) -> str:
@@ -208,7 +208,7 @@ class Stub:
         if callback:
             parameters = [headers.parameter(text) for text in headers.split(callback[1])]
             type_ = f"Callable[[{', '.join(self.value(each.type) for each in parameters)}], object]"
-            return f"Optional[{type_}]" if callback[1] == PROGRESS else type_
+            return f"Optional[{type_}]" if callback[1] in OPTIONAL else type_
         if type_ in INTEGERS or type_ in self.enums:
             return "int"
         if type_ not in VALUES and not isinstance(getattr(self.module, type_, None), type):

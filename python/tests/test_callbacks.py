@@ -2,6 +2,8 @@
 
 import json
 import os
+import socket
+import sys
 import tempfile
 import threading
 import time
@@ -179,3 +181,37 @@ class Callbacks(unittest.TestCase):
             self.assertEqual(kyt.job_upload_by_file(robot, job.name), 0)
         expected = [("job/R1/" + os.path.basename(job.name), done, 4) for done in (0, 4, 0)]
         self.assertEqual(progress.calls, expected)
+
+    def test_diagnostics_go_to_the_handler_from_whatever_thread(self):
+        self.addCleanup(kyt.set_diagnostics_handler, None)
+        peer, refused = Peer(self), socket.create_server(("127.0.0.1", 0))
+        robot, port = peer.connect(), str(refused.getsockname()[1])
+        refused.close()
+
+        def fail():
+            self.assertEqual(kyt.connect_robot("127.0.0.1", port), -1)
+
+        lines = Recorder()
+        kyt.set_diagnostics_handler(lambda level, line: lines(threading.get_ident(), level, line))  # it is kept
+        fail()
+        here, level, line = lines.calls[0]
+        self.assertEqual((here, level), (threading.get_ident(), kyt.DIAGNOSTICS_ERROR))
+        self.assertRegex(line, r"^Connect error: .*[^\n]$")
+        lines.calls.clear()
+        peer.sockets[0].close()
+        lines.wait()
+        while kyt.get_connection_status(robot) == 0:
+            pass
+        self.assertIn("Service IP = 127.0.0.1. Connect break.", [each[2] for each in lines.calls])
+        self.assertNotIn(threading.get_ident(), [each[0] for each in lines.calls])
+
+        unraisable, raises = Recorder(), Recorder(raises=KeyError("in a handler"))
+        self.addCleanup(setattr, sys, "unraisablehook", sys.unraisablehook)
+        sys.unraisablehook = lambda problem: unraisable(problem.exc_type, problem.object)
+        for handler in (raises, lambda level, line: (fail(), raises(line))):  # what that says goes to the streams
+            kyt.set_diagnostics_handler(handler)
+            fail()
+            self.assertEqual(unraisable.calls.pop(), (KeyError, handler))
+        kyt.set_diagnostics_handler(None)
+        fail()
+        self.assertEqual((len(raises.calls), unraisable.calls), (2, []))

@@ -88,16 +88,16 @@ class Surface(unittest.TestCase):
                     function(*arguments)
                 text = f"in method '{function.__name__}', argument {position} of type '{type_}'"
                 self.assertEqual(str(raised.exception), text)
-        for setter in CALLBACK_SETTERS:
+        for setter, *key in [*((setter, robot) for setter in CALLBACK_SETTERS), (kyt.set_diagnostics_handler,)]:
             with self.assertRaisesRegex(ValueError, "^Provided callback is not callable!$"):
-                setter(robot, 5)
+                setter(*key, 5)
         with self.assertRaisesRegex(AttributeError, r"^Variable const_robotNum is read-only\.$"):
             kyt.cvar.const_robotNum = 2
         self.assertEqual(kyt.cvar.const_robotNum, 1)
 
     def test_every_operation_refuses_none_and_returns_its_status_and_what_goes_in_and_out(self):
         for declared in (function for header in HEADERS for function in header.functions):
-            if declared.name == "set_progress_callback":  # None switches it off
+            if declared.name in ("set_progress_callback", "set_diagnostics_handler"):  # None switches them off
                 continue
             function, types = getattr(kyt, declared.name), [each.type for each in declared.parameters]
             arguments = [argument(each) for each in types]
