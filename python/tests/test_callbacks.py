@@ -10,7 +10,7 @@ import time
 import unittest
 
 import _kyt_host as kyt
-from support import Peer, start_controller
+from support import ROOT, Peer, run, start_controller
 
 WAIT = 10  # seconds for what is expected to happen
 MESSAGE = b'{"kind":1,"data":"%s","code":2}'
@@ -185,8 +185,9 @@ class Callbacks(unittest.TestCase):
     def test_diagnostics_go_to_the_handler_from_whatever_thread(self):
         self.addCleanup(kyt.set_diagnostics_handler, None)
         peer, refused = Peer(self), socket.create_server(("127.0.0.1", 0))
-        robot, port = peer.connect(), str(refused.getsockname()[1])
+        port = str(refused.getsockname()[1])
         refused.close()
+        peer.connect()
 
         def fail():
             self.assertEqual(kyt.connect_robot("127.0.0.1", port), -1)
@@ -194,16 +195,14 @@ class Callbacks(unittest.TestCase):
         lines = Recorder()
         kyt.set_diagnostics_handler(lambda level, line: lines(threading.get_ident(), level, line))  # it is kept
         fail()
-        here, level, line = lines.calls[0]
+        lines.wait()
+        here, level, line = lines.calls.pop()
         self.assertEqual((here, level), (threading.get_ident(), kyt.DIAGNOSTICS_ERROR))
         self.assertRegex(line, r"^Connect error: .*[^\n]$")
-        lines.calls.clear()
         peer.sockets[0].close()
         lines.wait()
-        while kyt.get_connection_status(robot) == 0:
-            pass
-        self.assertIn("Service IP = 127.0.0.1. Connect break.", [each[2] for each in lines.calls])
-        self.assertNotIn(threading.get_ident(), [each[0] for each in lines.calls])
+        thread, _, line = lines.calls.pop()
+        self.assertEqual((thread == here, line), (False, "Service IP = 127.0.0.1. Connect break."))
 
         unraisable, raises = Recorder(), Recorder(raises=KeyError("in a handler"))
         self.addCleanup(setattr, sys, "unraisablehook", sys.unraisablehook)
@@ -215,3 +214,5 @@ class Callbacks(unittest.TestCase):
         kyt.set_diagnostics_handler(None)
         fail()
         self.assertEqual((len(raises.calls), unraisable.calls), (2, []))
+        example = run(str(ROOT / "examples/diagnostics_to_logging.py"), "127.0.0.1", port)
+        self.assertRegex(example.stderr, r"ERROR kyt_host \[MainThread\] Connect error: .*\nnot connected")
