@@ -225,7 +225,8 @@ void static_progress_callback(const char* name, long long done, long long total)
 
 template <class Choose, SOCKETFD... socketFd>
 constexpr auto forEachHandle(Choose choose, std::integer_sequence<SOCKETFD, socketFd...> /*all*/) {
-  return std::array{choose(std::integral_constant<SOCKETFD, socketFd>())...};
+  using Chosen = decltype(choose(std::integral_constant<SOCKETFD, noHandle>()));
+  return std::array<Chosen, sizeof...(socketFd)>{choose(std::integral_constant<SOCKETFD, socketFd>())...};
 }
 
 template <class Choose>
