@@ -10,7 +10,7 @@
 
 namespace {
 
-using Position = std::vector<double>;
+using Values = std::vector<double>;
 
 constexpr int jointCoordinates = 0;
 constexpr int baseCoordinates = 1;
@@ -19,20 +19,20 @@ SOCKETFD robot = -1;
 std::vector<Sample> samples;
 std::chrono::steady_clock::time_point start;
 
-Position positionIn(int coord) {
-  Position position;
+Values positionIn(int coord) {
+  Values position;
   expectSuccess(get_current_position(robot, coord, position), "reading the position");
   return position;
 }
 
-double largestDifference(const Position& one, const Position& other, std::size_t count) {
+double largestDifference(const Values& one, const Values& other, std::size_t count) {
   double largest = 0;
   for (std::size_t i = 0; i < count; ++i) largest = std::max(largest, std::abs(one[i] - other[i]));
   return largest;
 }
 
 // Samples the robot's position until it has arrived.
-void watchUntil(const Position& target, int coord, const std::string& what) {
+void watchUntil(const Values& target, int coord, const std::string& what) {
   const auto arrived = [&] {
     const Sample sample{std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(),
                         positionIn(jointCoordinates), positionIn(baseCoordinates)};
@@ -42,7 +42,7 @@ void watchUntil(const Position& target, int coord, const std::string& what) {
   waitUntil(arrived, 30, what);
 }
 
-MoveCmd moveTo(const Position& target, int coord, double velocity) {
+MoveCmd moveTo(const Values& target, int coord, double velocity) {
   MoveCmd cmd;
   cmd.targetPosValue = target;
   cmd.coord = coord;
@@ -53,7 +53,7 @@ MoveCmd moveTo(const Position& target, int coord, double velocity) {
 }
 
 // How far the tool strayed from the straight line between two positions, mm.
-double straying(std::size_t firstSample, const Position& from, const Position& to) {
+double straying(std::size_t firstSample, const Values& from, const Values& to) {
   double length = 0;
   for (std::size_t i = 0; i < 3; ++i) length += (to[i] - from[i]) * (to[i] - from[i]);
   double farthest = 0;
@@ -79,14 +79,14 @@ int main(int argc, char* argv[]) {
   expectSuccess(set_servo_poweron(robot), "servo power on");
   start = std::chrono::steady_clock::now();
 
-  const Position joints{40, -20, 30, 0, 50, 0, 0};
+  const Values joints{40, -20, 30, 0, 50, 0, 0};
   expectSuccess(robot_movej(robot, moveTo(joints, jointCoordinates, 40)), "the joint move");
   watchUntil(joints, jointCoordinates, "the end of the joint move");
   say("joint move done: " + std::to_string(samples.size()) + " samples in " + std::to_string(samples.back().seconds) +
       " s");
 
-  const Position from = positionIn(baseCoordinates);
-  Position to = from;
+  const Values from = positionIn(baseCoordinates);
+  Values to = from;
   to[0] -= 100;
   to[1] -= 300;
   to[2] += 150;

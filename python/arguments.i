@@ -104,8 +104,8 @@ std::size_t largestText(const Arguments& arguments) {
   $1 = kyt_py::accepts<std::string>($input);
 }
 
-// double&, lists and records: the caller's object is filled in place. The call works on a copy, since other threads
-// may use the object meanwhile.
+// double&, lists and records: the caller's object is filled in place, which may be Python's own list where a list is
+// wanted. The call works on a copy, since other threads may use the object meanwhile.
 %typemap(in) double & (double number, DoubleRef* box = nullptr) {
   const int code = kyt_py::find($input, box);
   if (!SWIG_IsOK(code)) { %argument_fail(code, "$type", $symname, $argnum); }
@@ -115,13 +115,15 @@ std::size_t largestText(const Arguments& arguments) {
 %typemap(argout) double & "box$argnum->value = *$1;";
 
 %typemap(in) SWIGTYPE & ($*1_ltype value, $1_ltype object = nullptr) {
-  const int code = kyt_py::find($input, object);
+  const int code = kyt_py::loadFillable($input, value, object);
   if (!SWIG_IsOK(code)) { %argument_fail(code, "$type", $symname, $argnum); }
-  value = *object;
   $1 = &value;
 }
 %typemap(argout) SWIGTYPE & {
-  if (SWIG_IsOK(kyt_py::find($input, object$argnum))) *object$argnum = std::move(*$1);
+  if (!kyt_py::fill($input, std::move(*$1))) SWIG_fail;
+}
+%typecheck(SWIG_TYPECHECK_POINTER) SWIGTYPE & {
+  $1 = kyt_py::isFillable<$*1_ltype>($input);
 }
 
 %typemap(argout) const int &, const double &, const std::string &, const SWIGTYPE & "";

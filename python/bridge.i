@@ -45,23 +45,44 @@ are through. What it raises comes out of the operation at its end, and it is not
 No reference is kept: keep the callable alive.";
 void set_progress_callback_wrapper(PyObject* callbackOrNone);
 
-// Called before the interpreter takes itself apart; at the latest of all that `atexit` calls, so that what the
-// application has registered there still gets its callbacks.
+%rename(set_diagnostics_handler) set_diagnostics_handler_wrapper;
+%feature("docstring") set_diagnostics_handler_wrapper
+"Installs what is called as handler(level, line) for every line of diagnostics in place of writing it to standard output
+or standard error; None brings the streams back, as the end of the interpreter does. It holds for the whole process.
+It is called on whichever thread has something to say, also on several at once, and may call any operation; what it
+makes the library say goes to the streams. What it raises goes to sys.unraisablehook. It is kept alive.
+:param level: DIAGNOSTICS_INFORMATION, DIAGNOSTICS_WARNING or DIAGNOSTICS_ERROR";
+void set_diagnostics_handler_wrapper(PyObject* handlerOrNone);
+
+// `atexit` lets go of what has been registered there after it has called the last of it, whenever that was registered:
+// the moment between the last Python code and the end of the interpreter. Applications may do the same earlier, from
+// Python; then it is registered anew, once atexit is through.
 %header %{
-static PyObject* endCallbacks(PyObject* /*self*/, PyObject* /*none*/) {
-  end_callbacks();
-  Py_RETURN_NONE;
+namespace {
+
+PyObject* doNothing(PyObject* /*self*/, PyObject* /*none*/) { Py_RETURN_NONE; }
+
+int hookIntoAtExit(void* /*none*/);
+
+void letGo(PyObject* /*capsule*/) {
+  if (PyEval_GetFrame() == nullptr) {
+    end_callbacks();
+  } else {
+    Py_AddPendingCall(hookIntoAtExit, nullptr);
+  }
 }
 
-static bool callAtExit() {
-  static PyMethodDef method = {"end_callbacks", endCallbacks, METH_NOARGS, nullptr};
-  const kyt_py::Reference function(PyCFunction_New(&method, nullptr));
-  const kyt_py::Reference atexit(PyImport_ImportModule("atexit"));
-  if (!function || !atexit) return false;
-  const kyt_py::Reference done(PyObject_CallMethod(atexit.get(), "register", "O", function.get()));
-  return static_cast<bool>(done);
+int hookIntoAtExit(void* /*none*/) {
+  static PyMethodDef method = {"end_callbacks", doNothing, METH_NOARGS, nullptr};
+  const kyt_py::Reference held(PyCapsule_New(&method, nullptr, letGo));
+  const kyt_py::Reference function(held ? PyCFunction_New(&method, held.get()) : nullptr);
+  const kyt_py::Reference atexit(function ? PyImport_ImportModule("atexit") : nullptr);
+  const kyt_py::Reference done(atexit ? PyObject_CallMethod(atexit.get(), "register", "O", function.get()) : nullptr);
+  return done ? 0 : -1;
 }
+
+}  // namespace
 %}
 %init %{
-  if (!callAtExit()) return nullptr;
+  if (hookIntoAtExit(nullptr) != 0) return nullptr;
 %}

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """What the public headers declare and say about it: headers.py HEADER... prints it for SWIG.
 
-SWIG reads the declarations itself. This adds what it does not read: the comments, and the order of a record's fields.
+SWIG reads the declarations itself. This adds what it does not read: the comments, which structs are records, and the
+order of their fields.
 """
 
 import re
@@ -122,6 +123,7 @@ def for_swig(headers: List[Header]) -> str:
         if doc:
             lines.append(f'%feature("docstring") {name} {quoted(doc)};')
     for record in records:
+        lines.append(f'%feature("python:tp_init") {record.name} "kyt_py::initRecord< {record.name} >";')
         if record.doc:
             lines.append(f'%feature("docstring") {record.name} {quoted(record.doc)};')
         for field, doc in record.fields.items():

@@ -36,12 +36,13 @@
 %include "arguments.i"
 
 %ignore const_robot;  // published as cvar.const_robotNum
-%ignore set_reconnect_callback;  // these five: bridge.i
+%ignore set_reconnect_callback;  // these six: bridge.i
 %ignore recv_message;
 %ignore set_receive_error_or_warnning_message_callback;
 %ignore robot_state_callback;
 %ignore fileoperation::set_progress_callback;
 %ignore set_diagnostics_handler;
+%feature("action") disconnect_robot "result = disconnect_robot_wrapper(arg1);"
 // These take or return a BackendBase, which Python does not have.
 %rename("$ignore", regextarget=1, fullname=1) "^fileoperation::(connectToFileServer|send_.*|(up|down)load_single_.*)$";
 #define KYT_HOST_API

@@ -2,7 +2,9 @@
 
 // What Python's classes for records and lists have in common: creation, representation, equality, copies.
 
+#include <initializer_list>
 #include <map>
+#include <new>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -81,14 +83,50 @@ inline PyObject* reduce(PyObject* self, PyObject* /*none*/) {
     const Reference value(PyObject_GetAttr(self, field));
     if (!value || PyDict_SetItem(state.get(), field, value.get()) != 0) return nullptr;
   }
-  PyObject* const attributes = reinterpret_cast<SwigPyObject*>(self)->dict;
-  if (attributes != nullptr) {
-    const Reference own(PyDict_Copy(attributes));
-    if (!own || (PyDict_Contains(own.get(), Part::key()) == 1 && PyDict_DelItem(own.get(), Part::key()) != 0) ||
-        PyDict_Update(state.get(), own.get()) != 0)
-      return nullptr;
+  if (PyObject_HasAttrString(self, "__dict__") != 0) {  // of a class that an application has derived
+    const Reference own(PyObject_GetAttrString(self, "__dict__"));
+    if (!own || PyDict_Update(state.get(), own.get()) != 0) return nullptr;
   }
   return Py_BuildValue("O()(OO)", type, Py_None, state.get());
+}
+
+/// Makes the C++ object behind `self`, or gives it its first values back. @return false with an exception set
+template <class T>
+bool makeRecord(PyObject* self) {
+  try {
+    T* record = nullptr;
+    if (SWIG_IsOK(find(self, record))) {
+      *record = T();
+    } else {
+      SWIG_Python_NewPointerObj(self, new T(), typeInfo<T>(), SWIG_BUILTIN_TP_INIT | SWIG_POINTER_OWN);
+    }
+    return true;
+  } catch (const std::bad_alloc&) {
+    PyErr_NoMemory();
+    return false;
+  }
+}
+
+/// The `__init__` of a record's class: takes the values of fields by name.
+template <class T>
+int initRecord(PyObject* self, PyObject* arguments, PyObject* keywords) {
+  auto* const type = reinterpret_cast<PyObject*>(static_cast<SwigPyClientData*>(typeInfo<T>()->clientdata)->pytype);
+  const Reference name(PyObject_GetAttrString(type, "__name__"));
+  const Reference names(PyObject_GetAttrString(type, "__match_args__"));
+  if (!name || !names) return -1;
+  if (PyTuple_GET_SIZE(arguments) != 0) {
+    PyErr_Format(PyExc_TypeError, "%U() takes its fields by name alone", name.get());
+    return -1;
+  }
+  if (!makeRecord<T>(self)) return -1;
+  PyObject* field = nullptr;
+  PyObject* value = nullptr;
+  for (Py_ssize_t place = 0; keywords != nullptr && PyDict_Next(keywords, &place, &field, &value) != 0;) {
+    const int known = PySequence_Contains(names.get(), field);
+    if (known == 0) PyErr_Format(PyExc_TypeError, "%U() got an unexpected keyword argument '%U'", name.get(), field);
+    if (known != 1 || PyObject_SetAttr(self, field, value) != 0) return -1;
+  }
+  return 0;
 }
 
 /// The names of a class's fields, as SWIG has put them into it.
@@ -100,6 +138,16 @@ inline std::vector<std::string> fieldsOf(const PyTypeObject* type) {
   return names;
 }
 
+/// Takes out of a class what SWIG puts into every one and could do harm: who owns what is not for applications to say.
+inline bool removeFromClass(PyTypeObject* type, std::initializer_list<const char*> names) {
+  for (const char* const name : names) {
+    if (PyDict_GetItemString(type->tp_dict, name) == nullptr) continue;
+    if (PyDict_DelItemString(type->tp_dict, name) != 0) return false;
+  }
+  PyType_Modified(type);
+  return true;
+}
+
 inline bool completeClass(PyTypeObject* type, const std::vector<std::string>& fields) {
   static PyMethodDef reduceMethod = {"__reduce__", reduce, METH_NOARGS, nullptr};
   const Reference method(PyDescr_NewMethod(type, &reduceMethod));
@@ -109,12 +157,12 @@ inline bool completeClass(PyTypeObject* type, const std::vector<std::string>& fi
     PyTuple_SET_ITEM(names.get(), static_cast<Py_ssize_t>(i), wrap(fields[i]));
   const bool done = PyDict_SetItemString(type->tp_dict, "__reduce__", method.get()) == 0 &&
                     PyDict_SetItemString(type->tp_dict, "__match_args__", names.get()) == 0;
-  PyType_Modified(type);
-  return done;
+  return done && removeFromClass(type, {"__dict__", "thisown"});
 }
 
 /// Adds to the classes of the module what SWIG has no word for; `order` tells the fields as they were declared.
 inline bool completeClasses(PyObject* module, const std::map<std::string, std::vector<std::string>>& order) {
+  if (!removeFromClass(SwigPyObject_type(), {"acquire", "append", "disown", "next", "own"})) return false;
   PyObject* name = nullptr;
   PyObject* object = nullptr;
   for (Py_ssize_t place = 0; PyDict_Next(module, &place, &name, &object) != 0;) {

@@ -21,6 +21,7 @@
 %feature("python:tp_repr", "kyt_py::recordRepr");
 %feature("python:tp_richcompare", "kyt_py::compareRecords");
 %feature("python:tp_hash", "PyObject_HashNotImplemented");
+%feature("python:tp_dictoffset", "0");  // no attributes but the fields
 
 %typemap(in) SWIGTYPE *self (void* address = nullptr) {
   const int code = kyt_py::find($input, $descriptor, address);
@@ -76,6 +77,10 @@ class string;
 %typemap(out) const std::string & "$result = kyt_py::wrap(*$1);";
 
 // Where C++ writes a single value: the caller's box.
+%feature("python:tp_init") IntRef "kyt_py::initRecord< IntRef >";
+%feature("python:tp_init") BoolRef "kyt_py::initRecord< BoolRef >";
+%feature("python:tp_init") DoubleRef "kyt_py::initRecord< DoubleRef >";
+%feature("python:tp_init") StringRef "kyt_py::initRecord< StringRef >";
 %inline %{
 struct IntRef {
   int value = 0;

@@ -17,14 +17,15 @@ import headers
 PREAMBLE = '''\
 """Client library for industrial robot controllers."""
 
-from typing import Any, Callable, Final, Generic, Iterable, Iterator, List, Optional, Sequence, TypeVar, Union
+from typing import Any, Callable, ClassVar, Final, Generic, Iterable, Iterator, List, Optional, Sequence, TypeVar, Union
 from typing import overload
 
 _T = TypeVar("_T")
 _L = TypeVar("_L")
 
 class _Class(type): ...
-class _Object(metaclass=_Class): ...
+class _Object(metaclass=_Class):
+    __hash__: ClassVar[None]  # type: ignore[assignment]
 
 class _List(_Object, Generic[_T]):
     @overload
@@ -110,7 +111,7 @@ IN_AND_OUT = {
 }
 LIST = re.compile(r"std::vector<(.*)>$")
 CALLBACK = re.compile(r"void \((.*)\)$")
-PROGRESS = "const char* name, long long done, long long total"  # None switches it off
+OPTIONAL = ["const char* name, long long done, long long total", "int level, const char* line"]  # None switches it off
 
 
 def list_class(element: str) -> str:
@@ -147,18 +148,19 @@ class Stub:
         classes = [each for each in public.values() if isinstance(each, type)]
         parts = [PREAMBLE.rstrip()]
         parts += ["\n".join(f"{name}: Final = {value}" for name, value in public.items() if type(value) is int)]
-        parts += ["\n".join(f"class {each.__name__}(_List[{self.element(each)}]): ..." for each in classes if is_list(each))]
+        parts += ["\n".join(f"class {each.__name__}(_List[{self.element(each).__name__}]): ..." for each in classes if is_list(each))]
         parts += [self.record(each) for each in classes if not is_list(each)]
         parts += [self.function(each) for each in self.functions]
         return "\n\n".join(parts) + "\n"
 
     def record(self, class_: type) -> str:
         lines = [f"class {class_.__name__}(_Object):", *documented(class_.__name__, class_.__doc__)]
-        lines.append("    def __init__(self) -> None: ...")
         empty = class_()
-        for field in getattr(class_, "__match_args__"):
-            kind = type(getattr(empty, field))
-            type_ = f"_ListField[{kind.__name__}, {self.element_loosely(kind)}]" if is_list(kind) else kind.__name__
+        kinds = {field: type(getattr(empty, field)) for field in getattr(class_, "__match_args__")}
+        fields = [f"{field}: {self.loosely(kind)} = ..." for field, kind in kinds.items()]
+        lines.append(f"    def __init__({', '.join(['self', *(['*'] if fields else []), *fields])}) -> None: ...")
+        for field, kind in kinds.items():
+            type_ = f"_ListField[{kind.__name__}, {self.loosely(self.element(kind))}]" if is_list(kind) else kind.__name__
             lines += [f"    {field}: {type_}", *documented(field, getattr(class_, field).__doc__)]
         return "\n".join(lines)
 
@@ -168,7 +170,8 @@ class Stub:
             name = each.name + "_" if keyword.iskeyword(each.name) else each.name
             parameters.append(f"{name}: {self.argument(each.type)}{' = ...' if each.default else ''}")
         outputs = {each.type for each in function.parameters}.intersection(IN_AND_OUT)
-        result = self.value(function.result)
+        elements = LIST.match(function.result)
+        result = self.list_of(elements[1]) if elements else self.value(function.result)
         if outputs:
             result = "List[int]" if outputs <= {"int&", "bool&"} else "List[Any]"
         overloaded = [other.name for other in self.functions].count(function.name) > 1
@@ -188,8 +191,13 @@ class Stub:
             return "DoubleRef"
         if type_.endswith("&") and not type_.startswith("const "):  # filled in place
             elements = LIST.match(type_[:-1])
-            return self.list_of(elements[1]) if elements else type_[:-1]
+            return f"Union[{self.list_of(elements[1])}, {self.plain(type_[:-1])}]" if elements else type_[:-1]
         return self.value(type_)
+
+    def plain(self, type_: str) -> str:
+        """What fills a Python list that takes the place of a list of ours."""
+        elements = LIST.match(type_)
+        return f"List[{self.plain(elements[1])}]" if elements else self.value(type_)
 
     def value(self, type_: str) -> str:
         """What a C++ value is in Python."""
@@ -200,7 +208,7 @@ class Stub:
         if callback:
             parameters = [headers.parameter(text) for text in headers.split(callback[1])]
             type_ = f"Callable[[{', '.join(self.value(each.type) for each in parameters)}], object]"
-            return f"Optional[{type_}]" if callback[1] == PROGRESS else type_
+            return f"Optional[{type_}]" if callback[1] in OPTIONAL else type_
         if type_ in INTEGERS or type_ in self.enums:
             return "int"
         if type_ not in VALUES and not isinstance(getattr(self.module, type_, None), type):
@@ -213,14 +221,14 @@ class Stub:
             raise SystemExit(f"stub.py: there is no {name}, for std::vector<{element}>")
         return name
 
-    def element(self, list_: type) -> str:
+    def element(self, list_: type) -> type:
         """The class of a list's elements."""
-        return type(list_(1)[0]).__name__
+        return type(list_(1)[0])
 
-    def element_loosely(self, list_: type) -> str:
-        """What may be assigned as an element."""
-        class_ = type(list_(1)[0])
-        return f"Union[{class_.__name__}, Sequence[{self.element_loosely(class_)}]]" if is_list(class_) else class_.__name__
+    def loosely(self, class_: type) -> str:
+        """What may be assigned where an object of the class is."""
+        name = class_.__name__
+        return f"Union[{name}, Sequence[{self.loosely(self.element(class_))}]]" if is_list(class_) else name
 
 
 if __name__ == "__main__":

@@ -49,6 +49,11 @@ swig_type_info* typeInfo() {
   return info;
 }
 
+template <class T>
+constexpr bool isList = false;
+template <class T>
+constexpr bool isList<std::vector<T>> = true;
+
 // --- objects that are part of another
 
 // A field that is a record or list, or an element of a list, stays where it is: its object keeps its owner alive and
@@ -60,32 +65,25 @@ class Part {
   /// Makes `object` a part of `owner`, which `find` finds at `place`.
   static bool attach(PyObject* object, PyObject* owner, std::ptrdiff_t place, Find find) {
     auto part = std::make_unique<Part>(owner, place, find);
-    const Reference capsule(PyCapsule_New(part.get(), capsuleName, [](PyObject* self) {
+    Reference capsule(PyCapsule_New(part.get(), capsuleName, [](PyObject* self) {
       delete static_cast<Part*>(PyCapsule_GetPointer(self, capsuleName));
     }));
     if (!capsule) return false;
     part.release();
-    PyObject*& attributes = reinterpret_cast<SwigPyObject*>(object)->dict;
-    if (attributes == nullptr) attributes = PyDict_New();
-    return attributes != nullptr && PyDict_SetItem(attributes, key(), capsule.get()) == 0;
+    // Our classes have no attributes but their fields: the place for them is free, and out of Python's reach.
+    reinterpret_cast<SwigPyObject*>(object)->dict = capsule.release();
+    return true;
   }
 
   /// Brings the address in `object` up to date. False when it is an element that its list does not have any more.
   static bool refresh(PyObject* object) {
     auto* const self = reinterpret_cast<SwigPyObject*>(object);
     if (self->own != 0 || self->dict == nullptr) return true;
-    PyObject* const capsule = PyDict_GetItem(self->dict, key());
-    if (capsule == nullptr) return true;
-    const auto* const part = static_cast<Part*>(PyCapsule_GetPointer(capsule, capsuleName));
+    const auto* const part = static_cast<Part*>(PyCapsule_GetPointer(self->dict, capsuleName));
     if (!refresh(part->owner_.get())) return false;
     void* const address = part->find_(reinterpret_cast<SwigPyObject*>(part->owner_.get())->ptr, part->place_);
     if (address != nullptr) self->ptr = address;
     return address != nullptr;
-  }
-
-  static PyObject* key() {
-    static PyObject* const name = PyUnicode_InternFromString("_owner");
-    return name;
   }
 
   Part(PyObject* owner, std::ptrdiff_t place, Find find) : owner_(owner), place_(place), find_(find) {
@@ -250,6 +248,57 @@ int load(PyObject* object, std::vector<T>& values) {
   if (text || PySequence_Check(object) == 0) return SWIG_TypeError;
   const int code = loadIterable(object, values);
   return PyErr_Occurred() == nullptr ? code : failure();
+}
+
+// --- what is filled in place: an object of ours, or a Python list where a list is wanted
+
+/// @param found  receives the object of ours behind `object`, which is null when that is a Python list
+template <class T>
+int loadFillable(PyObject* object, T& value, T*& found) {
+  if constexpr (isList<T>) {
+    if (PyList_Check(object) != 0) return load(object, value);
+  }
+  const int code = find(object, found);
+  if (SWIG_IsOK(code)) value = *found;
+  return code;
+}
+
+template <class T>
+bool isFillable(PyObject* object) {
+  T value;
+  T* found = nullptr;
+  return SWIG_IsOK(loadFillable(object, value, found));
+}
+
+/// As Python's own lists, which hold such lists again: a new reference, or null with an exception set.
+template <class T>
+PyObject* wrapPlain(const T& value) {
+  if constexpr (isList<T>) {
+    Reference list(PyList_New(static_cast<Py_ssize_t>(value.size())));
+    for (std::size_t i = 0; list && i < value.size(); ++i) {
+      PyObject* const element = wrapPlain<typename T::value_type>(value[i]);
+      if (element == nullptr) return nullptr;
+      PyList_SET_ITEM(list.get(), static_cast<Py_ssize_t>(i), element);
+    }
+    return list.release();
+  } else {
+    return wrap(value);
+  }
+}
+
+/// Gives `object` the value. An element that its list does not have any more is left alone.
+/// @return false with an exception set
+template <class T>
+bool fill(PyObject* object, T value) {
+  if constexpr (isList<T>) {
+    if (PyList_Check(object) != 0) {
+      const Reference elements(wrapPlain(value));
+      return elements && PyList_SetSlice(object, 0, PY_SSIZE_T_MAX, elements.get()) == 0;
+    }
+  }
+  T* found = nullptr;
+  if (SWIG_IsOK(find(object, found))) *found = std::move(value);
+  return true;
 }
 
 }  // namespace kyt_py

@@ -39,6 +39,11 @@ inline int readPorts(std::vector<Port>& ports) {
   ports.assign(100, ports.empty() ? Port() : ports.front());
   return 0;
 }
+inline int readRows(std::vector<std::vector<int>>& rows, std::vector<std::string>& names) {
+  rows.push_back({static_cast<int>(rows.size()), 7});
+  names.insert(names.begin(), "first");
+  return 0;
+}
 inline int countPorts(std::vector<std::vector<Port>> groups) {
   int count = 0;
   for (const auto& group : groups) count += static_cast<int>(group.size());

@@ -2,18 +2,27 @@
 
 import json
 import os
+import socket
+import sys
 import tempfile
 import threading
+import time
 import unittest
 
 import _kyt_host as kyt
-from support import Peer, start_controller
+from support import ROOT, Peer, run, start_controller
 
 WAIT = 10  # seconds for what is expected to happen
+MESSAGE = b'{"kind":1,"data":"%s","code":2}'
+KINDS = [
+    (kyt.recv_message, 0x1234),
+    (kyt.set_receive_error_or_warnning_message_callback, kyt.Strategy_ErrorMessage),
+    (kyt.robot_state_callback, kyt.Strategy_RobotState),
+]
 
 
 def ignore(*message):
-    """Takes the place of a callback that is to go: nothing unregisters one."""
+    """Takes the place of a callback that is to go: only disconnecting unregisters one."""
 
 
 class Recorder:
@@ -33,6 +42,18 @@ class Recorder:
         for _ in range(times):
             if not self.called.acquire(timeout=WAIT):
                 raise AssertionError(f"the callback has not been called; so far: {self.calls}")
+
+
+class Held(Recorder):
+    """One that does not return until it may leave."""
+
+    def __init__(self):
+        super().__init__()
+        self.leave = threading.Event()
+
+    def __call__(self, *message):
+        super().__call__(*message)
+        self.leave.wait(WAIT)
 
 
 class Callbacks(unittest.TestCase):
@@ -58,6 +79,40 @@ class Callbacks(unittest.TestCase):
                 second.wait()
             texts = ['{"a":1}', "\udcff\u00e9"]
             self.assertEqual(calls, [(name, *start, text) for text in texts for name in ("first", "second")])
+
+    def test_disconnecting_drops_the_callables_of_the_handle(self):
+        peer = Peer(self)
+        stays = peer.connect()
+        for setter, code in KINDS:
+            kept, dropped, goes = Recorder(), Recorder(), peer.connect()
+            self.register(setter, stays, kept)
+            self.assertEqual(setter(goes, dropped), 0)
+            for times in (1, 2, 3):
+                peer.send(MESSAGE % b"any", code)
+                kept.wait()  # called before the other, which stands behind it
+                if times == 1:
+                    dropped.wait()
+                    self.assertEqual(kyt.disconnect_robot(goes), 0)
+            self.assertEqual((len(kept.calls), len(dropped.calls)), (3, 1), setter)
+
+    def test_nothing_comes_from_a_connection_that_has_been_disconnected(self):
+        peer = Peer(self)
+        robot = peer.connect()
+        for setter, code in KINDS:
+            gone, slow, other = peer.connect(), Held(), Recorder()
+            self.addCleanup(slow.leave.set)
+            self.register(setter, robot, slow)
+            self.assertEqual(setter(gone, other), 0)
+            peer.send(MESSAGE % b"first", code)
+            slow.wait()
+            peer.send(MESSAGE % b"late", code, -1)
+            time.sleep(0.1)  # it arrives, and waits until the first is through
+            self.assertEqual(kyt.disconnect_robot(gone), 0)
+            slow.leave.set()
+            peer.send(MESSAGE % b"last", code)
+            slow.wait()
+            self.assertEqual((len(slow.calls), "late" in str(slow.calls), other.calls), (2, False, []), setter)
+            self.assertEqual(setter(robot, ignore), 0)
 
     def test_each_kind_gets_its_own(self):
         errors, states, restored = Recorder(), Recorder(), Recorder()
@@ -104,19 +159,13 @@ class Callbacks(unittest.TestCase):
         self.assertEqual(results.calls[-1][2], 1001)
 
     def test_a_callback_that_takes_its_time_delays_no_reply(self):
-        entered, leave = threading.Event(), threading.Event()
-
-        def slow(code, text):
-            entered.set()
-            leave.wait(WAIT)
-
         _, robot = start_controller(self.addCleanup, "5")
+        slow = Held()
         self.register(kyt.recv_message, robot, slow)
-        self.addCleanup(leave.set)
-        self.assertTrue(entered.wait(WAIT))
+        self.addCleanup(slow.leave.set)
+        slow.wait()
         replies = [kyt.get_speed(robot, 0) for _ in range(20)]
-        self.assertFalse(leave.is_set())
-        self.assertEqual(replies, [[0, 50]] * 20)
+        self.assertEqual((replies, len(slow.calls)), ([[0, 50]] * 20, 1))
 
     def test_the_progress_of_a_file_and_what_its_callback_raises(self):
         host = f"127.6.{os.getpid() // 200 % 200}.{1 + os.getpid() % 200}"  # the port is not ours to choose
@@ -132,3 +181,38 @@ class Callbacks(unittest.TestCase):
             self.assertEqual(kyt.job_upload_by_file(robot, job.name), 0)
         expected = [("job/R1/" + os.path.basename(job.name), done, 4) for done in (0, 4, 0)]
         self.assertEqual(progress.calls, expected)
+
+    def test_diagnostics_go_to_the_handler_from_whatever_thread(self):
+        self.addCleanup(kyt.set_diagnostics_handler, None)
+        peer, refused = Peer(self), socket.create_server(("127.0.0.1", 0))
+        port = str(refused.getsockname()[1])
+        refused.close()
+        peer.connect()
+
+        def fail():
+            self.assertEqual(kyt.connect_robot("127.0.0.1", port), -1)
+
+        lines = Recorder()
+        kyt.set_diagnostics_handler(lambda level, line: lines(threading.get_ident(), level, line))  # it is kept
+        fail()
+        lines.wait()
+        here, level, line = lines.calls.pop()
+        self.assertEqual((here, level), (threading.get_ident(), kyt.DIAGNOSTICS_ERROR))
+        self.assertRegex(line, r"^Connect error: .*[^\n]$")
+        peer.sockets[0].close()
+        lines.wait()
+        thread, _, line = lines.calls.pop()
+        self.assertEqual((thread == here, line), (False, "Service IP = 127.0.0.1. Connect break."))
+
+        unraisable, raises = Recorder(), Recorder(raises=KeyError("in a handler"))
+        self.addCleanup(setattr, sys, "unraisablehook", sys.unraisablehook)
+        sys.unraisablehook = lambda problem: unraisable(problem.exc_type, problem.object)
+        for handler in (raises, lambda level, line: (fail(), raises(line))):  # what that says goes to the streams
+            kyt.set_diagnostics_handler(handler)
+            fail()
+            self.assertEqual(unraisable.calls.pop(), (KeyError, handler))
+        kyt.set_diagnostics_handler(None)
+        fail()
+        self.assertEqual((len(raises.calls), unraisable.calls), (2, []))
+        example = run(str(ROOT / "examples/diagnostics_to_logging.py"), "127.0.0.1", port)
+        self.assertRegex(example.stderr, r"ERROR kyt_host \[MainThread\] Connect error: .*\nnot connected")

@@ -1,4 +1,4 @@
-"""What could hang or crash: registering, disconnecting and ending under a stream of messages.
+"""What could hang or crash: registering, disconnecting, forking and ending under a stream of messages.
 
 Each case is a program of its own, which has to end with exit code 0 in half a minute.
 """
@@ -22,11 +22,13 @@ def on_frame(code, text): frames.release()
 def register(on_frame=on_frame):
     assert kyt.recv_message(robot, on_frame) == 0
     assert kyt.robot_state_callback(robot, on_state) == 0
-def enter(action, setter=kyt.recv_message):
-    global callback  # kept: nobody else does
+kept = []  # callables: nobody else does
+def enter(action, setter=kyt.recv_message, robot=robot):
     def callback(*message):
         entered.set()
         action()
+    kept.append(callback)
+    entered.clear()
     assert setter(robot, callback) == 0
     assert entered.wait(10)
 def wait(messages=20):
@@ -35,6 +37,68 @@ def wait(messages=20):
             assert counter.acquire(timeout=10), "the stream has stopped"
 register()
 wait()
+"""
+
+# Before the import: clean-ups that stop and join a daemon thread, which calls the library until it is told to stop.
+CLEAN_UPS = """
+import atexit, sys, threading, weakref
+
+class Owner: pass
+stopped, frames = [threading.Event() for _ in range(2)], threading.Semaphore(0)
+def stop(number):
+    assert frames.acquire(timeout=10) and frames.acquire(timeout=10), "no callback comes any more"
+    stopped[number].set()
+    pollers[number].join()
+    print("joined")
+owner = Owner()
+atexit.register(stop, 0)
+weakref.finalize(owner, stop, 1)
+import _kyt_host as kyt
+
+robot = kyt.connect_robot("127.0.0.1", sys.argv[1])
+def on_frame(code, text): frames.release()
+assert kyt.recv_message(robot, on_frame) == 0
+def poll(number):
+    while not stopped[number].is_set(): kyt.get_speed(robot, 0)
+pollers = [threading.Thread(target=poll, args=[number], daemon=True) for number in range(2)]
+for poller in pollers: poller.start()
+while frames.acquire(blocking=False): pass
+"""
+
+# A child checks that it has nothing of the parent's, makes a connection of its own, and ends in good time; the parent's
+# goes on.
+FORK = STREAM + """
+import multiprocessing, os
+def in_the_child(own=True):
+    assert (kyt.get_connection_status(robot), kyt.get_speed(robot, 0)) == (kyt.DISCONNECT, [kyt.DISCONNECT, 0])
+    assert kyt.recv_message(robot, on_frame) == kyt.DISCONNECT
+    assert kyt.disconnect_robot(robot) == 0
+    if own:
+        mine, came = kyt.connect_robot("127.0.0.1", sys.argv[1]), threading.Semaphore(0)
+        assert mine > 0
+        def note(*message): came.release()
+        kept.append(note)
+        assert (kyt.recv_message(mine, note), kyt.robot_state_callback(mine, note)) == (0, 0)
+        while kyt.get_speed(mine, 0) != [0, 50]: pass
+        assert all(came.acquire(timeout=10) for _ in range(20))
+def ends(pid):
+    until = time.monotonic() + 15
+    while time.monotonic() < until:
+        ended, status = os.waitpid(pid, os.WNOHANG)
+        if ended: return status == 0
+        time.sleep(0.01)
+    os.kill(pid, 9)
+    os.waitpid(pid, 0)
+    return False
+def fork(work=in_the_child):
+    pid = os.fork()
+    if pid: return pid
+    work()
+    sys.exit()
+def still_served():
+    while kyt.get_speed(robot, 0) != [0, 50]: pass
+    while states.acquire(blocking=False) or frames.acquire(blocking=False): pass
+    wait()
 """
 
 CASES = {
@@ -84,27 +148,122 @@ CASES = {
         for call in calls: threading.Thread(target=work, args=[call], daemon=True).start()
         wait()
     """,
+    "threads have something to say to a handler": """
+        lines = threading.Semaphore(0)
+        kyt.set_diagnostics_handler(lambda level, line: (kyt.get_speed(robot, 0), lines.release()))
+        def fail():
+            while True: kyt.connect_robot("127.0.0.1", "99999")
+        for _ in range(4): threading.Thread(target=fail, daemon=True).start()
+        for _ in range(20): assert lines.acquire(timeout=10)
+    """,
     "a function registered to run at exit still gets its callbacks": """
         def last():
             wait()
             print("served at exit")
         atexit.register(last)
     """,
+    "atexit's functions are called early, and the program goes on": """
+        atexit._run_exitfuncs()
+        poller = threading.Thread(target=lambda: [kyt.get_speed(robot, 0) for _ in range(20)], daemon=True)
+        poller.start()
+        poller.join()
+        while states.acquire(blocking=False) or frames.acquire(blocking=False): pass
+        wait()
+    """,
+    "a callback disconnects others whose messages wait for it": """
+        others = [kyt.connect_robot("127.0.0.1", sys.argv[1]) for _ in range(3)]
+        for other in others: assert kyt.recv_message(other, on_frame) == 0
+        def disconnect():
+            time.sleep(0.2)  # the others' messages arrive, and wait
+            threads = [threading.Thread(target=kyt.disconnect_robot, args=[each]) for each in others[1:]]
+            for thread in threads: thread.start()
+            kyt.disconnect_robot(others[0])
+            for thread in threads: thread.join()
+            kyt.disconnect_robot(robot)
+            left.set()
+        left = threading.Event()
+        enter(disconnect)
+        assert left.wait(10)
+        assert {kyt.get_connection_status(each) for each in (robot, *others)} == {kyt.DISCONNECT}
+    """,
 }
+
+FORKS = {
+    "a child while the parent is idle, and one that uses nothing of it": """
+        assert ends(fork()) and ends(fork(lambda: None))
+        still_served()
+    """,
+    "children while a callback of each kind is running": """
+        leave, other = threading.Event(), kyt.connect_robot("127.0.0.1", sys.argv[1])
+        enter(leave.wait)
+        enter(leave.wait, kyt.robot_state_callback, other)
+        children = [fork() for _ in range(3)]
+        assert all([ends(each) for each in children])
+        leave.set()
+        assert kyt.disconnect_robot(other) == 0
+        register()
+        still_served()
+    """,
+    "children from inside a callback: one goes on in it, one returns from it": """
+        def in_callback():
+            if children: return
+            children.append(fork(lambda: in_the_child() or os._exit(0)))
+            children.append(os.fork())
+            if children[-1] == 0: in_the_child(own=False)
+        children = []
+        enter(in_callback)
+        while len(children) < 2: time.sleep(0.01)
+        assert all([ends(each) for each in children])
+        register()
+        still_served()
+    """,
+    "children while threads are in calls, and register": """
+        def work(call):
+            while not enough.is_set(): call()
+        enough = threading.Event()
+        calls = [lambda: kyt.get_speed(robot, 0), register, lambda: kyt.get_robot_running_state(robot, 0),
+                 lambda: kyt.disconnect_robot(kyt.connect_robot("127.0.0.1", sys.argv[1]))]
+        threads = [threading.Thread(target=work, args=[call], daemon=True) for call in calls]
+        for thread in threads: thread.start()
+        children = []
+        for _ in range(10):
+            children.append(fork(lambda: in_the_child() or os._exit(0)))
+            time.sleep(0.02)
+        assert all([ends(each) for each in children])
+        enough.set()
+        for thread in threads: thread.join()
+        still_served()
+    """,
+    "multiprocessing": """
+        context = multiprocessing.get_context("fork")
+        child = context.Process(target=in_the_child)
+        child.start()
+        child.join(15)
+        assert child.exitcode == 0, child.exitcode
+        with context.Pool(2) as pool: assert pool.map(kyt.get_connection_status, [robot] * 4) == [kyt.DISCONNECT] * 4
+        still_served()
+    """,
+}
+PROGRAMS = {
+    "clean-ups from before the import": CLEAN_UPS,
+    **{name: STREAM + textwrap.dedent(case) for name, case in CASES.items()},
+    **{name: FORK + textwrap.dedent(case) for name, case in FORKS.items()},
+}
+SAID = {"clean-ups from before the import": "joined\njoined\n",
+        "a function registered to run at exit still gets its callbacks": "served at exit\n"}
 
 
 class Endings(unittest.TestCase):
     def test_nothing_hangs_and_nothing_crashes(self):
-        def end(case):
-            script = STREAM + textwrap.dedent(case)
-            return run("-X", "faulthandler", "-c", script, controller.port, timeout=30)
+        def end(program):
+            return run("-X", "faulthandler", "-c", program, controller.port, timeout=30)
 
         with VirtualController("--state-period", "1") as controller, ThreadPoolExecutor(4) as several:
-            running = {name: several.submit(end, case) for name, case in CASES.items()}
+            running = {name: several.submit(end, program) for name, program in PROGRAMS.items()}
             for name, one in running.items():
                 with self.subTest(name):
                     done = one.result()
                     self.assertEqual(done.returncode, 0, done.stderr)
                     self.assertNotIn("Fatal", done.stderr)
                     self.assertNotIn("Traceback", done.stderr)
-                    self.assertEqual("served at exit" in done.stdout, "served at exit" in CASES[name])
+                    self.assertEqual(done.stdout, SAID.get(name, ""))

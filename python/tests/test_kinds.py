@@ -11,15 +11,12 @@ except ImportError:  # no part of the wheel
 
 
 def port(number=0, label=""):
-    made = surface.Port()
-    made.number, made.label = number, label
-    return made
+    return surface.Port(number=number, label=label)
 
 
 class Kinds(unittest.TestCase):
     def test_values_go_in_and_come_back(self):
-        level = surface.DoubleRef()
-        level.value = 1.25
+        level = surface.DoubleRef(value=1.25)
         boxes = surface.IntRef(), surface.BoolRef(), surface.StringRef()
         boxes[0].value, boxes[1].value, boxes[2].value = 4, True, "\udcff"
         self.assertEqual(surface.readAll(1, False, "a", level), [7, 2, True, "a!"])
@@ -47,16 +44,51 @@ class Kinds(unittest.TestCase):
         for kind, how in [(ValueError, "argument"), (MemoryError, "memory"), (RuntimeError, "")]:
             self.assertRaises(kind, surface.fail, how)
 
+    def test_lists_of_python_are_filled_in_place(self):
+        ports, characters, rows, names = [port(8)], ["x"], [(1, 2), surface.VectorInt([3])], []
+        results = [surface.readPorts(ports), surface.copyText("ab", characters), surface.readRows(rows, names)]
+        self.assertEqual((results, ports, characters), ([0, 2, 0], [port(8)] * 100, ["a", "b"]))
+        self.assertEqual((repr(rows), names), ("[[1, 2], [3], [2, 7]]", ["first"]))
+        mixed = surface.VectorVectorInt([[4]]), surface.VectorString(["last"])
+        self.assertEqual((surface.readRows(*mixed), mixed), (0, ([[4], [1, 7]], ["first", "last"])))
+        for wrong in ([[1.5]], [None], ([1],), "ab", [[2**31]]):
+            kept = copy.copy(wrong)
+            with self.assertRaisesRegex((TypeError, OverflowError), r"argument 1 of type 'std::vector< .* > &'"):
+                surface.readRows(wrong, names)
+            self.assertEqual((wrong, names), (kept, ["first"]))
+
+    def test_records_take_their_fields_by_name_and_know_no_others(self):
+        first, ports = port(1, "é"), [port(2)]
+        board = surface.Board(first=first, ports=ports, groups=[ports, ()], codes=(4,))
+        self.assertEqual([board.first, board.ports, board.groups, board.codes], [first, ports, [ports, []], [4]])
+        board.__init__(codes=[5])
+        self.assertEqual(board, surface.Board(codes=[5]))
+        for arguments in ({"colour": 1}, {"this": 1}, {"__class__": 1}, {"codes": 1}, {"first": None}):
+            with self.assertRaisesRegex(TypeError, next(iter(arguments))):
+                surface.Board(**arguments)
+        self.assertRaisesRegex(TypeError, r"Port\(\) takes its fields by name", surface.Port, 1)
+        for wrong in (first, board, board.first, board.ports, ports[0], surface.IntRef()):
+            for name in ("numbr", "colour", "_owner", "__dict__", "append"):
+                self.assertRaises(AttributeError, setattr, wrong, name, 1)
+                self.assertRaises(AttributeError, delattr, wrong, name)
+
+        class Noted(surface.Port):
+            def __init__(self, note="", **fields):
+                super().__init__(**fields)
+                self.note = note
+
+        noted = Noted("mine", number=3)
+        self.assertEqual((noted, copy.copy(noted).note, port(3)), (port(3), "mine", noted))
+
     def test_records_are_values(self):
-        board = surface.Board()
-        board.first, board.ports, board.groups, board.codes = port(1), [port(2)], [[port(3)], ()], (4,)
+        board = surface.Board(first=port(1), ports=[port(2)], groups=[[port(3)], ()], codes=(4,))
         again = [copy.copy(board), copy.deepcopy(board), pickle.loads(pickle.dumps(board))]
         self.assertEqual(again, [board] * 3)
         again[0].groups[0][0].label = "other"
         self.assertNotEqual(again[0], board)
         self.assertNotEqual(board, board.first)
         self.assertEqual(repr(port(1, "é")), "Port(number=1, open=False, volts=0.0, label='é')")
-        self.assertRaises(TypeError, hash, board)
+        self.assertEqual([surface.Board.__hash__, surface.VectorPort.__hash__], [None, None])
         for field, wrong in [("first", None), ("first", board), ("ports", None), ("ports", "a"), ("codes", ["a"])]:
             self.assertRaises(TypeError, setattr, board, field, wrong)
         with self.assertRaises(OverflowError):

@@ -61,19 +61,30 @@ class Names(unittest.TestCase):
     def test_mypy_finds_nothing_wrong(self):
         allowed = ["--allowlist", str(ROOT / "python/tests/stubtest_allowed.txt")]
         program = (
+            "from typing import Hashable, List\n"
             "import _kyt_host as kyt\n"
             "fd: int = kyt.connect_robot('127.0.0.1', '6001')\n"
             "status, state = kyt.get_servo_state(fd, 0)\n"
-            "para = kyt.CollisionPara()\n"
-            "para.collisionDetection_run = [1.0]\n"
+            "para = kyt.CollisionPara(axisum=6, collisionDetection_run=[1.0])\n"
             "para.collisionDetection_run.append(2)\n"
             "kyt.recv_message(fd, lambda code, text: print(code + 1, text.upper()))\n"
+            "alarms: List[kyt.AlarmdIO] = []\n"
+            "kyt.get_error_msg_of_digital_input(fd, alarms) or kyt.get_current_position(fd, 0, [0.0])\n"
+            "values: kyt.VectorDouble = kyt.position_to_values(kyt.Position(coord=1, pos=range(7)))\n"
         )
-        wrong = "kyt.get_servo_state('1', 0)\npara.axissum = 6\nkyt.get_current_position(fd, 0, [0.0])\n"
+        wrong = [
+            "kyt.get_servo_state('1', 0)",
+            "para.axissum = 6",
+            "kyt.CollisionPara(axissum=6)",
+            "kyt.CollisionPara(axisum='6')",
+            "kyt.get_current_position(fd, 0, (0.0,))",
+            "kyt.get_error_msg_of_digital_input(fd, [1])",
+            "key: Hashable = para",
+        ]
         with tempfile.TemporaryDirectory() as folder:
             environment = {**os.environ, "MYPYPATH": str(STUB.parent), "MYPY_CACHE_DIR": folder}
             Path(folder, "right.py").write_text(program)
-            Path(folder, "wrong.py").write_text(program + wrong)
+            Path(folder, "wrong.py").write_text(program + "\n".join(wrong))
             results = [
                 run("-m", *command, env=environment, cwd=folder)
                 for command in (
@@ -83,7 +94,8 @@ class Names(unittest.TestCase):
                 )
             ]
         self.assertEqual([each.returncode for each in results], [0, 0, 1], results)
-        self.assertEqual(re.findall(r"wrong\.py:(\d+): error", results[2].stdout), ["8", "9", "10"])
+        lines, first = re.findall(r"wrong\.py:(\d+): error", results[2].stdout), len(program.splitlines()) + 1
+        self.assertEqual(lines, [str(first + each) for each in range(len(wrong))], results[2].stdout)
 
     @unittest.skipUnless("site-packages" in str(STUB), "not installed from a wheel")
     def test_the_wheel_is_complete(self):

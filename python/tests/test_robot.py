@@ -18,8 +18,7 @@ class Robot(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         _, cls.robot = start_controller(cls.addClassCleanup, "0", "--time-scale", "10", "--servo-delay", "0")
-        cls.move = kyt.MoveCmd()
-        cls.move.targetPosValue, cls.move.velocity, cls.move.acc, cls.move.dec = [10, -10, 20, 0, 30, 0, 0], 50, 50, 50
+        cls.move = kyt.MoveCmd(targetPosValue=[10, -10, 20, 0, 30, 0, 0], velocity=50, acc=50, dec=50)
 
     def test_it_moves(self):
         where = kyt.VectorDouble()
@@ -30,8 +29,8 @@ class Robot(unittest.TestCase):
         self.assertEqual([round(each, 6) for each in where], self.move.targetPosValue)
 
     def test_what_is_set_can_be_read_back(self):
-        robot, alarm, program = self.robot, kyt.AlarmdIO(), kyt.RemoteProgramSetting()
-        alarm.msg, alarm.enable, program.job, program.times = "Tür offen", 1, "PART", 3
+        robot, alarm = self.robot, kyt.AlarmdIO(msg="Tür offen", enable=1)
+        program = kyt.RemoteProgramSetting(job="PART", times=3)
         number, outputs, position = kyt.DoubleRef(), kyt.VectorInt(), kyt.VectorDouble([1, 0, 2, 3, 4, 0, 0, *range(7)])
         for to_set, to_get, key, value in [
             (kyt.set_tool_hand_param, kyt.get_tool_hand_param, [2], filled(kyt.ToolParam())),
@@ -49,6 +48,21 @@ class Robot(unittest.TestCase):
         programs = kyt.VectorRemoteProgramSetting()
         self.assertEqual(kyt.set_remote_program(robot, 1, [program] * 10), 0)
         self.assertEqual((kyt.get_remote_program(robot, 1, 0, programs), programs), ([0, 10], [program] * 10))
+
+    def test_positions_are_the_14_values_of_global_positions(self):
+        position, values, read = filled(kyt.Position()), [], kyt.Position()
+        position.angleUnit = 1
+        self.assertEqual(kyt.position_to_values(position), [1, 1, 3, 4, 5, 6, 7, *[0] * 7])
+        position.pos = range(1, 8)
+        self.assertEqual(kyt.position_to_values(position), [1, 1, 3, 4, 5, 6, 7, *range(1, 8)])
+        self.assertEqual(kyt.set_global_position(self.robot, "GP0002", kyt.position_to_values(position)), 0)
+        self.assertEqual(kyt.get_global_position(self.robot, "GP0002", values), 0)
+        self.assertEqual((kyt.position_from_values([*values, 9.5], read), read), (0, position))
+        for pos, padded in [([1], [1, *[0] * 6]), (range(9), list(range(7)))]:
+            self.assertEqual(kyt.position_to_values(kyt.Position(coord=2, pos=pos)), [2, *[0] * 6, *padded])
+        unread = [-(2.0**31)] * 14
+        for wrong in (values[:13], unread, [0.5, *values[1:]], [*values[:4], 2.0**31, *values[5:]], [float("nan"), *values[1:]]):
+            self.assertEqual((kyt.position_from_values(wrong, read), read), (kyt.PARAM_ERR, position))
 
     def test_io_records_can_be_read_back(self):
         robot, safe, control, point = self.robot, filled(kyt.SafeIO()), kyt.RemoteControl(), kyt.RemoteProgram()
@@ -97,8 +111,7 @@ class Robot(unittest.TestCase):
             while kyt.get_robot_running_state(self.robot, 0) != [0, state]:
                 self.assertEqual(kyt.get_connection_status(self.robot), 0)
 
-        slow = kyt.MoveCmd()
-        slow.targetPosValue, slow.velocity, slow.acc, slow.dec = [-90, 0, 0, 0, 0, 0, 0], 1, 50, 50
+        slow = kyt.MoveCmd(targetPosValue=[-90, 0, 0, 0, 0, 0, 0], velocity=1, acc=50, dec=50)
         self.assertEqual((kyt.set_servo_poweron(self.robot), kyt.job_create(self.robot, "RUN")), (0, 0))
         self.assertEqual((kyt.job_open(self.robot, "RUN"), kyt.job_insert_moveJ(self.robot, 1, slow)), (0, 0))
         for call, state in [(kyt.job_run, 2), (kyt.job_pause, 1), (kyt.job_continue, 2), (kyt.job_stop, 0)]:

@@ -39,11 +39,10 @@ class Surface(unittest.TestCase):
         _, cls.robot = start_controller(cls.addClassCleanup)
 
     def test_results(self):
-        robot, para = self.robot, kyt.CollisionPara()
-        para.collisionDetection_run, para.collisionDetection_teach = [100.0] * 6, tuple(range(1, 7))
-        para.position_delay_time_ms_value, para.axisum = 5, 6
+        robot, six = self.robot, {"collisionDetection_run": [100.0] * 6, "collisionDetection_teach": tuple(range(1, 7))}
+        para = kyt.CollisionPara(position_delay_time_ms_value=5, axisum=6, **six)
         number, flag, text = kyt.IntRef(), kyt.BoolRef(), kyt.StringRef()
-        position, identity = kyt.VectorDouble([1, 2]), kyt.VectorChar("long ago")
+        plain, position, identity = [1], kyt.VectorDouble([1, 2]), kyt.VectorChar("long ago")
         for expected, function, *arguments in [
             (0, kyt.get_connection_status, robot),
             (0, kyt.set_speed, robot, 30),
@@ -55,6 +54,7 @@ class Surface(unittest.TestCase):
             ([0, "VC-0001"], kyt.get_controller_id_robot, robot, 1, text),
             (0, kyt.get_controller_id_csharp, robot, identity),
             (0, kyt.get_current_position, robot, 0, position),
+            (0, kyt.get_current_position, robot, 0, plain),
             (0, kyt.set_collision_para, robot, para),
             (kyt.PARAM_ERR, kyt.set_collision_para, robot, kyt.CollisionPara()),
             (0, kyt.set_axis_sdo, robot, 1, 2**32 - 1, 0, -(2**31), 4),
@@ -64,7 +64,7 @@ class Surface(unittest.TestCase):
             with self.subTest(function=function.__name__, arguments=arguments):
                 self.assertEqual(repr(function(*arguments)), repr(expected))  # True is not 1 here
         self.assertEqual((number.value, flag.value, text.value), (30, False, "VC-0001"))
-        self.assertEqual(("".join(identity), list(position)), ("VC-0001", [0.0] * 7))
+        self.assertEqual(("".join(identity), list(position), plain), ("VC-0001", [0.0] * 7, [0.0] * 7))
 
     def test_errors(self):
         robot = self.robot
@@ -73,7 +73,8 @@ class Surface(unittest.TestCase):
             (TypeError, 1, "SOCKETFD", kyt.get_servo_state, 1.0, 0),
             (TypeError, 2, "int &", kyt.get_servo_state, robot, "0"),
             (TypeError, 2, "bool", kyt.set_reconnect, robot, "yes"),
-            (TypeError, 3, "std::vector< double > &", kyt.get_current_position, robot, 0, [0.0]),
+            (TypeError, 3, "std::vector< double > &", kyt.get_current_position, robot, 0, (0.0,)),
+            (TypeError, 3, "std::vector< double > &", kyt.get_current_position, robot, 0, ["0"]),
             (TypeError, 2, "CollisionPara", kyt.set_collision_para, robot, {}),
             (TypeError, 1, "std::string const &", kyt.connect_robot, b"127.0.0.1", "1"),
             (TypeError, 1, "std::vector< char > const &", kyt.verifyReceiveMessage, ["ab"], [], 0),
@@ -87,16 +88,16 @@ class Surface(unittest.TestCase):
                     function(*arguments)
                 text = f"in method '{function.__name__}', argument {position} of type '{type_}'"
                 self.assertEqual(str(raised.exception), text)
-        for setter in CALLBACK_SETTERS:
+        for setter, *key in [*((setter, robot) for setter in CALLBACK_SETTERS), (kyt.set_diagnostics_handler,)]:
             with self.assertRaisesRegex(ValueError, "^Provided callback is not callable!$"):
-                setter(robot, 5)
+                setter(*key, 5)
         with self.assertRaisesRegex(AttributeError, r"^Variable const_robotNum is read-only\.$"):
             kyt.cvar.const_robotNum = 2
         self.assertEqual(kyt.cvar.const_robotNum, 1)
 
     def test_every_operation_refuses_none_and_returns_its_status_and_what_goes_in_and_out(self):
         for declared in (function for header in HEADERS for function in header.functions):
-            if declared.name == "set_progress_callback":  # None switches it off
+            if declared.name in ("set_progress_callback", "set_diagnostics_handler"):  # None switches them off
                 continue
             function, types = getattr(kyt, declared.name), [each.type for each in declared.parameters]
             arguments = [argument(each) for each in types]

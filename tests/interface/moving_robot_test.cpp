@@ -7,7 +7,7 @@
 
 namespace {
 
-using Position = std::vector<double>;
+using Values = std::vector<double>;
 
 constexpr int jointCoordinates = 0;
 constexpr int baseCoordinates = 1;
@@ -20,7 +20,7 @@ virtual_controller::Settings fast() {
   return settings;
 }
 
-MoveCmd moveTo(const Position& target, int coord, double velocity) {
+MoveCmd moveTo(const Values& target, int coord, double velocity) {
   MoveCmd cmd;
   cmd.targetPosValue = target;
   cmd.coord = coord;
@@ -30,7 +30,7 @@ MoveCmd moveTo(const Position& target, int coord, double velocity) {
   return cmd;
 }
 
-void expectNear(const Position& position, const Position& expected, double tolerance, std::size_t count = 6) {
+void expectNear(const Values& position, const Values& expected, double tolerance, std::size_t count = 6) {
   ASSERT_GE(position.size(), count);
   for (std::size_t i = 0; i < count; ++i) EXPECT_NEAR(position[i], expected[i], tolerance) << i;
 }
@@ -46,15 +46,15 @@ class MovingRobot : public ConnectedTest {
     ASSERT_EQ(set_servo_poweron(robot), SUCCESS);
   }
 
-  Position position(int coord) const {
-    Position values;
+  Values position(int coord) const {
+    Values values;
     EXPECT_EQ(get_current_position(robot, coord, values), SUCCESS);
     return values;
   }
 
   /// The positions from now on, until the robot stands still.
-  std::vector<Position> pathIn(int coord) const {
-    std::vector<Position> path;
+  std::vector<Values> pathIn(int coord) const {
+    std::vector<Values> path;
     for (int state = 2; state != 0;) {
       path.push_back(position(coord));
       EXPECT_EQ(get_robot_running_state(robot, state), SUCCESS);
@@ -63,7 +63,7 @@ class MovingRobot : public ConnectedTest {
     return path;
   }
 
-  const Position ready{20, -20, 30, 10, 50, 0, 0};
+  const Values ready{20, -20, 30, 10, 50, 0, 0};
   EventLog messages;
 };
 
@@ -74,8 +74,8 @@ TEST_F(MovingRobot, JointAndLinearMovesArriveAndALineIsStraight) {
   EXPECT_GT(joints.size(), 5U);  // it was seen on its way
   EXPECT_GT(joints[joints.size() / 2][1], ready[1]);
 
-  const Position from = position(baseCoordinates);
-  Position to = from;
+  const Values from = position(baseCoordinates);
+  Values to = from;
   to[0] -= 150;
   to[1] += 200;
   to[2] += 100;
@@ -86,7 +86,7 @@ TEST_F(MovingRobot, JointAndLinearMovesArriveAndALineIsStraight) {
   EXPECT_GT(path.size(), 5U);
   const double length = std::hypot(150.0, 200.0, 100.0);
   for (const auto& point : path) {
-    const Position d{point[0] - from[0], point[1] - from[1], point[2] - from[2]};
+    const Values d{point[0] - from[0], point[1] - from[1], point[2] - from[2]};
     const double along = (-150 * d[0] + 200 * d[1] + 100 * d[2]) / length;
     EXPECT_LT(d[0] * d[0] + d[1] * d[1] + d[2] * d[2] - along * along, 0.5 * 0.5);
     EXPECT_GT(along, -0.01);
@@ -95,13 +95,13 @@ TEST_F(MovingRobot, JointAndLinearMovesArriveAndALineIsStraight) {
 }
 
 TEST_F(MovingRobot, ExternalAxesHomeAndJoggingMoveToo) {
-  Position target = ready;
+  Values target = ready;
   target.insert(target.end(), {100, -50, 0, 0, 25, 0, 0});
   ASSERT_EQ(robot_extra_movej(robot, moveTo(target, jointCoordinates, 100)), SUCCESS);
   pathIn(jointCoordinates);
-  Position external;
+  Values external;
   EXPECT_EQ(get_current_extra_position(robot, external), SUCCESS);
-  EXPECT_EQ(external, (Position{100, -50, 0, 0, 25}));
+  EXPECT_EQ(external, (Values{100, -50, 0, 0, 25}));
   expectNear(position(jointCoordinates), ready, 1e-6);
 
   EXPECT_EQ(robot_start_jogging(robot, 6, true), SUCCESS);
@@ -115,10 +115,10 @@ TEST_F(MovingRobot, ExternalAxesHomeAndJoggingMoveToo) {
   const double stopped = position(jointCoordinates)[5];
   EXPECT_GE(stopped, 10);
   double lineSpeed = -1;
-  Position jointSpeeds;
-  Position externalSpeeds;
+  Values jointSpeeds;
+  Values externalSpeeds;
   EXPECT_EQ(get_current_line_speed_and_joint_speed(robot, lineSpeed, jointSpeeds, externalSpeeds), SUCCESS);
-  EXPECT_EQ(jointSpeeds, Position(7, 0));
+  EXPECT_EQ(jointSpeeds, Values(7, 0));
   EXPECT_EQ(lineSpeed, 0);
   EXPECT_EQ(position(jointCoordinates)[5], stopped);
 
@@ -128,7 +128,7 @@ TEST_F(MovingRobot, ExternalAxesHomeAndJoggingMoveToo) {
   EXPECT_EQ(robot_movej(robot, moveTo(ready, jointCoordinates, 100)), SUCCESS);
   EXPECT_EQ(robot_go_home(robot), SUCCESS);  // takes the place of the move that is under way
   pathIn(jointCoordinates);
-  expectNear(position(jointCoordinates), Position(home.begin(), home.end()), 1e-9);
+  expectNear(position(jointCoordinates), Values(home.begin(), home.end()), 1e-9);
 }
 
 TEST_F(MovingRobot, WhatCannotBeDoneIsSaidAndMovesNothing) {
@@ -148,9 +148,9 @@ TEST_F(MovingRobot, WhatCannotBeDoneIsSaidAndMovesNothing) {
 }
 
 TEST_F(MovingRobot, AUserFrameFromThreePointsAgreesWithTheArithmetic) {
-  Position origin;
+  Values origin;
   const auto teach = [&](const char* point, double x, double y) {
-    Position at = origin;
+    Values at = origin;
     at[0] += x;
     at[1] += y;
     EXPECT_EQ(robot_movel(robot, moveTo(at, baseCoordinates, 500)), SUCCESS);
@@ -164,21 +164,21 @@ TEST_F(MovingRobot, AUserFrameFromThreePointsAgreesWithTheArithmetic) {
   teach("X", 60, 80);    // the frame is turned by 53.13 degrees about z
   teach("Y", -40, 120);  // somewhere on its positive Y side
   EXPECT_EQ(calculate_user_coordinate(robot, 4), SUCCESS);
-  Position frame;
+  Values frame;
   EXPECT_EQ(get_user_coord_para(robot, 4, frame), SUCCESS);
   const double turned = std::atan2(80, 60) * 180 / M_PI;
   expectNear(frame, {origin[0], origin[1], origin[2], 0, 0, turned}, 0.01);
 
   EXPECT_EQ(set_user_coord_number(robot, 4), SUCCESS);
-  const Position inFrame = position(userCoordinates);  // at (-40, 120) from the origin
+  const Values inFrame = position(userCoordinates);  // at (-40, 120) from the origin
   expectNear(inFrame, {(-40 * 60 + 120 * 80) / 100.0, (-40 * -80 + 120 * 60) / 100.0, 0}, 0.02, 3);
   // a tool shifts the position along the flange's axes
   ToolParam tool;
   tool.Z = 100;
-  const Position flange = position(baseCoordinates);
+  const Values flange = position(baseCoordinates);
   EXPECT_EQ(set_tool_hand_param(robot, 2, tool), SUCCESS);
   EXPECT_EQ(set_tool_hand_number(robot, 2), SUCCESS);
-  const Position tip = position(baseCoordinates);
+  const Values tip = position(baseCoordinates);
   EXPECT_NEAR(std::hypot(tip[0] - flange[0], tip[1] - flange[1], tip[2] - flange[2]), 100, 1e-6);
   EXPECT_TRUE(messages.all().empty());
 }
@@ -192,12 +192,16 @@ TEST_F(MovingRobot, WhatIsSetCanBeReadBack) {
     EXPECT_EQ(get_global_variant(robot, name, value), SUCCESS);
     EXPECT_EQ(value, expected) << name;
   }
-  const Position global{1, 0, 2, 3, 4, 0, 0, 1.5, 2, 3, 4, 5, 6, 7};
-  Position read;
+  const Values global{1, 0, 2, 3, 4, 0, 0, 1.5, 2, 3, 4, 5, 6, 7};
+  Values read;
   EXPECT_EQ(set_global_position(robot, "GP0001", global), SUCCESS);
   EXPECT_EQ(get_global_position(robot, "GP0001", read), SUCCESS);
   EXPECT_EQ(read, global);
-  Position sync = global;
+  Position place;
+  EXPECT_EQ(position_from_values(read, place), SUCCESS);
+  EXPECT_EQ(std::tie(place.coord, place.configuration, place.toolNum, place.userNum), std::make_tuple(1, 2, 3, 4));
+  EXPECT_EQ(position_to_values(place), global);
+  Values sync = global;
   sync.resize(21, 8);
   EXPECT_EQ(set_global_sync_position(robot, "GE0001", sync), SUCCESS);
   EXPECT_EQ(get_global_sync_position(robot, "GE0001", read), SUCCESS);
@@ -212,7 +216,7 @@ TEST_F(MovingRobot, WhatIsSetCanBeReadBack) {
   EXPECT_EQ(set_tool_hand_number_robot(robot, 3, 5), SUCCESS);
   EXPECT_EQ(get_tool_hand_number_robot(robot, 3, number), SUCCESS);
   EXPECT_EQ(number, 5);
-  const Position frame{1, 2, 3, 4, 5, 6};
+  const Values frame{1, 2, 3, 4, 5, 6};
   EXPECT_EQ(set_user_coordinate_data(robot, 9, frame), SUCCESS);
   EXPECT_EQ(get_user_coord_para(robot, 9, read), SUCCESS);
   expectNear(read, frame, 1e-9);
