@@ -4,10 +4,12 @@
 
 #include "benchmarks.h"
 #include "harness.h"
-#include "kyt_host/communication/detail/crc32.h"
+#include "kyt_host/detail/crc32.h"
 #include "kyt_host/kyt_host.h"
 #include "peer.h"
 #include "raw_client.h"
+
+using namespace kyt_host::detail;
 
 namespace {
 

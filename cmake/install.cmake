@@ -3,9 +3,9 @@ include(CMakePackageConfigHelpers)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kyt_host)
 
 install(TARGETS kyt_host EXPORT kyt_hostTargets)
-# Whatever lives in a folder named detail is ours alone.
+# What namespace kyt_host::detail holds is ours alone.
 install(DIRECTORY kyt_host DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h"
-        PATTERN "detail" EXCLUDE)
+        PATTERN "detail" EXCLUDE PATTERN "codec" EXCLUDE PATTERN "exchange" EXCLUDE PATTERN "exchanges.h" EXCLUDE)
 
 install(EXPORT kyt_hostTargets NAMESPACE kyt_host:: DESTINATION ${package_dir})
 configure_package_config_file(cmake/kyt_hostConfig.cmake.in kyt_hostConfig.cmake INSTALL_DESTINATION ${package_dir}

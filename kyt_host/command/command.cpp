@@ -2,7 +2,9 @@
 
 #include <utility>
 
-#include "kyt_host/command/detail/line_parts.h"
+#include "kyt_host/codec/line_parts.h"
+
+using namespace kyt_host::detail;
 
 Command::~Command() = default;
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "kyt_host/command/line_records.h"
 #include "kyt_host/export.h"
+#include "kyt_host/records/line_records.h"
 
 namespace Json {
 class Value;

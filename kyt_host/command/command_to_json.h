@@ -7,5 +7,5 @@
 #include "kyt_host/command/condition_commands.h"
 #include "kyt_host/command/control_commands.h"
 #include "kyt_host/command/craft_commands.h"
-#include "kyt_host/command/line_records.h"
 #include "kyt_host/command/move_commands.h"
+#include "kyt_host/records/line_records.h"

@@ -5,7 +5,9 @@
 
 #include <json/value.h>
 
-#include "kyt_host/command/detail/line_parts.h"
+#include "kyt_host/codec/line_parts.h"
+
+using namespace kyt_host::detail;
 
 Json::Value TimerCommand::toJson() const {
   Json::Value json;

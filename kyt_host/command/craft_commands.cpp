@@ -4,7 +4,9 @@
 
 #include <json/value.h>
 
-#include "kyt_host/command/detail/line_parts.h"
+#include "kyt_host/codec/line_parts.h"
+
+using namespace kyt_host::detail;
 
 WeldCommand::WeldCommand(CmdType lineType, int id, double l1, double l2)
     : Command(lineType), arcParameterId_(id), lengths_({l1, l2}) {}

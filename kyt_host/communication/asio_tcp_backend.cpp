@@ -3,7 +3,9 @@
 #include <iostream>
 
 #include "kyt_host/communication/detail/connection.h"
-#include "kyt_host/communication/detail/diagnostics.h"
+#include "kyt_host/detail/diagnostics.h"
+
+using namespace kyt_host::detail;
 
 AsioTCPBackend::AsioTCPBackend(const std::string& ip, const std::string& port)
     : connection_(std::make_shared<Connection>(*this, ip, port)) {}

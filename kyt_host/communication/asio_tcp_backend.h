@@ -6,7 +6,9 @@
 #include "kyt_host/communication/backend_base.h"
 #include "kyt_host/export.h"
 
+namespace kyt_host::detail {
 class Connection;
+}
 
 /// A connection over TCP.
 ///
@@ -40,10 +42,10 @@ class KYT_HOST_API AsioTCPBackend : public BackendBase {
   MessageBaseStrategy* waitingForEither(unsigned int first, unsigned int second, int timeoutMs,
                                         std::string& text) override;
   void setFreshReplies(bool enable) override;
-  std::shared_ptr<CallbackQueue> callbacks() const override;
+  std::shared_ptr<kyt_host::detail::CallbackQueue> callbacks() const override;
   void beginToClose() override;
   void abandon() override;
 
  private:
-  std::shared_ptr<Connection> connection_;  // shared with its threads
+  std::shared_ptr<kyt_host::detail::Connection> connection_;  // shared with its threads
 };

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
-#include "kyt_host/communication/detail/json_text.h"
+#include "kyt_host/detail/json_text.h"
+
+using namespace kyt_host::detail;
 
 BackendBase::BackendBase() = default;
 BackendBase::~BackendBase() = default;

@@ -13,7 +13,9 @@
 #include "kyt_host/communication/strategy.h"
 #include "kyt_host/export.h"
 
+namespace kyt_host::detail {
 class CallbackQueue;
+}
 
 /// One connection to a controller, as the operations see it: send a text under a code, wait for the text of a code.
 class KYT_HOST_API BackendBase {
@@ -77,7 +79,7 @@ class KYT_HOST_API BackendBase {
   virtual void setFreshReplies(bool enable);
 
   /// What hands messages to the callbacks; null when there is nothing of the kind.
-  virtual std::shared_ptr<CallbackQueue> callbacks() const;
+  virtual std::shared_ptr<kyt_host::detail::CallbackQueue> callbacks() const;
 
   /// Says goodbye to the peer, and begins to end the connection: `closeConnection` then has less to wait for.
   virtual void beginToClose();

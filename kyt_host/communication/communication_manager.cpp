@@ -6,7 +6,9 @@
 #include <vector>
 
 #include "kyt_host/communication/detail/callback_queue.h"
-#include "kyt_host/communication/detail/diagnostics.h"
+#include "kyt_host/detail/diagnostics.h"
+
+using namespace kyt_host::detail;
 
 namespace {
 

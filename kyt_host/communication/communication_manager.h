@@ -100,7 +100,7 @@ class KYT_HOST_API ClientManager {
 
   // What delivers the messages of connections that are gone, or about to be: a callback may still run there. By handle;
   // never destroyed.
-  using LeftBehind = std::multimap<int, std::weak_ptr<CallbackQueue>>;
+  using LeftBehind = std::multimap<int, std::weak_ptr<kyt_host::detail::CallbackQueue>>;
 
   constexpr ClientManager() = default;
 
@@ -108,7 +108,7 @@ class KYT_HOST_API ClientManager {
   void remove(int socketFd, Communication* expected);
   void giveBack(int socketFd);
   static LeftBehind& leftBehind();
-  static void leaveBehind(int socketFd, const std::shared_ptr<CallbackQueue>& callbacks);
+  static void leaveBehind(int socketFd, const std::shared_ptr<kyt_host::detail::CallbackQueue>& callbacks);
 
   // process_ends.cpp
   static void forEach(const std::function<void(BackendBase& backend)>& visit);

@@ -5,8 +5,10 @@
 
 #include "kyt_host/communication/communication_manager.h"
 #include "kyt_host/communication/detail/descriptor_limit.h"
-#include "kyt_host/communication/detail/diagnostics.h"
 #include "kyt_host/communication/reply_handlers.h"
+#include "kyt_host/detail/diagnostics.h"
+
+using namespace kyt_host::detail;
 
 namespace {
 

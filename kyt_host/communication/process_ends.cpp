@@ -14,6 +14,8 @@
 #include "kyt_host/communication/detail/callback_queue.h"
 #include "kyt_host/communication/detail/quiet_thread.h"
 
+using namespace kyt_host::detail;
+
 namespace {
 
 constexpr std::chrono::milliseconds exitTimeLimit{900};

@@ -3,8 +3,11 @@
 #include <iostream>
 #include <utility>
 
-#include "kyt_host/communication/detail/diagnostics.h"
-#include "kyt_host/communication/detail/json_text.h"
+#include "kyt_host/codec/replies.h"
+#include "kyt_host/detail/diagnostics.h"
+#include "kyt_host/detail/json_text.h"
+
+using namespace kyt_host::detail;
 
 namespace {
 
@@ -77,3 +80,23 @@ void RecvAllJobFileName::getAllJobFileName() {
     jobFileNames_.clear();  // nested beyond the reader's limit: no list of names
   }
 }
+
+int RecvDhParaState::recvDHpara(int /*robotType*/, RobotDHParam& param) const {
+  return decode(text(), readAtOnce(replies::readDhParam, param));
+}
+
+int RecvJointPara::recvJointparam(RobotJointParam& param) const {
+  return decode(text(), readAtOnce(replies::readJointParam, param));
+}
+
+int RecvIoControl::receiveIoControl(int& num, int& time, RemoteControl& control,
+                                    std::vector<RemoteProgram>& programs) const {
+  return decode(text(), readAtOnce(replies::readRemoteFunction, num, time, control, programs));
+}
+
+int RecvIoRemoteTips::receiveIoRemoteTips(int& num, int& outagerecover, int& outagerecoverValue,
+                                          std::vector<RemoteProgram>& outputs) const {
+  return decode(text(), readAtOnce(replies::readRemoteTips, num, outagerecover, outagerecoverValue, outputs));
+}
+
+int RecvIOtype::getIOtype(IOtype& io) const { return decode(text(), readAtOnce(replies::readIoType, io)); }

@@ -4,9 +4,11 @@
 #include <stdexcept>
 
 #include "kyt_host/communication/detail/append_frame.h"
-#include "kyt_host/communication/detail/byte_order.h"
-#include "kyt_host/communication/detail/crc32.h"
 #include "kyt_host/communication/detail/frame_buffer.h"
+#include "kyt_host/detail/byte_order.h"
+#include "kyt_host/detail/crc32.h"
+
+using namespace kyt_host::detail;
 
 std::uint32_t calculateCRC32(const std::string& data) { return crc32(data.data(), data.size()); }
 
@@ -22,7 +24,7 @@ std::string assemblySendMessage(Strategy command, const std::string& payload) {
   return frame;
 }
 
-void appendFrame(std::string& bytes, Strategy command, std::string_view payload) {
+void kyt_host::detail::appendFrame(std::string& bytes, Strategy command, std::string_view payload) {
   const std::size_t begin = bytes.size();
   bytes.resize(begin + frameHeaderSize);
   char* const header = &bytes[begin];

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "kyt_host/interface/detail/exchange.h"
+#include "kyt_host/exchange/exchange.h"
+
+using namespace kyt_host::detail;
 
 namespace {
 
@@ -70,8 +72,7 @@ Json::Value ofItsType(const WaveParam& param) {
 }  // namespace
 
 int weld_get_config_robot(SOCKETFD socketFd, int robotNum, int num, ArcParam& param) {
-  return query(socketFd, Strategy::GetWeldConfig, line({{"robot", robotNum}, {"num", num}}),
-               reply<RecvWeldConfig>(Strategy::WeldConfigReply), replies::arcParam(param));
+  return query<Strategy::GetWeldConfig>(socketFd, line({{"robot", robotNum}, {"num", num}}), replies::arcParam(param));
 }
 
 int weld_set_config_robot(SOCKETFD socketFd, int robotNum, int num, ArcParam& param) {
@@ -87,8 +88,8 @@ int weld_set_config_robot(SOCKETFD socketFd, int robotNum, int num, ArcParam& pa
 }
 
 int weld_get_wave_weld_param_robot(SOCKETFD socketFd, int robotNum, int num, WaveParam& param) {
-  return query(socketFd, Strategy::GetWaveWeldParam, line({{"robot", robotNum}, {"num", num}}),
-               reply<ReceivedWaveweldData>(Strategy::WaveWeldParamReply), replies::waveParam(param));
+  return query<Strategy::GetWaveWeldParam>(socketFd, line({{"robot", robotNum}, {"num", num}}),
+                                           replies::waveParam(param));
 }
 
 int weld_set_wave_weld_param_robot(SOCKETFD socketFd, int robotNum, int num, const WaveParam& param) {
@@ -119,11 +120,9 @@ int weld_set_supply_gas_robot(SOCKETFD socketFd, int robotNum, int value) {
 }
 
 int weld_get_feed_wire_status_robot(SOCKETFD socketFd, int robotNum, std::vector<int>& status) {
-  return query(socketFd, Strategy::GetFeedWireStatus, line({{"robot", robotNum}}),
-               reply<RecvCurrentHandleOperate>(Strategy::FeedWireStatusReply), replies::feedWireStatus(status));
+  return query<Strategy::GetFeedWireStatus>(socketFd, line({{"robot", robotNum}}), replies::feedWireStatus(status));
 }
 
 int weld_get_monitor_status_robot(SOCKETFD socketFd, int robotNum, WeldState& state) {
-  return query(socketFd, Strategy::GetWeldMonitor, line({{"robot", robotNum}}),
-               reply<ReceiveWeldMonitor>(Strategy::WeldMonitorReply), replies::weldState(state));
+  return query<Strategy::GetWeldMonitor>(socketFd, line({{"robot", robotNum}}), replies::weldState(state));
 }

@@ -7,13 +7,15 @@
 #include <system_error>
 
 #include "kyt_host/communication/connection_api.h"
-#include "kyt_host/communication/detail/diagnostics.h"
-#include "kyt_host/communication/detail/guarded.h"
+#include "kyt_host/detail/diagnostics.h"
+#include "kyt_host/detail/guarded.h"
 #include "kyt_host/file/detail/listing.h"
 #include "kyt_host/file/detail/local_failure.h"
 #include "kyt_host/file/detail/single_file.h"
 #include "kyt_host/file/detail/target_folders.h"
 #include "kyt_host/file/file_transfers.h"
+
+using namespace kyt_host::detail;
 
 namespace fs = std::filesystem;
 

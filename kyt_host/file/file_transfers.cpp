@@ -17,15 +17,17 @@
 #include "kyt_host/communication/asio_tcp_backend.h"
 #include "kyt_host/communication/communication_manager.h"
 #include "kyt_host/communication/connection_api.h"
-#include "kyt_host/communication/detail/diagnostics.h"
-#include "kyt_host/communication/detail/guarded.h"
-#include "kyt_host/communication/detail/json_text.h"
 #include "kyt_host/communication/reply_handlers.h"
+#include "kyt_host/detail/diagnostics.h"
+#include "kyt_host/detail/guarded.h"
+#include "kyt_host/detail/json_text.h"
 #include "kyt_host/file/detail/descriptor.h"
 #include "kyt_host/file/detail/local_failure.h"
 #include "kyt_host/file/detail/progress.h"
 #include "kyt_host/file/detail/single_file.h"
 #include "kyt_host/file/detail/unfinished_file.h"
+
+using namespace kyt_host::detail;
 
 namespace {
 
@@ -137,6 +139,8 @@ int downloadContents(BackendBase& server, const std::filesystem::path& localPath
 
 }  // namespace
 
+namespace kyt_host::detail {
+
 bool askFileServer(BackendBase& server, Strategy request, const std::string& text, Strategy reply, int timeoutMs,
                    Json::Value& root) {
   std::string answer;
@@ -159,6 +163,8 @@ int downloadFile(BackendBase& server, const std::string& remoteName, const std::
   fileoperation::send_download_file_over(&server);
   return result;
 }
+
+}  // namespace kyt_host::detail
 
 namespace fileoperation {
 

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
-#include "kyt_host/interface/detail/exchange.h"
+#include "kyt_host/exchange/exchange.h"
+
+using namespace kyt_host::detail;
 
 namespace {
 
@@ -48,8 +50,7 @@ int setAlarms(SOCKETFD socketFd, Strategy code, const std::vector<AlarmdIO>& msg
 
 template <class Read>
 int queryRemoteParam(SOCKETFD socketFd, int robotNum, const Read& read) {
-  return query(socketFd, Strategy::GetRemoteParam, line({{"robot", robotNum}}),
-               reply<RecvRemotePara>(Strategy::RemoteParamReply), read);
+  return query<Strategy::GetRemoteParam>(socketFd, line({{"robot", robotNum}}), read);
 }
 
 // In which form a list of programs goes out to a controller, and how many entries of it.
@@ -79,13 +80,13 @@ int set_digital_output(SOCKETFD socketFd, int port, int value) {
 }
 
 int get_digital_output(SOCKETFD socketFd, std::vector<int>& out) {
-  return query(socketFd, Strategy::GetDigitalOutput, line({{"robot", const_robot}}),
-               anyReply(Strategy::DigitalOutputReply), unlessEmpty("status", replies::digitalStatus(out)));
+  return query<Strategy::GetDigitalOutput>(socketFd, line({{"robot", const_robot}}),
+                                           unlessEmpty("status", replies::digitalStatus(out)));
 }
 
 int get_digital_input(SOCKETFD socketFd, std::vector<int>& in) {
-  return query(socketFd, Strategy::GetDigitalInput, line({{"robot", const_robot}}),
-               anyReply(Strategy::DigitalInputReply), unlessEmpty("status", replies::digitalStatus(in)));
+  return query<Strategy::GetDigitalInput>(socketFd, line({{"robot", const_robot}}),
+                                          unlessEmpty("status", replies::digitalStatus(in)));
 }
 
 int set_analog_output(SOCKETFD socketFd, int port, double value) {
@@ -93,13 +94,13 @@ int set_analog_output(SOCKETFD socketFd, int port, double value) {
 }
 
 int get_analog_output(SOCKETFD socketFd, std::vector<double>& aout) {
-  return query(socketFd, Strategy::GetAnalogOutput, line({{"robot", const_robot}}),
-               reply<RecvAout>(Strategy::AnalogOutputReply), unlessEmpty("value", replies::analogValue(aout)));
+  return query<Strategy::GetAnalogOutput>(socketFd, line({{"robot", const_robot}}),
+                                          unlessEmpty("value", replies::analogValue(aout)));
 }
 
 int get_analog_input(SOCKETFD socketFd, std::vector<double>& ain) {
-  return query(socketFd, Strategy::GetAnalogInput, line({{"robot", const_robot}}),
-               reply<RecvAin>(Strategy::AnalogInputReply), unlessEmpty("value", replies::analogValue(ain)));
+  return query<Strategy::GetAnalogInput>(socketFd, line({{"robot", const_robot}}),
+                                         unlessEmpty("value", replies::analogValue(ain)));
 }
 
 int set_force_digital_input(SOCKETFD socketFd, int port, int enable, int status) {
@@ -108,9 +109,8 @@ int set_force_digital_input(SOCKETFD socketFd, int port, int enable, int status)
 }
 
 int get_force_digital_input(SOCKETFD socketFd, std::vector<int>& port, std::vector<double>& status) {
-  return query(socketFd, Strategy::GetForceDigitalInput, nothing(),
-               reply<RecvForceDin>(Strategy::ForceDigitalInputReply),
-               unlessEmpty("port", replies::forcedInputs(port, status)));
+  return query<Strategy::GetForceDigitalInput>(socketFd, nothing(),
+                                               unlessEmpty("port", replies::forcedInputs(port, status)));
 }
 
 // --- which outputs the controller resets ---
@@ -127,8 +127,8 @@ int set_IO_reset_function(SOCKETFD socketFd, int robotNum, int type, std::vector
 
 int get_IO_reset_function(SOCKETFD socketFd, int robotNum, int type, std::vector<int>& enable,
                           std::vector<int>& value) {
-  return query(socketFd, Strategy::GetIoReset, line({{"robot", robotNum}, {"type", type}}),
-               reply<RecvResetIO>(Strategy::IoResetReply), unlessEmpty("enable", replies::ioReset(enable, value)));
+  return query<Strategy::GetIoReset>(socketFd, line({{"robot", robotNum}, {"type", type}}),
+                                     unlessEmpty("enable", replies::ioReset(enable, value)));
 }
 
 // --- alarm texts ---
@@ -140,8 +140,7 @@ int set_error_msg_of_digital_input(SOCKETFD socketFd, std::vector<AlarmdIO> msgs
 }
 
 int get_error_msg_of_digital_input(SOCKETFD socketFd, std::vector<AlarmdIO>& msgs) {
-  return query(socketFd, Strategy::GetDigitalInputMessage, nothing(),
-               reply<RecvDigitalInputMsg>(Strategy::DigitalInputMessageReply), readAtOnce(replies::readAlarms, msgs));
+  return query<Strategy::GetDigitalInputMessage>(socketFd, nothing(), readAtOnce(replies::readAlarms, msgs));
 }
 
 int set_error_msg_of_digital_output(SOCKETFD socketFd, std::vector<AlarmdIO> msgs) {
@@ -149,8 +148,7 @@ int set_error_msg_of_digital_output(SOCKETFD socketFd, std::vector<AlarmdIO> msg
 }
 
 int get_error_msg_of_digital_output(SOCKETFD socketFd, std::vector<AlarmdIO>& msgs) {
-  return query(socketFd, Strategy::GetDigitalOutputMessage, nothing(),
-               reply<RecvDigitalOutputMsg>(Strategy::DigitalOutputMessageReply), readAtOnce(replies::readAlarms, msgs));
+  return query<Strategy::GetDigitalOutputMessage>(socketFd, nothing(), readAtOnce(replies::readAlarms, msgs));
 }
 
 // --- remote control ---
@@ -183,9 +181,8 @@ int set_remote_program(SOCKETFD socketFd, int robotNum, std::vector<RemoteProgra
 }
 
 int get_remote_program(SOCKETFD socketFd, int robotNum, int& num, std::vector<RemoteProgramSetting>& programs) {
-  return disconnectedWithoutReply(query(socketFd, Strategy::GetRemoteProgram, line({{"robot", robotNum}}),
-                                        reply<RecvRemoteProgram>(Strategy::RemoteProgramReply),
-                                        readAtOnce(replies::readRemotePrograms, num, programs)));
+  return disconnectedWithoutReply(query<Strategy::GetRemoteProgram>(
+      socketFd, line({{"robot", robotNum}}), readAtOnce(replies::readRemotePrograms, num, programs)));
 }
 
 int set_remote_function(SOCKETFD socketFd, int robotNum, RemoteControl control, std::vector<RemoteProgram> programs,
@@ -203,9 +200,8 @@ int set_remote_function(SOCKETFD socketFd, int robotNum, RemoteControl control, 
 
 int get_remote_function(SOCKETFD socketFd, int robotNum, int& num, int& time, RemoteControl& control,
                         std::vector<RemoteProgram>& programs) {
-  return disconnectedWithoutReply(query(socketFd, Strategy::GetRemoteFunction, line({{"robot", robotNum}}),
-                                        reply<RecvIoControl>(Strategy::RemoteFunctionReply),
-                                        readAtOnce(replies::readRemoteFunction, num, time, control, programs)));
+  return disconnectedWithoutReply(query<Strategy::GetRemoteFunction>(
+      socketFd, line({{"robot", robotNum}}), readAtOnce(replies::readRemoteFunction, num, time, control, programs)));
 }
 
 int set_remote_status_tips(SOCKETFD socketFd, int robotNum, int outagerecover, int outagerecoverValue,
@@ -236,10 +232,9 @@ int set_remote_status_tips(SOCKETFD socketFd, int robotNum, int outagerecover, i
 
 int get_remote_status_tips(SOCKETFD socketFd, int robotNum, int& num, int& outagerecover, int& outagerecoverValue,
                            std::vector<RemoteProgram>& outputs) {
-  return disconnectedWithoutReply(
-      query(socketFd, Strategy::GetRemoteStatusTips, line({{"robot", robotNum}}),
-            reply<RecvIoRemoteTips>(Strategy::RemoteStatusTipsReply),
-            readAtOnce(replies::readRemoteTips, num, outagerecover, outagerecoverValue, outputs)));
+  return disconnectedWithoutReply(query<Strategy::GetRemoteStatusTips>(
+      socketFd, line({{"robot", robotNum}}),
+      readAtOnce(replies::readRemoteTips, num, outagerecover, outagerecoverValue, outputs)));
 }
 
 // --- safety ---
@@ -250,9 +245,8 @@ int set_hard_enable_port(SOCKETFD socketFd, int mode, int port1, int port2) {
 }
 
 int get_hard_enable_port(SOCKETFD socketFd, int& mode, int& port1, int& port2) {
-  return disconnectedWithoutReply(query(socketFd, Strategy::GetHardEnablePort, line({{"robot", const_robot}}),
-                                        reply<RecvHardDeadmanMode>(Strategy::HardEnablePortReply),
-                                        replies::hardEnablePort(mode, port1, port2)));
+  return disconnectedWithoutReply(query<Strategy::GetHardEnablePort>(socketFd, line({{"robot", const_robot}}),
+                                                                     replies::hardEnablePort(mode, port1, port2)));
 }
 
 int set_safe_IO_function(SOCKETFD socketFd, int robotNum, SafeIO io) {
@@ -266,13 +260,12 @@ int set_safe_IO_function(SOCKETFD socketFd, int robotNum, SafeIO io) {
 int get_safe_IO_function(SOCKETFD socketFd, int robotNum, SafeIO& io) {
   if (!connected(socketFd)) return DISCONNECT;
   if (!isRobot(robotNum)) return PARAM_ERR;
-  return disconnectedWithoutReply(query(socketFd, Strategy::GetSafeIo, line({{"robot", robotNum}}),
-                                        reply<RecvSafeIO>(Strategy::SafeIoReply), take(io)));
+  return disconnectedWithoutReply(query<Strategy::GetSafeIo>(socketFd, line({{"robot", robotNum}}), take(io)));
 }
 
 // --- boards ---
 
 int get_io_type(SOCKETFD socketFd, IOtype& io) {
-  return disconnectedWithoutReply(query(socketFd, Strategy::GetIoType, line({{"robot", const_robot}}),
-                                        reply<RecvIOtype>(Strategy::IoTypeReply), readAtOnce(replies::readIoType, io)));
+  return disconnectedWithoutReply(
+      query<Strategy::GetIoType>(socketFd, line({{"robot", const_robot}}), readAtOnce(replies::readIoType, io)));
 }

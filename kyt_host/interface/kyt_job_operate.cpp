@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <ctime>
 
-#include "kyt_host/command/detail/line_parts.h"
-#include "kyt_host/interface/detail/exchange.h"
+#include "kyt_host/codec/line_parts.h"
+#include "kyt_host/exchange/exchange.h"
 #include "kyt_host/interface/detail/program_lines.h"
+
+using namespace kyt_host::detail;
 
 namespace {
 
@@ -81,13 +83,11 @@ int job_open_robot(SOCKETFD socketFd, int robotNum, const std::string& name) {
 }
 
 int job_get_current_file_robot(SOCKETFD socketFd, int robotNum, std::string& name) {
-  return query(socketFd, Strategy::GetCurrentJob, line({{"robot", robotNum}}),
-               reply<RecvCurJob>(Strategy::CurrentJobReply), replies::currentJob(name));
+  return query<Strategy::GetCurrentJob>(socketFd, line({{"robot", robotNum}}), replies::currentJob(name));
 }
 
 int job_get_current_file_csharp_robot(SOCKETFD socketFd, int robotNum, std::vector<char>& name) {
-  return query(socketFd, Strategy::GetCurrentJob, line({{"robot", robotNum}}),
-               reply<RecvCurJob>(Strategy::CurrentJobReply), replies::currentJob(name));
+  return query<Strategy::GetCurrentJob>(socketFd, line({{"robot", robotNum}}), replies::currentJob(name));
 }
 
 int job_sync_job_file(SOCKETFD socketFd) {
@@ -97,14 +97,13 @@ int job_sync_job_file(SOCKETFD socketFd) {
 // --- the lines of the open job ---
 
 int job_get_command_total_lines_robot(SOCKETFD socketFd, int robotNum, int& lines) {
-  return query(socketFd, Strategy::GetJobTotalLines, line({{"robot", robotNum}}),
-               reply<RecvTotalLines>(Strategy::JobTotalLinesReply), replies::jobTotalLines(lines));
+  return query<Strategy::GetJobTotalLines>(socketFd, line({{"robot", robotNum}}), replies::jobTotalLines(lines));
 }
 
 int job_get_command_content_by_line_robot(SOCKETFD socketFd, int robotNum, int lineNum, int& type,
                                           std::string& content) {
-  return query(socketFd, Strategy::GetJobCommand, line({{"robot", robotNum}, {"line", lineNum}}),
-               reply<RecvCommandByLines>(Strategy::JobCommandReply), replies::jobCommand(type, content));
+  return query<Strategy::GetJobCommand>(socketFd, line({{"robot", robotNum}, {"line", lineNum}}),
+                                        replies::jobCommand(type, content));
 }
 
 int job_delete_command_by_line_robot(SOCKETFD socketFd, int robotNum, int lineNum) {
@@ -115,8 +114,7 @@ int job_delete_command_by_line_robot(SOCKETFD socketFd, int robotNum, int lineNu
 // --- running ---
 
 int job_run_times_robot(SOCKETFD socketFd, int robotNum, int index) {
-  return query(socketFd, Strategy::SetJobRunTimes, line({{"robot", robotNum}, {"index", index}}),
-               reply<RecvCycleIndex>(Strategy::JobRunTimesReply));
+  return query<Strategy::SetJobRunTimes>(socketFd, line({{"robot", robotNum}, {"index", index}}));
 }
 
 int job_run_robot(SOCKETFD socketFd, int robotNum, const std::string& name) {
@@ -161,8 +159,7 @@ int job_stop_robot(SOCKETFD socketFd, int robotNum) {
 }
 
 int job_get_current_line_robot(SOCKETFD socketFd, int robotNum, int& lineNum) {
-  return query(socketFd, Strategy::GetJobLine, line({{"robot", robotNum}}),
-               reply<RecvJobfileLine>(Strategy::JobLineReply), replies::jobLine(lineNum));
+  return query<Strategy::GetJobLine>(socketFd, line({{"robot", robotNum}}), replies::jobLine(lineNum));
 }
 
 // --- local positions ---

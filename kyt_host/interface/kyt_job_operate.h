@@ -4,9 +4,9 @@
 #include <utility>
 #include <vector>
 
-#include "kyt_host/command/line_records.h"
 #include "kyt_host/export.h"
 #include "kyt_host/file/file_transfers.h"
+#include "kyt_host/records/line_records.h"
 #include "kyt_host/records/move_cmd.h"
 #include "kyt_host/types.h"
 

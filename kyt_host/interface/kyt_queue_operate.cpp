@@ -3,13 +3,15 @@
 #include <iostream>
 
 #include "kyt_host/communication/communication_manager.h"
-#include "kyt_host/communication/detail/diagnostics.h"
-#include "kyt_host/communication/detail/guarded.h"
-#include "kyt_host/communication/detail/json_text.h"
 #include "kyt_host/communication/wire_frame.h"
-#include "kyt_host/interface/detail/exchange.h"
+#include "kyt_host/detail/diagnostics.h"
+#include "kyt_host/detail/guarded.h"
+#include "kyt_host/detail/json_text.h"
+#include "kyt_host/exchange/exchange.h"
 #include "kyt_host/interface/detail/program_lines.h"
 #include "kyt_host/interface/motion.h"
+
+using namespace kyt_host::detail;
 
 namespace {
 
@@ -93,13 +95,12 @@ int queue_motion_set_status_robot(SOCKETFD socketFd, int robotNum, bool open) {
 }
 
 int queue_motion_get_status_robot(SOCKETFD socketFd, int robotNum, bool& open) {
-  return query(socketFd, Strategy::GetQueueMotionStatus, line({{"robot", robotNum}}),
-               reply<RecvQueueMotionStatus>(Strategy::QueueMotionStatusReply), replies::queueMotionStatus(open));
+  return query<Strategy::GetQueueMotionStatus>(socketFd, line({{"robot", robotNum}}), replies::queueMotionStatus(open));
 }
 
 int queue_motion_get_queuelen_robot(SOCKETFD socketFd, int robotNum, int& length) {
-  return query(socketFd, Strategy::GetQueueMotionLength, line({{"robot", robotNum}}),
-               reply<RecvQueuelen>(Strategy::QueueMotionLengthReply), replies::queueMotionLength(length));
+  return query<Strategy::GetQueueMotionLength>(socketFd, line({{"robot", robotNum}}),
+                                               replies::queueMotionLength(length));
 }
 
 int queue_motion_suspend_robot(SOCKETFD socketFd, int robotNum) {

@@ -4,8 +4,8 @@
 #include <utility>
 #include <vector>
 
-#include "kyt_host/command/line_records.h"
 #include "kyt_host/export.h"
+#include "kyt_host/records/line_records.h"
 #include "kyt_host/records/move_cmd.h"
 #include "kyt_host/types.h"
 

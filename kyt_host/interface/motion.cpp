@@ -1,7 +1,9 @@
 #include "kyt_host/interface/motion.h"
 
 #include "kyt_host/communication/communication_manager.h"
-#include "kyt_host/interface/detail/exchange.h"
+#include "kyt_host/exchange/exchange.h"
+
+using namespace kyt_host::detail;
 
 namespace {
 

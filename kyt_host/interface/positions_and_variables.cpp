@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
-#include "kyt_host/interface/detail/exchange.h"
+#include "kyt_host/exchange/exchange.h"
+
+using namespace kyt_host::detail;
 
 namespace {
 
@@ -19,12 +21,12 @@ void prepare(std::vector<Element>& values, std::size_t count) {
 }
 
 // A query that sends nothing but the robot's number and fills a pair of lists: joints and external axes.
-template <class Element, class Reader>
-int queryMotors(SOCKETFD socketFd, int robotNum, Strategy code, const ExpectedReply& expected,
-                std::vector<Element>& joints, std::vector<Element>& external, const Reader& reader) {
+template <Strategy request, class Element, class Reader>
+int queryMotors(SOCKETFD socketFd, int robotNum, std::vector<Element>& joints, std::vector<Element>& external,
+                const Reader& reader) {
   prepare(joints, robotAxes);
   prepare(external, externalAxes);
-  return query(socketFd, code, compact({{"robot", robotNum}}), expected, reader);
+  return query<request>(socketFd, compact({{"robot", robotNum}}), reader);
 }
 
 // The type of a global variable stands in the first two letters of its name.
@@ -53,71 +55,66 @@ bool acceptable(const std::vector<double>& globalPosition) {
 
 int get_current_position_robot(SOCKETFD socketFd, int robotNum, int coord, std::vector<double>& pos) {
   pos.assign(robotAxes, notRead);
-  return query(socketFd, Strategy::GetCurrentPosition, compact({{"coord", coord}, {"robot", robotNum}}),
-               reply<RecvPosition>(Strategy::CurrentPositionReply), [&pos](const Json::Value& root) {
-                 std::vector<double> values;
-                 replies::position(values)(root);
-                 if (values.size() < robotAxes) values.clear();  // rather nothing than half a position
-                 pos = std::move(values);
-               });
+  return query<Strategy::GetCurrentPosition>(socketFd, compact({{"coord", coord}, {"robot", robotNum}}),
+                                             [&pos](const Json::Value& root) {
+                                               std::vector<double> values;
+                                               replies::position(values)(root);
+                                               if (values.size() < robotAxes)
+                                                 values.clear();  // rather nothing than half a position
+                                               pos = std::move(values);
+                                             });
 }
 
 int get_current_positon_and_extra_position_robot(SOCKETFD socketFd, int robotNum, int coord, std::vector<double>& pos) {
   pos.assign(robotAxes + externalAxes, notRead);
-  return query(socketFd, Strategy::GetCurrentPosition, compact({{"coord", coord}, {"robot", robotNum}, {"sync", 1}}),
-               reply<RecvPosition>(Strategy::CurrentPositionReply));
+  return query<Strategy::GetCurrentPosition>(socketFd, compact({{"coord", coord}, {"robot", robotNum}, {"sync", 1}}));
 }
 
 int get_current_extra_position_robot(SOCKETFD socketFd, int robotNum, std::vector<double>& pos) {
   prepare(pos, externalAxes);
-  return query(socketFd, Strategy::GetExtraPosition, compact({{"robot", robotNum}}),
-               reply<ReceiveCurEXPosition>(Strategy::ExtraPositionReply), replies::extraPosition(pos));
+  return query<Strategy::GetExtraPosition>(socketFd, compact({{"robot", robotNum}}), replies::extraPosition(pos));
 }
 
 int set_axis_zero_position_robot(SOCKETFD socketFd, int robotNum, int axis) {
-  return query(socketFd, Strategy::SetAxisZeroPosition,
-               compact({{"robot", robotNum}, {"axis", axis}, {"clearEncoder", false}}),
-               reply<SetZeroSuccess>(Strategy::AxisZeroPositionReply));
+  return query<Strategy::SetAxisZeroPosition>(socketFd,
+                                              compact({{"robot", robotNum}, {"axis", axis}, {"clearEncoder", false}}));
 }
 
 int get_curretn_motor_torque_robot(SOCKETFD socketFd, int robotNum, std::vector<int>& torq,
                                    std::vector<int>& torqSync) {
-  return queryMotors(socketFd, robotNum, Strategy::GetMotorTorque, reply<RecvMotorTorque>(Strategy::MotorTorqueReply),
-                     torq, torqSync, replies::motorTorque(torq, torqSync));
+  return queryMotors<Strategy::GetMotorTorque>(socketFd, robotNum, torq, torqSync,
+                                               replies::motorTorque(torq, torqSync));
 }
 
 int get_curretn_motor_speed_robot(SOCKETFD socketFd, int robotNum, std::vector<int>& vel, std::vector<int>& velSync) {
-  return queryMotors(socketFd, robotNum, Strategy::GetMotorSpeed, reply<RecvMotorSpeed>(Strategy::MotorSpeedReply), vel,
-                     velSync, replies::motorSpeed(vel, velSync));
+  return queryMotors<Strategy::GetMotorSpeed>(socketFd, robotNum, vel, velSync, replies::motorSpeed(vel, velSync));
 }
 
 int get_curretn_motor_payload_robot(SOCKETFD socketFd, int robotNum, std::vector<double>& load,
                                     std::vector<double>& loadSync) {
-  return queryMotors(socketFd, robotNum, Strategy::GetMotorPayload,
-                     reply<RecvMotorPayload>(Strategy::MotorPayloadReply), load, loadSync,
-                     replies::motorPayload(load, loadSync));
+  return queryMotors<Strategy::GetMotorPayload>(socketFd, robotNum, load, loadSync,
+                                                replies::motorPayload(load, loadSync));
 }
 
 int get_current_line_speed_and_joint_speed_robot(SOCKETFD socketFd, int robotNum, double& lineVel,
                                                  std::vector<double>& jointVel, std::vector<double>& jointVelSync) {
-  return queryMotors(socketFd, robotNum, Strategy::GetLineAndJointSpeed,
-                     reply<RecvLineSpeedAndJointSpeed>(Strategy::LineAndJointSpeedReply), jointVel, jointVelSync,
-                     replies::lineAndJointSpeed(lineVel, jointVel, jointVelSync));
+  return queryMotors<Strategy::GetLineAndJointSpeed>(socketFd, robotNum, jointVel, jointVelSync,
+                                                     replies::lineAndJointSpeed(lineVel, jointVel, jointVelSync));
 }
 
 int get_sensor_data_robot(SOCKETFD socketFd, int robotNum, std::vector<int>& data) {
   prepare(data, replies::sensorDataSize);
-  return query(socketFd, Strategy::GetSensorData, compact({{"robot", robotNum}}),
-               reply<RecvSensorData>(Strategy::SensorDataReply), replies::sensorData(data));
+  return query<Strategy::GetSensorData>(socketFd, compact({{"robot", robotNum}}), replies::sensorData(data));
 }
 
 int get_static_search_position_robot(SOCKETFD socketFd, int robotNum, int craftid, int tableid, int delaytime,
                                      std::vector<double>& pos) {
   prepare(pos, replies::staticSearchSize);
-  return query(socketFd, Strategy::GetStaticSearchPosition,
-               compact({{"robot", robotNum},
-                        {"typeCfg", {{"craftid", craftid}, {"tableid", tableid}, {"delaytime", delaytime}}}}),
-               reply<RecvStaticSearchData>(Strategy::StaticSearchPositionReply), replies::staticSearch(pos));
+  return query<Strategy::GetStaticSearchPosition>(
+      socketFd,
+      compact(
+          {{"robot", robotNum}, {"typeCfg", {{"craftid", craftid}, {"tableid", tableid}, {"delaytime", delaytime}}}}),
+      replies::staticSearch(pos));
 }
 
 int set_global_variant_robot(SOCKETFD socketFd, int robotNum, const std::string& name, double value) {
@@ -129,8 +126,8 @@ int set_global_variant_robot(SOCKETFD socketFd, int robotNum, const std::string&
 }
 
 int get_global_variant_robot(SOCKETFD socketFd, int robotNum, const std::string& name, double& value) {
-  return query(socketFd, Strategy::GetGlobalVariant, compact({{"robot", robotNum}, {"varName", name}}),
-               reply<RecvGlobalVariant>(Strategy::GlobalVariantReply), replies::globalVariant(value));
+  return query<Strategy::GetGlobalVariant>(socketFd, compact({{"robot", robotNum}, {"varName", name}}),
+                                           replies::globalVariant(value));
 }
 
 int set_global_position_robot(SOCKETFD socketFd, int robotNum, std::string posName, std::vector<double> pos) {
@@ -145,8 +142,8 @@ int set_global_position_robot(SOCKETFD socketFd, int robotNum, std::string posNa
 
 int get_global_position_robot(SOCKETFD socketFd, int robotNum, std::string posName, std::vector<double>& pos) {
   prepare(pos, globalPositionSize);
-  return query(socketFd, Strategy::GetGlobalPosition, compact({{"robot", robotNum}, {"posName", posName}}),
-               reply<RecvGlobalPosition>(Strategy::GlobalPositionReply), replies::globalPosition(pos));
+  return query<Strategy::GetGlobalPosition>(socketFd, compact({{"robot", robotNum}, {"posName", posName}}),
+                                            replies::globalPosition(pos));
 }
 
 int set_global_sync_position_robot(SOCKETFD socketFd, int robotNum, const std::string& varname,
@@ -158,6 +155,6 @@ int set_global_sync_position_robot(SOCKETFD socketFd, int robotNum, const std::s
 int get_global_sync_position_robot(SOCKETFD socketFd, int robotNum, const std::string& varname,
                                    std::vector<double>& pos) {
   prepare(pos, globalSyncPositionSize);
-  return query(socketFd, Strategy::GetGlobalSyncPosition, compact({{"robot", robotNum}, {"varname", varname}}),
-               reply<RecvGlobalExternPosition>(Strategy::GlobalSyncPositionReply), replies::globalSyncPosition(pos));
+  return query<Strategy::GetGlobalSyncPosition>(socketFd, compact({{"robot", robotNum}, {"varname", varname}}),
+                                                replies::globalSyncPosition(pos));
 }

@@ -1,7 +1,9 @@
 #include "kyt_host/interface/reply_decoders.h"
 
-#include "kyt_host/interface/detail/exchange.h"
+#include "kyt_host/codec/replies.h"
 #include "kyt_host/types.h"
+
+using namespace kyt_host::detail;
 
 // --- state and settings of the robot ---
 
@@ -293,23 +295,3 @@ int parse_receive_remote_programs(const std::string& text, int& num, std::vector
 }
 
 int parse_get_io_type(const std::string& text, IOtype& io) { return decode(text, readAtOnce(replies::readIoType, io)); }
-
-// --- what handlers decode themselves: declared with them, defined where the decoders are ---
-
-int RecvDhParaState::recvDHpara(int robotType, RobotDHParam& param) const {
-  return parse_recv_DH_para(text(), robotType, param);
-}
-
-int RecvJointPara::recvJointparam(RobotJointParam& param) const { return parse_recv_joint_param(text(), param); }
-
-int RecvIoControl::receiveIoControl(int& num, int& time, RemoteControl& control,
-                                    std::vector<RemoteProgram>& programs) const {
-  return parse_receive_ioControl(text(), num, time, control, programs);
-}
-
-int RecvIoRemoteTips::receiveIoRemoteTips(int& num, int& outagerecover, int& outagerecoverValue,
-                                          std::vector<RemoteProgram>& outputs) const {
-  return parse_receive_io_remote_tips(text(), num, outagerecover, outagerecoverValue, outputs);
-}
-
-int RecvIOtype::getIOtype(IOtype& io) const { return parse_get_io_type(text(), io); }

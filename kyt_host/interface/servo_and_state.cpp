@@ -5,8 +5,10 @@
 #include <string>
 
 #include "kyt_host/communication/connection_api.h"
-#include "kyt_host/interface/detail/exchange.h"
+#include "kyt_host/exchange/exchange.h"
 #include "kyt_host/interface/positions_and_variables.h"
+
+using namespace kyt_host::detail;
 
 namespace {
 
@@ -20,8 +22,7 @@ constexpr int servoPolls = 25;
 constexpr int servoPollPauseMs = 20;
 
 int setServoPower(SOCKETFD socketFd, int robotNum, int deadman, int expectedState) {
-  const int result = query(socketFd, Strategy::SetServoPower, compact({{"deadman", deadman}}),
-                           reply<RecvDeadmanStatus>(Strategy::ServoPowerReply));
+  const int result = query<Strategy::SetServoPower>(socketFd, compact({{"deadman", deadman}}));
   return result == SUCCESS ? check_servo_state(socketFd, robotNum, expectedState) : result;
 }
 
@@ -34,8 +35,7 @@ double normalised(double degrees) {
 }  // namespace
 
 int get_servo_state_robot(SOCKETFD socketFd, int robotNum, int& state) {
-  return query(socketFd, Strategy::GetServoState, compact({{"robot", robotNum}}),
-               reply<RecvServoStatus>(Strategy::ServoStateReply), replies::servoState(state));
+  return query<Strategy::GetServoState>(socketFd, compact({{"robot", robotNum}}), replies::servoState(state));
 }
 
 int set_servo_state_robot(SOCKETFD socketFd, int robotNum, int state) {
@@ -44,8 +44,7 @@ int set_servo_state_robot(SOCKETFD socketFd, int robotNum, int state) {
   if (current == servoAlarm || current == servoRunning || current == state) return OPERATION_NOT_ALLOWED;
 
   const int result =
-      query(socketFd, Strategy::SetServoState, compact({{"robot", robotNum}, {"status", state}, {"state", state}}),
-            reply<RecvServoStatus>(Strategy::ServoStateReply));
+      query<Strategy::SetServoState>(socketFd, compact({{"robot", robotNum}, {"status", state}, {"state", state}}));
   return result == SUCCESS ? check_servo_state(socketFd, robotNum, state) : result;
 }
 
@@ -88,8 +87,7 @@ int set_speed_robot(SOCKETFD socketFd, int robotNum, int speed) {
 }
 
 int get_speed_robot(SOCKETFD socketFd, int robotNum, int& speed) {
-  return query(socketFd, Strategy::GetSpeed, compact({{"robot", robotNum}}), reply<RecvSpeed>(Strategy::SpeedReply),
-               replies::speed(speed));
+  return query<Strategy::GetSpeed>(socketFd, compact({{"robot", robotNum}}), replies::speed(speed));
 }
 
 int set_current_coord_robot(SOCKETFD socketFd, int robotNum, int coord) {
@@ -98,8 +96,7 @@ int set_current_coord_robot(SOCKETFD socketFd, int robotNum, int coord) {
 }
 
 int get_current_coord_robot(SOCKETFD socketFd, int robotNum, int& coord) {
-  return query(socketFd, Strategy::GetCurrentCoord, line({{"robot", robotNum}}),
-               reply<RecvCoordination>(Strategy::CurrentCoordReply), replies::coord(coord));
+  return query<Strategy::GetCurrentCoord>(socketFd, line({{"robot", robotNum}}), replies::coord(coord));
 }
 
 int set_current_mode_robot(SOCKETFD socketFd, int robotNum, int mode) {
@@ -107,8 +104,7 @@ int set_current_mode_robot(SOCKETFD socketFd, int robotNum, int mode) {
 }
 
 int get_current_mode_robot(SOCKETFD socketFd, int robotNum, int& mode) {
-  return query(socketFd, Strategy::GetCurrentMode, line({{"robot", robotNum}}),
-               reply<RecvOperationMode>(Strategy::CurrentModeReply), replies::mode(mode));
+  return query<Strategy::GetCurrentMode>(socketFd, line({{"robot", robotNum}}), replies::mode(mode));
 }
 
 int set_teach_type_robot(SOCKETFD socketFd, int /*robotNum*/, int type) {
@@ -116,8 +112,7 @@ int set_teach_type_robot(SOCKETFD socketFd, int /*robotNum*/, int type) {
 }
 
 int get_teach_type_robot(SOCKETFD socketFd, int robotNum, int& type) {
-  return query(socketFd, Strategy::GetTeachType, line({{"robot", robotNum}}),
-               reply<RecvTeachType>(Strategy::TeachTypeReply), replies::teachType(type));
+  return query<Strategy::GetTeachType>(socketFd, line({{"robot", robotNum}}), replies::teachType(type));
 }
 
 int set_darg_mode_robot(SOCKETFD socketFd, int /*robotNum*/, int mode) {
@@ -125,13 +120,11 @@ int set_darg_mode_robot(SOCKETFD socketFd, int /*robotNum*/, int mode) {
 }
 
 int get_robot_running_state_robot(SOCKETFD socketFd, int robotNum, int& status) {
-  return query(socketFd, Strategy::GetRunningState, line({{"robot", robotNum}}),
-               reply<RecvRobotRunStatus>(Strategy::RunningStateReply), replies::runningState(status));
+  return query<Strategy::GetRunningState>(socketFd, line({{"robot", robotNum}}), replies::runningState(status));
 }
 
 int get_robot_type_robot(SOCKETFD socketFd, int robotNum, int& type) {
-  return query(socketFd, Strategy::GetRobotType, line({{"robot", robotNum}}),
-               reply<RecvRobotType>(Strategy::RobotTypeReply), replies::robotType(type));
+  return query<Strategy::GetRobotType>(socketFd, line({{"robot", robotNum}}), replies::robotType(type));
 }
 
 int get_robot_configuration_robot(SOCKETFD socketFd, int robotNum, int& config) {
@@ -154,19 +147,16 @@ int get_robot_configuration_robot(SOCKETFD socketFd, int robotNum, int& config) 
 }
 
 int get_teachbox_connection_status_robot(SOCKETFD socketFd, int robotNum, bool& connected) {
-  return query(socketFd, Strategy::GetTeachboxStatus, line({{"robot", robotNum}}),
-               reply<RecvTeachboxStatus>(Strategy::TeachboxStatusReply), replies::teachboxStatus(connected));
+  return query<Strategy::GetTeachboxStatus>(socketFd, line({{"robot", robotNum}}), replies::teachboxStatus(connected));
 }
 
 int get_controller_id_robot(SOCKETFD socketFd, int robotNum, char* id) {
   if (id == nullptr) return PARAM_ERR;
-  return query(socketFd, Strategy::GetControllerId, line({{"robot", robotNum}}),
-               reply<RecvControllerID>(Strategy::ControllerIdReply), replies::controllerId(id));
+  return query<Strategy::GetControllerId>(socketFd, line({{"robot", robotNum}}), replies::controllerId(id));
 }
 
 int get_controller_id_csharp_robot(SOCKETFD socketFd, int robotNum, std::vector<char>& id) {
-  return query(socketFd, Strategy::GetControllerId, line({{"robot", robotNum}}),
-               reply<RecvControllerID>(Strategy::ControllerIdReply), replies::controllerId(id));
+  return query<Strategy::GetControllerId>(socketFd, line({{"robot", robotNum}}), replies::controllerId(id));
 }
 
 int set_robots_parallel(SOCKETFD socketFd, bool parallel) {
@@ -178,8 +168,7 @@ int set_robot_switch(SOCKETFD socketFd, int robot) {
 }
 
 int get_robot_switch(SOCKETFD socketFd, int& robot) {
-  return query(socketFd, Strategy::GetRobotSwitch, line({{"robot", const_robot}}), anyReply(Strategy::RobotSwitchReply),
-               take(robot, "robot"));
+  return query<Strategy::GetRobotSwitch>(socketFd, line({{"robot", const_robot}}), take(robot, "robot"));
 }
 
 int set_collision_para_robot(SOCKETFD socketFd, int /*robotNum*/, CollisionPara para) {

@@ -2,7 +2,9 @@
 
 #include <cstdint>
 
-#include "kyt_host/interface/detail/exchange.h"
+#include "kyt_host/exchange/exchange.h"
+
+using namespace kyt_host::detail;
 
 namespace {
 
@@ -22,8 +24,7 @@ int set_tool_hand_number_robot(SOCKETFD socketFd, int robotNum, int toolNum) {
 }
 
 int get_tool_hand_number_robot(SOCKETFD socketFd, int robotNum, int& toolNum) {
-  return query(socketFd, Strategy::GetToolHandNumber, compact({{"robot", robotNum}}),
-               reply<RecvToolCoordNumber>(Strategy::ToolHandNumberReply), replies::toolNumber(toolNum));
+  return query<Strategy::GetToolHandNumber>(socketFd, compact({{"robot", robotNum}}), replies::toolNumber(toolNum));
 }
 
 int set_tool_hand_param_robot(SOCKETFD socketFd, int robotNum, int toolNum, ToolParam param) {
@@ -32,9 +33,8 @@ int set_tool_hand_param_robot(SOCKETFD socketFd, int robotNum, int toolNum, Tool
 }
 
 int get_tool_hand_param_robot(SOCKETFD socketFd, int robotNum, int toolNum, ToolParam& param) {
-  return query(socketFd, Strategy::GetToolHandParam,
-               compact({{"robot", robotNum}, {"toolNum", toolNum}, {"tool", toolNum}}),
-               reply<RecvToolCoordPara>(Strategy::ToolHandParamReply), replies::toolParam(param));
+  return query<Strategy::GetToolHandParam>(
+      socketFd, compact({{"robot", robotNum}, {"toolNum", toolNum}, {"tool", toolNum}}), replies::toolParam(param));
 }
 
 int tool_hand_2_or_20_point_calibrate_robot(SOCKETFD socketFd, int /*robotNum*/, int pointNum) {
@@ -72,20 +72,19 @@ int set_user_coord_number_robot(SOCKETFD socketFd, int robotNum, int userNum) {
 }
 
 int get_user_coord_number_robot(SOCKETFD socketFd, int robotNum, int& userNum) {
-  return query(socketFd, Strategy::GetUserCoordNumber, compact({{"robot", robotNum}}),
-               reply<RecvUserCoordNumber>(Strategy::UserCoordNumberReply), replies::userNumber(userNum));
+  return query<Strategy::GetUserCoordNumber>(socketFd, compact({{"robot", robotNum}}), replies::userNumber(userNum));
 }
 
 int get_user_coord_para_robot(SOCKETFD socketFd, int robotNum, int userNum, std::vector<double>& pos) {
   if (!connected(socketFd)) return DISCONNECT;
   if (!isUserNumber(userNum)) return RECEIVE_FAILED;
-  return query(socketFd, Strategy::GetUserCoordPara,
-               compact({{"robot", robotNum},
-                        {"inquire", "Calibration"},
-                        {"require", "Calibration"},
-                        {"userNum", userNum},
-                        {"user", userNum}}),
-               reply<RecvUserCoordPara>(Strategy::UserCoordParaReply), replies::userFrame(pos));
+  return query<Strategy::GetUserCoordPara>(socketFd,
+                                           compact({{"robot", robotNum},
+                                                    {"inquire", "Calibration"},
+                                                    {"require", "Calibration"},
+                                                    {"userNum", userNum},
+                                                    {"user", userNum}}),
+                                           replies::userFrame(pos));
 }
 
 int set_user_coordinate_data_robot(SOCKETFD socketFd, int /*robotNum*/, int userNum, std::vector<double> pos) {

@@ -17,7 +17,14 @@ import headers  # noqa: E402
 from kyt_host_testing import VirtualController  # noqa: E402
 
 faulthandler.dump_traceback_later(300, exit=True)  # whatever hangs in this process ends it, and is seen
-PUBLIC_HEADERS = sorted((path for path in (ROOT / "kyt_host").rglob("*.h") if "detail" not in path.parts), key=str)
+PUBLIC_HEADERS = sorted(
+    (
+        path
+        for path in (ROOT / "kyt_host").rglob("*.h")
+        if not {"detail", "codec", "exchange"} & set(path.parts) and path.name != "exchanges.h"
+    ),
+    key=str,
+)
 HEADERS = [headers.read(str(path)) for path in PUBLIC_HEADERS]
 
 

@@ -12,6 +12,8 @@
 
 #include "kyt_host/communication/wire_frame.h"
 
+using namespace kyt_host::detail;
+
 TEST(FrameBuffer, TheSameFramesComeOutHoweverTheStreamIsCut) {
   std::mt19937 random(7);
   const auto upTo = [&](std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit)(random); };

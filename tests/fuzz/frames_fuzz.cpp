@@ -15,15 +15,17 @@
 #include <vector>
 
 #include "kyt_host/communication/asio_tcp_backend.h"
-#include "kyt_host/communication/detail/byte_order.h"
+#include "kyt_host/detail/byte_order.h"
 #include "kyt_host/communication/detail/callback_queue.h"
 #include "kyt_host/communication/detail/frame_buffer.h"
 #include "kyt_host/communication/detail/frame_filer.h"
-#include "kyt_host/communication/detail/json_text.h"
+#include "kyt_host/detail/json_text.h"
 #include "kyt_host/communication/message_manager.h"
 #include "kyt_host/communication/reply_handlers.h"
 #include "kyt_host/communication/wire_frame.h"
-#include "kyt_host/interface/detail/exchange.h"
+#include "kyt_host/exchange/exchange.h"
+
+using namespace kyt_host::detail;
 
 namespace {
 

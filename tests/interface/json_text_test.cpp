@@ -1,6 +1,6 @@
 // Texts are read and written as JsonCpp does in the "C" locale, whatever locale the application has.
 
-#include "kyt_host/communication/detail/json_text.h"
+#include "kyt_host/detail/json_text.h"
 
 #include <cmath>
 #include <cstring>
@@ -21,6 +21,8 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/support/foreign_locale.h"
+
+using namespace kyt_host::detail;
 
 namespace {
 

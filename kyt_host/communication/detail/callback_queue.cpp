@@ -4,6 +4,8 @@
 #include <thread>
 #include <utility>
 
+namespace kyt_host::detail {
+
 namespace {
 
 // On a core that both threads share, the reader gives way when this much waits: it is still in the cache then.
@@ -149,3 +151,5 @@ CallbackQueue::WaitingForReply::~WaitingForReply() {
   const std::lock_guard lock(runningHere_->mutex_);
   runningHere_->callbackWaits_ = false;
 }
+
+}  // namespace kyt_host::detail

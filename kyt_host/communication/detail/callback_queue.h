@@ -14,6 +14,8 @@
 #include <string_view>
 #include <vector>
 
+namespace kyt_host::detail {
+
 /// What one connection's reading thread hands to the thread that calls the user's callbacks.
 ///
 /// The reader adds events and publishes them in batches; the other thread delivers them one at a time, in order.
@@ -132,3 +134,5 @@ class CallbackQueue {
 
   static thread_local CallbackQueue* runningHere_;
 };
+
+}  // namespace kyt_host::detail

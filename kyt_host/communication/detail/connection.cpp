@@ -12,8 +12,10 @@
 
 #include "kyt_host/communication/detail/append_frame.h"
 #include "kyt_host/communication/detail/frame_buffer.h"
-#include "kyt_host/communication/detail/guarded.h"
 #include "kyt_host/communication/wire_frame.h"
+#include "kyt_host/detail/guarded.h"
+
+namespace kyt_host::detail {
 
 namespace {
 
@@ -335,3 +337,5 @@ void Connection::abandon() {
 }
 
 bool Connection::inChildOfFork() const { return process_ != -1 && process_ != ::getpid(); }
+
+}  // namespace kyt_host::detail

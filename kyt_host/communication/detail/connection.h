@@ -11,11 +11,13 @@
 #include <sys/types.h>
 
 #include "kyt_host/communication/backend_base.h"
-#include "kyt_host/communication/detail/diagnostics.h"
 #include "kyt_host/communication/detail/frame_filer.h"
 #include "kyt_host/communication/detail/session.h"
 #include "kyt_host/communication/detail/tcp_link.h"
 #include "kyt_host/communication/message_manager.h"
+#include "kyt_host/detail/diagnostics.h"
+
+namespace kyt_host::detail {
 
 /// A connection over TCP, from the attempt to connect to its end, as often as it is opened. Shared with its threads.
 class Connection : public std::enable_shared_from_this<Connection> {
@@ -88,3 +90,5 @@ class Connection : public std::enable_shared_from_this<Connection> {
   std::shared_ptr<Session> session_;
   pid_t process_ = -1;  // that opened it
 };
+
+}  // namespace kyt_host::detail

@@ -5,6 +5,8 @@
 
 #include <sys/resource.h>
 
+namespace kyt_host::detail {
+
 namespace {
 
 std::atomic<bool> raisingAllowed{true};
@@ -25,3 +27,5 @@ bool raiseDescriptorLimit() {
   limit.rlim_cur = std::min(limit.rlim_cur + oneConnection, highest);
   return setrlimit(RLIMIT_NOFILE, &limit) == 0;
 }
+
+}  // namespace kyt_host::detail

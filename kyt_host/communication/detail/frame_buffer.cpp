@@ -5,10 +5,13 @@
 #include <iostream>
 #include <string>
 
-#include "kyt_host/communication/detail/diagnostics.h"
+#include "kyt_host/detail/diagnostics.h"
+
+namespace kyt_host::detail {
 
 bool Frame::reportDamage(std::uint32_t computed) const {
-  printLine(std::cout, DIAGNOSTICS_WARNING, "数据包CRC校验失败" + std::to_string(receivedCrc()) + " != " + std::to_string(computed));
+  printLine(std::cout, DIAGNOSTICS_WARNING,
+            "数据包CRC校验失败" + std::to_string(receivedCrc()) + " != " + std::to_string(computed));
   return false;
 }
 
@@ -39,3 +42,5 @@ void FrameBuffer::makeRoom() {
   wasFull_ = false;
   if (wanted > bytes_.size()) bytes_.resize(wanted);
 }
+
+}  // namespace kyt_host::detail

@@ -5,9 +5,11 @@
 #include <string_view>
 #include <vector>
 
-#include "kyt_host/communication/detail/byte_order.h"
-#include "kyt_host/communication/detail/crc32.h"
 #include "kyt_host/communication/wire_frame.h"
+#include "kyt_host/detail/byte_order.h"
+#include "kyt_host/detail/crc32.h"
+
+namespace kyt_host::detail {
 
 /// One whole frame inside a FrameBuffer; valid until room is made there for more.
 struct Frame {
@@ -76,3 +78,5 @@ class FrameBuffer {
   std::size_t end_ = 0;
   bool wasFull_ = false;
 };
+
+}  // namespace kyt_host::detail

@@ -2,6 +2,8 @@
 
 #include <string>
 
+namespace kyt_host::detail {
+
 namespace {
 
 constexpr std::string_view requestIdKey = "\"reqId\"";
@@ -44,3 +46,5 @@ bool FrameFiler::takeRequestReply(const Frame& frame) {
   if (receiveCallback_.load() != nullptr) callbacks_.add({frame.command, false, true, false}, frame.text());
   return true;
 }
+
+}  // namespace kyt_host::detail

@@ -8,6 +8,8 @@
 #include "kyt_host/communication/detail/frame_buffer.h"
 #include "kyt_host/communication/message_manager.h"
 
+namespace kyt_host::detail {
+
 /// Takes in the frames that a connection receives: their texts go to the handlers of their codes, and what a callback
 /// wants into the queue.
 ///
@@ -56,3 +58,5 @@ class FrameFiler {
   MessageBaseStrategy* handler_ = nullptr;  // null: the code is unknown, and so are too many others
   std::string_view lastText_;
 };
+
+}  // namespace kyt_host::detail

@@ -3,6 +3,8 @@
 #include <csignal>
 #include <utility>
 
+namespace kyt_host::detail {
+
 namespace {
 
 // Threads started while this stands block all signals.
@@ -27,3 +29,5 @@ std::thread startQuietThread(std::function<void()> work) {
   const SignalsBlocked blocked;
   return std::thread(std::move(work));
 }
+
+}  // namespace kyt_host::detail

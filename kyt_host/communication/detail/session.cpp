@@ -4,6 +4,8 @@
 
 #include "kyt_host/communication/detail/quiet_thread.h"
 
+namespace kyt_host::detail {
+
 namespace {
 
 constexpr std::chrono::milliseconds joinTimeLimit{900};
@@ -67,3 +69,5 @@ void Session::ended() {
   --running_;
   progress_.notify_all();
 }
+
+}  // namespace kyt_host::detail

@@ -11,6 +11,8 @@
 #include "kyt_host/communication/detail/callback_queue.h"
 #include "kyt_host/communication/detail/stop_signal.h"
 
+namespace kyt_host::detail {
+
 /// What lives from one Connect to its closeConnection. Its threads share it, so that one that had to be left behind (in
 /// a callback that closes its own connection, or does not return) finds everything in place, and stopped.
 class Session : public std::enable_shared_from_this<Session> {
@@ -42,3 +44,5 @@ class Session : public std::enable_shared_from_this<Session> {
   int running_ = 0;
   bool reading_ = true;
 };
+
+}  // namespace kyt_host::detail

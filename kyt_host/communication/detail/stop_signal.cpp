@@ -1,5 +1,7 @@
 #include "kyt_host/communication/detail/stop_signal.h"
 
+namespace kyt_host::detail {
+
 void StopSignal::stop() {
   const std::lock_guard lock(mutex_);
   stopped_ = true;
@@ -22,3 +24,5 @@ StopSignal::Guard::~Guard() {
   const std::lock_guard lock(signal_.mutex_);
   signal_.loop_ = nullptr;
 }
+
+}  // namespace kyt_host::detail

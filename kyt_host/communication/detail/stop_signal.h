@@ -7,6 +7,8 @@
 
 #include <asio/io_context.hpp>
 
+namespace kyt_host::detail {
+
 /// Ends, once and for good, whatever one session of a connection is waiting for.
 class StopSignal {
  public:
@@ -35,3 +37,5 @@ class StopSignal {
   std::condition_variable stop_;
   asio::io_context* loop_ = nullptr;
 };
+
+}  // namespace kyt_host::detail

@@ -19,6 +19,8 @@
 using asio::ip::tcp;
 using namespace std::chrono_literals;
 
+namespace kyt_host::detail {
+
 namespace {
 
 std::error_code lastError() { return {errno, asio::error::get_system_category()}; }
@@ -203,3 +205,5 @@ void TcpLink::abandon() {
   const int socket = socket_.exchange(-1);
   if (socket >= 0) ::close(socket);
 }
+
+}  // namespace kyt_host::detail

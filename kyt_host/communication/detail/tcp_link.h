@@ -10,6 +10,8 @@
 
 #include "kyt_host/communication/detail/stop_signal.h"
 
+namespace kyt_host::detail {
+
 /// The TCP socket of one connection, and the one descriptor that it costs.
 ///
 /// One thread reads, any thread writes, any thread shuts down; the reading thread replaces a broken socket by a new
@@ -78,3 +80,5 @@ class TcpLink {
   std::string unfinished_;   // the rest of a frame whose writer had no time left
   Deadline waitingSince_{};  // for the peer to take something in; unset while it does
 };
+
+}  // namespace kyt_host::detail

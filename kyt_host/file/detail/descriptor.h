@@ -4,6 +4,8 @@
 
 #include <unistd.h>
 
+namespace kyt_host::detail {
+
 /// A file descriptor that closes itself.
 class Descriptor {
  public:
@@ -23,3 +25,5 @@ class Descriptor {
  private:
   int number_;
 };
+
+}  // namespace kyt_host::detail

@@ -7,11 +7,13 @@
 
 #include <json/value.h>
 
-#include "kyt_host/communication/detail/diagnostics.h"
-#include "kyt_host/communication/detail/json_text.h"
 #include "kyt_host/communication/reply_handlers.h"
+#include "kyt_host/detail/diagnostics.h"
+#include "kyt_host/detail/json_text.h"
 #include "kyt_host/file/detail/single_file.h"
 #include "kyt_host/types.h"
+
+namespace kyt_host::detail {
 
 namespace {
 
@@ -103,3 +105,5 @@ int listConfigFiles(BackendBase& server, std::vector<std::string>& names) {
   names = std::move(found);
   return SUCCESS;
 }
+
+}  // namespace kyt_host::detail

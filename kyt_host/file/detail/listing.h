@@ -5,6 +5,8 @@
 
 #include "kyt_host/communication/backend_base.h"
 
+namespace kyt_host::detail {
+
 // What files the controller has. Names that could lead out of a folder are left out.
 
 /// @param names  becomes 4 lists, those of the robots 1 to 4
@@ -13,3 +15,5 @@ int listJobFiles(BackendBase& server, std::vector<std::vector<std::string>>& nam
 
 /// @return SUCCESS, or RECEIVE_FAILED when no list came within a second
 int listConfigFiles(BackendBase& server, std::vector<std::string>& names);
+
+}  // namespace kyt_host::detail

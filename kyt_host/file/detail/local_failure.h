@@ -6,7 +6,9 @@
 #include <string>
 #include <system_error>
 
-#include "kyt_host/communication/detail/diagnostics.h"
+#include "kyt_host/detail/diagnostics.h"
+
+namespace kyt_host::detail {
 
 /// Says on standard error where something has failed on this side, and why.
 inline void tellReason(const std::filesystem::path& where, const std::string& why) {
@@ -15,3 +17,5 @@ inline void tellReason(const std::filesystem::path& where, const std::string& wh
 
 /// The reason of the system call that has just failed.
 inline std::string lastError() { return std::generic_category().message(errno); }
+
+}  // namespace kyt_host::detail

@@ -4,7 +4,9 @@
 #include <atomic>
 #include <utility>
 
-#include "kyt_host/communication/detail/guarded.h"
+#include "kyt_host/detail/guarded.h"
+
+namespace kyt_host::detail {
 
 namespace {
 
@@ -32,3 +34,5 @@ void Progress::report() {
   const long long total = total_ < 0 ? total_ : std::max(total_, done_);
   if (const Callback callback = installed) callUser([&] { callback(name_.c_str(), done_, total); });
 }
+
+}  // namespace kyt_host::detail

@@ -3,6 +3,8 @@
 #include <chrono>
 #include <string>
 
+namespace kyt_host::detail {
+
 /// Tells the user's callback how far the transfer of one file is, not more often than anybody can look.
 class Progress {
  public:
@@ -26,3 +28,5 @@ class Progress {
   long long reported_ = 0;
   std::chrono::steady_clock::time_point nextReport_;
 };
+
+}  // namespace kyt_host::detail

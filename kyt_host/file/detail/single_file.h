@@ -9,6 +9,8 @@
 #include "kyt_host/communication/strategy.h"
 #include "kyt_host/file/detail/target_folders.h"
 
+namespace kyt_host::detail {
+
 // What the file operations are made of.
 
 inline constexpr int fileReplyTimeLimitMs = 1000;
@@ -24,3 +26,5 @@ bool askFileServer(BackendBase& server, Strategy request, const std::string& tex
 /// @return SUCCESS, RECEIVE_FAILED, or EXCEPTION when the local file cannot be written
 int downloadFile(BackendBase& server, const std::string& remoteName, const std::filesystem::path& localPath,
                  TargetFolders& folders, bool* accepted = nullptr);
+
+}  // namespace kyt_host::detail

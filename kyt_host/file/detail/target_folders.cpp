@@ -13,6 +13,8 @@
 
 namespace fs = std::filesystem;
 
+namespace kyt_host::detail {
+
 namespace {
 
 fs::path orHere(const fs::path& folder) { return folder.empty() ? "." : folder; }
@@ -46,3 +48,5 @@ bool TargetFolders::sync() const {
   const auto failed = [](const fs::path& folder) { return !syncFolder(folder); };
   return std::count_if(changed_.begin(), changed_.end(), failed) == 0;
 }
+
+}  // namespace kyt_host::detail

@@ -4,8 +4,10 @@
 #include <set>
 #include <system_error>
 
-#include "kyt_host/communication/detail/guarded.h"
+#include "kyt_host/detail/guarded.h"
 #include "kyt_host/types.h"
+
+namespace kyt_host::detail {
 
 /// The local folders that one operation puts files into.
 class TargetFolders {
@@ -33,3 +35,5 @@ int intoFolders(const Operation& operation) {
   const int result = guarded<int>(EXCEPTION, [&] { return operation(folders); });
   return folders.sync() || result != SUCCESS ? result : EXCEPTION;
 }
+
+}  // namespace kyt_host::detail

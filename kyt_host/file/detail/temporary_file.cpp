@@ -19,6 +19,8 @@
 
 namespace fs = std::filesystem;
 
+namespace kyt_host::detail {
+
 namespace {
 
 const std::string prefix = ".transfer-";
@@ -89,3 +91,5 @@ void removeLeftOvers(const fs::path& folder) {
   for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator(); entry.increment(error))
     if (isTemporaryName(entry->path().filename().string())) removeIfLeftOver(entry->path());
 }
+
+}  // namespace kyt_host::detail

@@ -6,6 +6,8 @@
 
 #include "kyt_host/file/detail/descriptor.h"
 
+namespace kyt_host::detail {
+
 // Files that are being written beside those that they are to become, as ".transfer-<process>-<number>".
 //
 // Whoever writes one holds a lock on it (flock) until it is closed; one whose lock can be taken is a left-over. The
@@ -20,3 +22,5 @@ Descriptor makeTemporaryFile(const std::filesystem::path& folder, mode_t mode, s
 
 /// Removes those of a folder that nobody writes any more.
 void removeLeftOvers(const std::filesystem::path& folder);
+
+}  // namespace kyt_host::detail

@@ -17,6 +17,8 @@
 
 namespace fs = std::filesystem;
 
+namespace kyt_host::detail {
+
 namespace {
 
 constexpr std::size_t bufferSize = 64 * 1024;
@@ -144,3 +146,5 @@ bool UnfinishedFile::failed() const {
   tellReason(path_, lastError());
   return false;
 }
+
+}  // namespace kyt_host::detail

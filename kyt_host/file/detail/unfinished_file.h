@@ -9,6 +9,8 @@
 #include "kyt_host/file/detail/descriptor.h"
 #include "kyt_host/file/detail/target_folders.h"
 
+namespace kyt_host::detail {
+
 /// A local file that appears under its name only when it is complete. Until then it is written beside that, under a
 /// name of its own; unless it is finished, it disappears again. It takes over the owner and the mode of the file that
 /// it replaces; behind a symbolic link, it is the link's target that is replaced. What is no file, such as a pipe or a
@@ -42,3 +44,5 @@ class UnfinishedFile {
   Descriptor file_;
   std::string buffer_;
 };
+
+}  // namespace kyt_host::detail

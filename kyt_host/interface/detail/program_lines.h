@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "kyt_host/command/command_to_json.h"
-#include "kyt_host/communication/detail/diagnostics.h"
+#include "kyt_host/detail/diagnostics.h"
+
+namespace kyt_host::detail {
 
 // How each kind of program line is built, for the jobs and for the motion queue alike.
 
@@ -113,3 +115,5 @@ Line axisMotion(CmdType type, Move move) {
 }
 
 }  // namespace lines
+
+}  // namespace kyt_host::detail

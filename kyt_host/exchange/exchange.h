@@ -10,16 +10,18 @@
 #include <json/value.h>
 #include <nlohmann/json.hpp>
 
-#include "kyt_host/communication/reply_handlers.h"
+#include "kyt_host/codec/replies.h"
+#include "kyt_host/communication/exchanges.h"
 #include "kyt_host/communication/strategy.h"
-#include "kyt_host/interface/detail/replies.h"
 #include "kyt_host/types.h"
 
-// The request engine. An operation says what is its own, and the rest happens here, for all of them alike:
+namespace kyt_host::detail {
+
+// The request engine. An operation says what is its own, and the rest happens here, for all of them alike: which
+// request, what is in it, and where the values of the reply go. Which reply that is, exchanges.h knows.
 //
 //   int get_speed_robot(SOCKETFD socketFd, int robotNum, int& speed) {
-//     return query(socketFd, Strategy::GetSpeed, compact({{"robot", robotNum}}),    // what is sent
-//                  reply<RecvSpeed>(Strategy::SpeedReply), replies::speed(speed));  // what comes back, and to where
+//     return query<Strategy::GetSpeed>(socketFd, compact({{"robot", robotNum}}), replies::speed(speed));
 //   }
 //
 // Nothing that a caller passes or a controller answers makes it throw.
@@ -56,22 +58,6 @@ Request line(std::initializer_list<std::pair<const char*, Json::Value>> members)
 /// The request of an operation that has nothing to say.
 inline Request nothing() { return Request(Json::Value()); }
 
-/// The reply that a query waits for: its code, and which handlers it may be filed with.
-struct ExpectedReply {
-  Strategy code;
-  bool (*accepts)(const MessageBaseStrategy& handler);
-};
-
-template <class Handler>
-ExpectedReply reply(Strategy code) {
-  return {code, [](const MessageBaseStrategy& handler) { return dynamic_cast<const Handler*>(&handler) != nullptr; }};
-}
-
-/// A reply of which only the code counts.
-inline ExpectedReply anyReply(Strategy code) {
-  return {code, [](const MessageBaseStrategy&) { return true; }};
-}
-
 /// Whether a request can go out at all.
 /// @return SUCCESS; PARAM_ERR when a number in it is not finite, or when it does not fit one frame, which would cost
 ///         the controller the frames after it; EXCEPTION when a text in it is not UTF-8
@@ -84,28 +70,19 @@ int command(SOCKETFD socketFd, Strategy code, const Request& request);
 /// The same for what must not get lost: RECEIVE_FAILED when it could not be handed to the socket.
 int handOver(SOCKETFD socketFd, Strategy code, const Request& request);
 
-/// Sends a request and waits for its reply, which is not read.
-/// @return SUCCESS, DISCONNECT, RECEIVE_FAILED when none comes within a second, what `sendable` says, or EXCEPTION
-int query(SOCKETFD socketFd, Strategy code, const Request& request, const ExpectedReply& expected);
+/// Sends a request and waits for its reply, which `read` reads unless it is null. A reply that is not JSON is not read.
+/// @return SUCCESS, DISCONNECT, RECEIVE_FAILED when none comes within a second, what `sendable` says, or EXCEPTION,
+///         also for a reply of the wrong shape
+int exchange(SOCKETFD socketFd, Strategy code, const Request& request, Strategy reply, const ReadReply& read);
 
-using ReadReply = std::function<void(const Json::Value& root)>;
-int queryAndRead(SOCKETFD socketFd, Strategy code, const Request& request, const ExpectedReply& expected,
-                 const ReadReply& read);
-
-/// Sends a request, waits for its reply and reads it with `read`. A reply that is not JSON is not read.
-/// @return as above; EXCEPTION also for a reply of the wrong shape
-template <class Read>
-int query(SOCKETFD socketFd, Strategy code, const Request& request, const ExpectedReply& expected, const Read& read) {
-  return queryAndRead(socketFd, code, request, expected, std::cref(read));
+template <Strategy code>
+int query(SOCKETFD socketFd, const Request& request) {
+  return exchange(socketFd, code, request, replyTo<code>(), nullptr);
 }
 
-/// Reads the text of a reply that came some other way, as a query does.
-/// @return SUCCESS; EXCEPTION for a text that is not JSON, or not of the reply's shape
-int decodeAndRead(const std::string& text, const ReadReply& read);
-
-template <class Read>
-int decode(const std::string& text, const Read& read) {
-  return decodeAndRead(text, std::cref(read));
+template <Strategy code, class Read>
+int query(SOCKETFD socketFd, const Request& request, const Read& read) {
+  return exchange(socketFd, code, request, replyTo<code>(), std::cref(read));
 }
 
 /// Whether the handle names a connection, for the operations that say so before they look at their arguments.
@@ -120,3 +97,5 @@ inline bool within(double value, double low, double high) { return value >= low 
 inline std::vector<double> firstValues(const std::vector<double>& values, std::size_t count) {
   return {values.begin(), values.begin() + static_cast<std::ptrdiff_t>(count)};
 }
+
+}  // namespace kyt_host::detail

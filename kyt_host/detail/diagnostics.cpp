@@ -1,7 +1,9 @@
-#include "kyt_host/communication/detail/diagnostics.h"
+#include "kyt_host/detail/diagnostics.h"
 
 #include <atomic>
 #include <ostream>
+
+namespace kyt_host::detail {
 
 namespace {
 
@@ -65,3 +67,5 @@ void RepeatedFailure::over(std::ostream& stream) {
 std::string RepeatedFailure::leftOut() const {
   return repetitions_ == 0 ? std::string() : line_ + " (" + std::to_string(repetitions_) + " times more)";
 }
+
+}  // namespace kyt_host::detail

@@ -4,7 +4,9 @@
 #include <iostream>
 #include <string>
 
-#include "kyt_host/communication/detail/diagnostics.h"
+#include "kyt_host/detail/diagnostics.h"
+
+namespace kyt_host::detail {
 
 /// What `operation` returns; whatever it throws ends here, as `onException` and a line on standard error.
 template <class Result, class Operation>
@@ -28,3 +30,5 @@ void callUser(const Callback& callback) {
     printLine(std::cerr, "Exception in a callback: not a standard one");
   }
 }
+
+}  // namespace kyt_host::detail

@@ -5,7 +5,9 @@
 
 #include <json/value.h>
 
-#include "kyt_host/command/line_records.h"
+#include "kyt_host/records/line_records.h"
+
+namespace kyt_host::detail {
 
 // What program lines have in common. A line is built once: its parts move in, and literals are not copied.
 
@@ -32,3 +34,5 @@ int truncated(double value);
 
 /// The name of a position, and the type that its first letters tell; 0 when they tell nothing.
 void addPositionName(Json::Value& line, const std::string& name);
+
+}  // namespace kyt_host::detail

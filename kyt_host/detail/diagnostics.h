@@ -7,6 +7,8 @@
 
 #include "kyt_host/types.h"
 
+namespace kyt_host::detail {
+
 // What the library has to say beside status codes. Not to be called with a lock held: the line may go to a handler of
 // the application, which may call anything.
 
@@ -37,3 +39,5 @@ class RepeatedFailure {
   std::chrono::steady_clock::time_point said_;
   unsigned long repetitions_ = 0;
 };
+
+}  // namespace kyt_host::detail

@@ -1,4 +1,4 @@
-#include "kyt_host/command/detail/line_parts.h"
+#include "kyt_host/codec/line_parts.h"
 
 #include <algorithm>
 #include <array>
@@ -8,6 +8,8 @@
 #include <utility>
 
 #include "kyt_host/types.h"
+
+namespace kyt_host::detail {
 
 namespace {
 
@@ -81,3 +83,5 @@ void addPositionName(Json::Value& line, const std::string& name) {
   line["posidname"_lit] = name;
   line["m_positionId"_lit] = name;
 }
+
+}  // namespace kyt_host::detail

@@ -1,4 +1,4 @@
-#include "kyt_host/communication/detail/json_decimals.h"
+#include "kyt_host/detail/json_decimals.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,7 +6,9 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "kyt_host/communication/detail/classic_locale.h"
+#include "kyt_host/detail/classic_locale.h"
+
+namespace kyt_host::detail {
 
 namespace {
 
@@ -114,3 +116,5 @@ void JsonDecimals::putInto(Json::Value& root) const {
     if (found != decimals_.end() && found->at == at) root = found->value;
   }
 }
+
+}  // namespace kyt_host::detail

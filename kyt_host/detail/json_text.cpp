@@ -1,4 +1,4 @@
-#include "kyt_host/communication/detail/json_text.h"
+#include "kyt_host/detail/json_text.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,8 +8,10 @@
 #include <json/writer.h>
 #include <nlohmann/json.hpp>
 
-#include "kyt_host/communication/detail/classic_locale.h"
-#include "kyt_host/communication/detail/json_decimals.h"
+#include "kyt_host/detail/classic_locale.h"
+#include "kyt_host/detail/json_decimals.h"
+
+namespace kyt_host::detail {
 
 namespace {
 
@@ -98,3 +100,5 @@ std::string writeCompact(const nlohmann::json& value) {
   requireFinite(value);
   return value.dump();
 }
+
+}  // namespace kyt_host::detail

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <functional>
 #include <initializer_list>
 #include <optional>
 #include <stdexcept>
@@ -14,7 +15,9 @@
 
 #include <json/value.h>
 
-#include "kyt_host/communication/detail/json_text.h"
+#include "kyt_host/detail/json_text.h"
+
+namespace kyt_host::detail {
 
 // How the values of a reply get into the variables of a caller, and a record's members onto the wire.
 //
@@ -206,6 +209,17 @@ auto readAtOnce(Read read, Outputs&... outputs) {
   };
 }
 
+using ReadReply = std::function<void(const Json::Value& root)>;
+
+/// Reads the text of a reply that came some other way, as a query does.
+/// @return SUCCESS; EXCEPTION for a text that is not JSON, or not of the reply's shape
+int decodeAndRead(const std::string& text, const ReadReply& read);
+
+template <class Read>
+int decode(const std::string& text, const Read& read) {
+  return decodeAndRead(text, std::cref(read));
+}
+
 // A record as JSON, for requests, with either of the two JSON libraries.
 
 template <class Object, class Record>
@@ -236,3 +250,5 @@ Object written(const Record& record) {
   writePart(object, record, keysOf<Record>);
   return object;
 }
+
+}  // namespace kyt_host::detail

@@ -1,7 +1,9 @@
-#include "kyt_host/communication/detail/crc32.h"
+#include "kyt_host/detail/crc32.h"
 
 #include <array>
 #include <cstring>
+
+namespace kyt_host::detail {
 
 namespace {
 
@@ -57,3 +59,5 @@ std::uint32_t crc32(const char* data, std::size_t size) {
   for (; size > 0; ++data, --size) crc = (crc >> 8) ^ table[0][(crc ^ static_cast<unsigned char>(*data)) & 0xFF];
   return ~crc;
 }
+
+}  // namespace kyt_host::detail

@@ -1,9 +1,11 @@
-#include "kyt_host/interface/detail/exchange.h"
+#include "kyt_host/exchange/exchange.h"
 
 #include "kyt_host/communication/communication_manager.h"
-#include "kyt_host/communication/detail/guarded.h"
-#include "kyt_host/communication/detail/json_text.h"
 #include "kyt_host/communication/wire_frame.h"
+#include "kyt_host/detail/guarded.h"
+#include "kyt_host/detail/json_text.h"
+
+namespace kyt_host::detail {
 
 namespace {
 
@@ -27,17 +29,6 @@ int send(SOCKETFD socketFd, Strategy code, const Request& request, int onFailure
     if (const int result = write(request, text); result != SUCCESS) return result;
     return client->sendData(static_cast<unsigned int>(code), text) ? SUCCESS : onFailure;
   });
-}
-
-int exchangeTexts(SOCKETFD socketFd, Strategy code, const Request& request, const ExpectedReply& expected,
-                  std::string& text) {
-  const ClientManager::Client client(socketFd);
-  if (!client) return DISCONNECT;
-  std::string question;
-  if (const int result = write(request, question); result != SUCCESS) return result;
-  const MessageBaseStrategy* const handler = client->exchange(
-      static_cast<unsigned int>(code), question, static_cast<unsigned int>(expected.code), replyTimeLimitMs, text);
-  return handler != nullptr && expected.accepts(*handler) ? SUCCESS : RECEIVE_FAILED;
 }
 
 }  // namespace
@@ -67,33 +58,22 @@ int handOver(SOCKETFD socketFd, Strategy code, const Request& request) {
   return send(socketFd, code, request, RECEIVE_FAILED);
 }
 
-int query(SOCKETFD socketFd, Strategy code, const Request& request, const ExpectedReply& expected) {
-  return guarded<int>(EXCEPTION, [&] {
+int exchange(SOCKETFD socketFd, Strategy code, const Request& request, Strategy reply, const ReadReply& read) {
+  return guarded<int>(EXCEPTION, [&]() -> int {
+    const ClientManager::Client client(socketFd);
+    if (!client) return DISCONNECT;
     std::string text;
-    return exchangeTexts(socketFd, code, request, expected, text);
-  });
-}
-
-int queryAndRead(SOCKETFD socketFd, Strategy code, const Request& request, const ExpectedReply& expected,
-                 const ReadReply& read) {
-  return guarded<int>(EXCEPTION, [&] {
-    std::string text;
-    const int result = exchangeTexts(socketFd, code, request, expected, text);
+    if (const int result = write(request, text); result != SUCCESS) return result;
+    std::string answer;
+    if (client->exchange(static_cast<unsigned int>(code), text, static_cast<unsigned int>(reply), replyTimeLimitMs,
+                         answer) == nullptr)
+      return RECEIVE_FAILED;
     Json::Value root;
-    if (result == SUCCESS && parseJson(text, root)) read(root);
-    return result;
-  });
-}
-
-int decodeAndRead(const std::string& text, const ReadReply& read) {
-  try {
-    Json::Value root;
-    if (!parseJson(text, root)) return EXCEPTION;
-    read(root);
+    if (read && parseJson(answer, root)) read(root);
     return SUCCESS;
-  } catch (const std::exception&) {
-    return EXCEPTION;
-  }
+  });
 }
 
 bool connected(SOCKETFD socketFd) { return static_cast<bool>(ClientManager::Client(socketFd)); }
+
+}  // namespace kyt_host::detail

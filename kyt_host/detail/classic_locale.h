@@ -2,6 +2,8 @@
 
 #include <locale.h>
 
+namespace kyt_host::detail {
+
 /// The "C" locale, in which numbers go over the wire, whatever locale the application has.
 inline locale_t classicLocale() {
   static const locale_t locale = ::newlocale(LC_ALL_MASK, "C", nullptr);
@@ -19,3 +21,5 @@ class InClassicLocale {
  private:
   locale_t before_;
 };
+
+}  // namespace kyt_host::detail

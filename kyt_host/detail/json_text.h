@@ -7,6 +7,8 @@
 #include <json/value.h>
 #include <nlohmann/json_fwd.hpp>
 
+namespace kyt_host::detail {
+
 // The one way in which texts from the controller are read, and texts for it written. Numbers look the same whatever
 // locale the application has set.
 
@@ -30,3 +32,5 @@ class NotFinite : public std::domain_error {
 std::string writeLine(const Json::Value& value);
 
 std::string writeCompact(const nlohmann::json& value);
+
+}  // namespace kyt_host::detail

@@ -1,7 +1,12 @@
-#include "kyt_host/interface/detail/reading.h"
+#include "kyt_host/codec/reading.h"
 
 #include <algorithm>
 #include <cstring>
+
+#include "kyt_host/detail/json_text.h"
+#include "kyt_host/types.h"
+
+namespace kyt_host::detail {
 
 const Json::Value* find(const Json::Value& object, const char* key) { return object.find(key, key + std::strlen(key)); }
 
@@ -16,3 +21,16 @@ bool haveArrays(const Json::Value& object, std::initializer_list<const char*> ke
     return value == nullptr || value->isArray();
   });
 }
+
+int decodeAndRead(const std::string& text, const ReadReply& read) {
+  try {
+    Json::Value root;
+    if (!parseJson(text, root)) return EXCEPTION;
+    read(root);
+    return SUCCESS;
+  } catch (const std::exception&) {
+    return EXCEPTION;
+  }
+}
+
+}  // namespace kyt_host::detail

@@ -4,7 +4,9 @@
 #include <limits>
 #include <string>
 
-#include "kyt_host/interface/detail/record_keys.h"
+#include "kyt_host/codec/record_keys.h"
+
+namespace kyt_host::detail {
 
 // How each reply is read, once: the operation that asks for it and its exported decoder both use what stands here.
 // Replies that are a record and nothing else need no line: `take(param)` reads them.
@@ -178,3 +180,5 @@ void readVisionParam(const Json::Value& root, VisionParam& param);
 void readNumbers(const Json::Value& root, const std::vector<const char*>& keys, std::vector<double>& values);
 
 }  // namespace replies
+
+}  // namespace kyt_host::detail

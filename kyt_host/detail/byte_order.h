@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+namespace kyt_host::detail {
+
 inline unsigned int loadBigEndian16(const char* bytes) {
   return static_cast<unsigned int>(static_cast<unsigned char>(bytes[0])) << 8 | static_cast<unsigned char>(bytes[1]);
 }
@@ -19,3 +21,5 @@ inline void storeBigEndian32(char* bytes, std::uint32_t value) {
   storeBigEndian16(bytes, value >> 16);
   storeBigEndian16(bytes + 2, value);
 }
+
+}  // namespace kyt_host::detail

@@ -1,12 +1,14 @@
 #pragma once
 
-#include "kyt_host/interface/detail/reading.h"
+#include "kyt_host/codec/reading.h"
 #include "kyt_host/records/conveyor.h"
 #include "kyt_host/records/io.h"
 #include "kyt_host/records/robot_parameters.h"
 #include "kyt_host/records/tool_param.h"
 #include "kyt_host/records/vision.h"
 #include "kyt_host/records/welding.h"
+
+namespace kyt_host::detail {
 
 // What the members of the records are called on the wire.
 
@@ -227,3 +229,5 @@ template <>
 inline constexpr auto keysOf<VFDState> = record(key("motor_vel", &VFDState::motorVel),
                                                 key("motor_current", &VFDState::motorCurrent),
                                                 key("spindle_angle", &VFDState::spindleAngle));
+
+}  // namespace kyt_host::detail

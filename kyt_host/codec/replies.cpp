@@ -1,4 +1,6 @@
-#include "kyt_host/interface/detail/replies.h"
+#include "kyt_host/codec/replies.h"
+
+namespace kyt_host::detail {
 
 namespace replies {
 
@@ -159,3 +161,5 @@ void readNumbers(const Json::Value& root, const std::vector<const char*>& keys, 
 }
 
 }  // namespace replies
+
+}  // namespace kyt_host::detail

@@ -7,6 +7,8 @@
 
 #include <json/value.h>
 
+namespace kyt_host::detail {
+
 /// The decimals of a JSON text, read apart from the rest of it.
 ///
 /// JsonCpp reads them through a stream, in the application's locale (and slowly). So it gets a text with zeros in their
@@ -34,3 +36,5 @@ class JsonDecimals {
   std::string replaced_;           // empty without decimals
   std::vector<Decimal> decimals_;  // in the order of the text
 };
+
+}  // namespace kyt_host::detail

@@ -1,0 +1,67 @@
+#!/usr/bin/env python3
+"""Checks that the folders of the library depend one way, and that private things stay private.
+
+A folder includes itself and the folders below it; another's detail/ it never includes. What is not installed lives in
+the namespace kyt_host::detail, and no installed header includes it.
+"""
+
+import re
+import sys
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent / "kyt_host"
+
+# Each folder, and those whose headers it may include. kyt_host.h itself includes everything public.
+MAY_INCLUDE = {
+    "": {"communication", "command", "craft", "file", "interface", "records"},
+    "detail": set(),
+    "records": {"detail"},
+    "codec": {"records", "detail"},
+    "command": {"codec", "records", "detail"},
+    "communication": {"command", "codec", "records", "detail"},
+    "exchange": {"communication", "codec", "records", "detail"},
+    "file": {"communication", "detail"},
+    "interface": {"exchange", "file", "communication", "command", "codec", "records", "detail"},
+    "craft": {"exchange", "communication", "codec", "records", "detail"},
+}
+PRIVATE_ROOMS = {"detail", "codec", "exchange"}
+PRIVATE_HEADERS = {"communication/exchanges.h"}
+INCLUDE = re.compile(r'^#include "kyt_host/([^"]+)"', re.MULTILINE)
+
+
+def room(path: str) -> str:
+    return path.split("/")[0] if "/" in path else ""
+
+
+def is_private(path: str) -> bool:
+    return path in PRIVATE_HEADERS or bool(PRIVATE_ROOMS & set(path.split("/")[:-1]))
+
+
+def faults(path: str, text: str) -> "list[str]":
+    found = []
+    for included in INCLUDE.findall(text):
+        if room(included) and room(included) != room(path) and room(included) not in MAY_INCLUDE[room(path)]:
+            found.append(f"includes {included}: {room(path) or 'kyt_host.h'} is not above {room(included)}")
+        if "/detail/" in included and room(included) != room(path):
+            found.append(f"includes {included}, which is private to {room(included)}")
+        if path.endswith(".h") and not is_private(path) and is_private(included):
+            found.append(f"is installed, and includes {included}, which is not")
+    if is_private(path) and "namespace kyt_host::detail {" not in text:
+        found.append("is private, and not in namespace kyt_host::detail")
+    return found
+
+
+def main() -> int:
+    count = 0
+    for file in sorted(ROOT.rglob("*")):
+        if file.suffix not in {".h", ".cpp"}:
+            continue
+        path = file.relative_to(ROOT).as_posix()
+        for fault in faults(path, file.read_text(encoding="utf-8")):
+            print(f"kyt_host/{path} {fault}", file=sys.stderr)
+            count += 1
+    return 1 if count else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
