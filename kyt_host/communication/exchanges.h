@@ -106,7 +106,7 @@ inline constexpr Exchange exchanges[] = {
     row<RecvCurrentHandleOperate>(Strategy::GetFeedWireStatus, Strategy::FeedWireStatusReply),
     row<ReceiveWeldMonitor>(Strategy::GetWeldMonitor, Strategy::WeldMonitorReply),
 
-    // pushed by the controller, unasked
+    // pushed by the controller, unsolicited
     received<ReceiveSystemMessage>(Strategy::ErrorMessage),
     received<ReceiveSystemMessage>(Strategy::WarningMessage),
     received<RecvRobotState>(Strategy::RobotState),

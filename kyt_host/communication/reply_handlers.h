@@ -10,7 +10,7 @@
 #include "kyt_host/export.h"
 
 // The reply handlers by class. A caller that waits for a reply checks the class of the handler that it gets; most
-// classes are nothing but that name. The four that do more come first.
+// classes are nothing but that name. Those that do more come first and last.
 
 /// The robot state that the controller pushes: awaited like any reply, and handed to a callback of its own.
 class KYT_HOST_API RecvRobotState : public MessageBaseStrategy {

@@ -35,7 +35,7 @@ enum class Strategy : unsigned int {
   ExtraMoveJ = 0x4507,                   ExtraMoveL = 0x4508,
   EnableServoPositionMotionControl = 0x95A1,
 
-  // pushed by the controller, unasked
+  // pushed by the controller, unsolicited
   ErrorMessage = 0x2B03,                 WarningMessage = 0x2B04,
   VfdState = 0x9136,
   RobotState = 0x9513,

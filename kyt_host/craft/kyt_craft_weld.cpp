@@ -17,7 +17,8 @@ constexpr int rewindWire = 5;
 constexpr int supplyGas = 6;
 
 int operate(SOCKETFD socketFd, int robotNum, int action, int value) {
-  return command(socketFd, Strategy::OperateWelder, line({{"robot", robotNum}, {"value", value}, {"type", action}}));
+  return command(socketFd, Strategy::OperateWelder,
+                 withLineFeed({{"robot", robotNum}, {"value", value}, {"type", action}}));
 }
 
 // Currents, voltages and times: a negative one has no meaning.
@@ -72,7 +73,8 @@ Json::Value ofItsType(const WaveParam& param) {
 }  // namespace
 
 int weld_get_config_robot(SOCKETFD socketFd, int robotNum, int num, ArcParam& param) {
-  return query<Strategy::GetWeldConfig>(socketFd, line({{"robot", robotNum}, {"num", num}}), replies::arcParam(param));
+  return query<Strategy::GetWeldConfig>(socketFd, withLineFeed({{"robot", robotNum}, {"num", num}}),
+                                        replies::arcParam(param));
 }
 
 int weld_set_config_robot(SOCKETFD socketFd, int robotNum, int num, ArcParam& param) {
@@ -80,15 +82,15 @@ int weld_set_config_robot(SOCKETFD socketFd, int robotNum, int num, ArcParam& pa
   if (!acceptable(param)) return PARAM_ERR;
   const auto sets = withBothRampKeys(param);
   return command(socketFd, Strategy::SetWeldConfig,
-                 line({{"robot", robotNum},
-                       {"num", num},
-                       {"weld_parameters", sets["weld_parameters"]},
-                       {"arcon_parameters", sets["arcon_parameters"]},
-                       {"arcoff_parameters", sets["arcoff_parameters"]}}));
+                 withLineFeed({{"robot", robotNum},
+                               {"num", num},
+                               {"weld_parameters", sets["weld_parameters"]},
+                               {"arcon_parameters", sets["arcon_parameters"]},
+                               {"arcoff_parameters", sets["arcoff_parameters"]}}));
 }
 
 int weld_get_wave_weld_param_robot(SOCKETFD socketFd, int robotNum, int num, WaveParam& param) {
-  return query<Strategy::GetWaveWeldParam>(socketFd, line({{"robot", robotNum}, {"num", num}}),
+  return query<Strategy::GetWaveWeldParam>(socketFd, withLineFeed({{"robot", robotNum}, {"num", num}}),
                                            replies::waveParam(param));
 }
 
@@ -96,7 +98,7 @@ int weld_set_wave_weld_param_robot(SOCKETFD socketFd, int robotNum, int num, con
   if (!connected(socketFd)) return DISCONNECT;
   if (!acceptable(param)) return PARAM_ERR;
   return command(socketFd, Strategy::SetWaveWeldParam,
-                 line({{"robot", robotNum}, {"num", num}, {"parameter", ofItsType(param)}}));
+                 withLineFeed({{"robot", robotNum}, {"num", num}, {"parameter", ofItsType(param)}}));
 }
 
 int weld_set_enable_robot(SOCKETFD socketFd, int robotNum, int value) {
@@ -120,9 +122,10 @@ int weld_set_supply_gas_robot(SOCKETFD socketFd, int robotNum, int value) {
 }
 
 int weld_get_feed_wire_status_robot(SOCKETFD socketFd, int robotNum, std::vector<int>& status) {
-  return query<Strategy::GetFeedWireStatus>(socketFd, line({{"robot", robotNum}}), replies::feedWireStatus(status));
+  return query<Strategy::GetFeedWireStatus>(socketFd, withLineFeed({{"robot", robotNum}}),
+                                            replies::feedWireStatus(status));
 }
 
 int weld_get_monitor_status_robot(SOCKETFD socketFd, int robotNum, WeldState& state) {
-  return query<Strategy::GetWeldMonitor>(socketFd, line({{"robot", robotNum}}), replies::weldState(state));
+  return query<Strategy::GetWeldMonitor>(socketFd, withLineFeed({{"robot", robotNum}}), replies::weldState(state));
 }

@@ -88,7 +88,7 @@ std::string textOf(const Json::Value& value) {
 // The library calls its fast writer deprecated, and has nothing as fast in its place.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
-std::string writeLine(const Json::Value& value) {
+std::string writeWithLineFeed(const Json::Value& value) {
   requireWritable(value);
   const InClassicLocale classic;
   Json::FastWriter writer;

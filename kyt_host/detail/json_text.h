@@ -29,7 +29,7 @@ class NotFinite : public std::domain_error {
 // text is not UTF-8.
 
 /// With a line feed at the end.
-std::string writeLine(const Json::Value& value);
+std::string writeWithLineFeed(const Json::Value& value);
 
 std::string writeCompact(const nlohmann::json& value);
 

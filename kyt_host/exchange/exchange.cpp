@@ -36,10 +36,10 @@ int send(SOCKETFD socketFd, Strategy code, const Request& request, int onFailure
 std::string Request::text() const {
   if (const auto* const written = std::get_if<std::string>(&object_)) return *written;
   if (const auto* const object = std::get_if<nlohmann::json>(&object_)) return writeCompact(*object);
-  return writeLine(std::get<Json::Value>(object_));
+  return writeWithLineFeed(std::get<Json::Value>(object_));
 }
 
-Request line(std::initializer_list<std::pair<const char*, Json::Value>> members) {
+Request withLineFeed(std::initializer_list<std::pair<const char*, Json::Value>> members) {
   Json::Value object(Json::objectValue);
   for (const auto& [key, value] : members) object[Json::StaticString(key)] = value;
   return Request(std::move(object));
@@ -54,7 +54,7 @@ int sendable(const Request& request) {
 
 int command(SOCKETFD socketFd, Strategy code, const Request& request) { return send(socketFd, code, request, SUCCESS); }
 
-int handOver(SOCKETFD socketFd, Strategy code, const Request& request) {
+int commandOrFail(SOCKETFD socketFd, Strategy code, const Request& request) {
   return send(socketFd, code, request, RECEIVE_FAILED);
 }
 

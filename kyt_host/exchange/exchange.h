@@ -43,7 +43,7 @@ class Request {
 /// A request sent as compact text.
 inline Request compact(nlohmann::json::initializer_list_t members) { return Request(nlohmann::json(members)); }
 
-/// A list of numbers, for `line`.
+/// A list of numbers, for `withLineFeed`.
 template <class Number>
 Json::Value list(const std::vector<Number>& values) {
   Json::Value array(Json::arrayValue);
@@ -53,7 +53,7 @@ Json::Value list(const std::vector<Number>& values) {
 }
 
 /// A request sent as compact text with a line feed at its end.
-Request line(std::initializer_list<std::pair<const char*, Json::Value>> members);
+Request withLineFeed(std::initializer_list<std::pair<const char*, Json::Value>> members);
 
 /// The request of an operation that has nothing to say.
 inline Request nothing() { return Request(Json::Value()); }
@@ -68,7 +68,7 @@ int sendable(const Request& request);
 int command(SOCKETFD socketFd, Strategy code, const Request& request);
 
 /// The same for what must not get lost: RECEIVE_FAILED when it could not be handed to the socket.
-int handOver(SOCKETFD socketFd, Strategy code, const Request& request);
+int commandOrFail(SOCKETFD socketFd, Strategy code, const Request& request);
 
 /// Sends a request and waits for its reply, which `read` reads unless it is null. A reply that is not JSON is not read.
 /// @return SUCCESS, DISCONNECT, RECEIVE_FAILED when none comes within a second, what `sendable` says, or EXCEPTION,

@@ -38,7 +38,7 @@ constexpr std::size_t bytesBeforeData = 2;  // a piece of a download begins with
 unsigned int number(Strategy code) { return static_cast<unsigned int>(code); }
 
 template <class Attempt>
-bool succeedsInThree(const Attempt& attempt) {
+bool retry(const Attempt& attempt) {
   constexpr int attempts = 3;
   for (int i = 0; i < attempts; ++i) {
     if (attempt()) return true;
@@ -192,7 +192,7 @@ bool send_upload_file_request(BackendBase* server, std::string name, long size) 
     request["size"] = Json::Int64{size};
     Json::Value reply;
     return server != nullptr &&
-           askFileServer(*server, Strategy::UploadRequest, writeLine(request), Strategy::UploadRequestReply,
+           askFileServer(*server, Strategy::UploadRequest, writeWithLineFeed(request), Strategy::UploadRequestReply,
                          fileReplyTimeLimitMs, reply) &&
            reply["answer"] == "yes";
   });
@@ -218,13 +218,14 @@ int upload_single_file_to_path(BackendBase* server, const std::string& localPath
       printLine(std::cerr, "Invalid file size: " + localPath);
       return EXCEPTION;
     }
-    if (!succeedsInThree([&] { return send_upload_file_request(server, remoteName, size); })) {
+    static_cast<void>(writeWithLineFeed(remoteName));  // throws when it is not UTF-8: no request could carry it
+    if (!retry([&] { return send_upload_file_request(server, remoteName, size); })) {
       printLine(std::cerr, "Upload request failed after retries for file: " + localPath);
       return RECEIVE_FAILED;
     }
     const int sent = sendContents(*server, file, size, localPath, remoteName);
     if (sent == EXCEPTION) return EXCEPTION;
-    if (sent != SUCCESS || !succeedsInThree([&] { return send_upload_file_over(server); })) {
+    if (sent != SUCCESS || !retry([&] { return send_upload_file_over(server); })) {
       printLine(std::cerr, "Upload finish confirmation failed after retries for file: " + localPath);
       return RECEIVE_FAILED;
     }
@@ -238,8 +239,9 @@ int send_download_file_request(BackendBase* server, std::string name) {
     request["name"] = name;
     Json::Value reply;
     constexpr int withoutLimit = 0;
-    const bool answered = server != nullptr && askFileServer(*server, Strategy::DownloadRequest, writeLine(request),
-                                                             Strategy::DownloadRequestReply, withoutLimit, reply);
+    const bool answered =
+        server != nullptr && askFileServer(*server, Strategy::DownloadRequest, writeWithLineFeed(request),
+                                           Strategy::DownloadRequestReply, withoutLimit, reply);
     return answered ? announcedSize(reply) : -1;
   });
 }
@@ -248,7 +250,7 @@ void send_download_file_over(BackendBase* server) {
   guarded(false, [&] {
     Json::Value message(Json::objectValue);
     message["finish"] = true;
-    return server != nullptr && server->sendData(number(Strategy::DownloadOver), writeLine(message));
+    return server != nullptr && server->sendData(number(Strategy::DownloadOver), writeWithLineFeed(message));
   });
 }
 

@@ -42,15 +42,15 @@ Json::Value objects(const std::vector<Record>& records, std::size_t count) {
 int setAlarms(SOCKETFD socketFd, Strategy code, const std::vector<AlarmdIO>& msgs) {
   if (msgs.empty()) return command(socketFd, code, nothing());
   return command(socketFd, code,
-                 line({{"enable", column(msgs, msgs.size(), &AlarmdIO::enable)},
-                       {"msg", column(msgs, msgs.size(), &AlarmdIO::msg)},
-                       {"msgType", column(msgs, msgs.size(), &AlarmdIO::msgType)},
-                       {"value", column(msgs, msgs.size(), &AlarmdIO::value)}}));
+                 withLineFeed({{"enable", column(msgs, msgs.size(), &AlarmdIO::enable)},
+                               {"msg", column(msgs, msgs.size(), &AlarmdIO::msg)},
+                               {"msgType", column(msgs, msgs.size(), &AlarmdIO::msgType)},
+                               {"value", column(msgs, msgs.size(), &AlarmdIO::value)}}));
 }
 
 template <class Read>
 int queryRemoteParam(SOCKETFD socketFd, int robotNum, const Read& read) {
-  return query<Strategy::GetRemoteParam>(socketFd, line({{"robot", robotNum}}), read);
+  return query<Strategy::GetRemoteParam>(socketFd, withLineFeed({{"robot", robotNum}}), read);
 }
 
 // In which form a list of programs goes out to a controller, and how many entries of it.
@@ -76,36 +76,36 @@ int chooseForm(SOCKETFD socketFd, int robotNum, std::size_t size, ProgramList& f
 
 int set_digital_output(SOCKETFD socketFd, int port, int value) {
   return command(socketFd, Strategy::SetDigitalOutput,
-                 line({{"robot", const_robot}, {"port", port}, {"status", value}}));
+                 withLineFeed({{"robot", const_robot}, {"port", port}, {"status", value}}));
 }
 
 int get_digital_output(SOCKETFD socketFd, std::vector<int>& out) {
-  return query<Strategy::GetDigitalOutput>(socketFd, line({{"robot", const_robot}}),
+  return query<Strategy::GetDigitalOutput>(socketFd, withLineFeed({{"robot", const_robot}}),
                                            unlessEmpty("status", replies::digitalStatus(out)));
 }
 
 int get_digital_input(SOCKETFD socketFd, std::vector<int>& in) {
-  return query<Strategy::GetDigitalInput>(socketFd, line({{"robot", const_robot}}),
+  return query<Strategy::GetDigitalInput>(socketFd, withLineFeed({{"robot", const_robot}}),
                                           unlessEmpty("status", replies::digitalStatus(in)));
 }
 
 int set_analog_output(SOCKETFD socketFd, int port, double value) {
-  return command(socketFd, Strategy::SetAnalogOutput, line({{"port", port}, {"value", value}}));
+  return command(socketFd, Strategy::SetAnalogOutput, withLineFeed({{"port", port}, {"value", value}}));
 }
 
 int get_analog_output(SOCKETFD socketFd, std::vector<double>& aout) {
-  return query<Strategy::GetAnalogOutput>(socketFd, line({{"robot", const_robot}}),
+  return query<Strategy::GetAnalogOutput>(socketFd, withLineFeed({{"robot", const_robot}}),
                                           unlessEmpty("value", replies::analogValue(aout)));
 }
 
 int get_analog_input(SOCKETFD socketFd, std::vector<double>& ain) {
-  return query<Strategy::GetAnalogInput>(socketFd, line({{"robot", const_robot}}),
+  return query<Strategy::GetAnalogInput>(socketFd, withLineFeed({{"robot", const_robot}}),
                                          unlessEmpty("value", replies::analogValue(ain)));
 }
 
 int set_force_digital_input(SOCKETFD socketFd, int port, int enable, int status) {
   return command(socketFd, Strategy::SetForceDigitalInput,
-                 line({{"enable", enable}, {"port", port}, {"status", enable != 0 ? status : 0}}));
+                 withLineFeed({{"enable", enable}, {"port", port}, {"status", enable != 0 ? status : 0}}));
 }
 
 int get_force_digital_input(SOCKETFD socketFd, std::vector<int>& port, std::vector<double>& status) {
@@ -122,12 +122,12 @@ int set_IO_reset_function(SOCKETFD socketFd, int robotNum, int type, std::vector
   enable.resize(outputsInATable);
   value.resize(outputsInATable);
   return command(socketFd, Strategy::SetIoReset,
-                 line({{"robot", robotNum}, {"type", type}, {"enable", list(enable)}, {"value", list(value)}}));
+                 withLineFeed({{"robot", robotNum}, {"type", type}, {"enable", list(enable)}, {"value", list(value)}}));
 }
 
 int get_IO_reset_function(SOCKETFD socketFd, int robotNum, int type, std::vector<int>& enable,
                           std::vector<int>& value) {
-  return query<Strategy::GetIoReset>(socketFd, line({{"robot", robotNum}, {"type", type}}),
+  return query<Strategy::GetIoReset>(socketFd, withLineFeed({{"robot", robotNum}, {"type", type}}),
                                      unlessEmpty("enable", replies::ioReset(enable, value)));
 }
 
@@ -158,12 +158,12 @@ int set_remote_param(SOCKETFD socketFd, int robotNum, int speed, bool start, int
   if (!isRobot(robotNum) || !within(speed, 1, 100) || !within(num, 10, 99) || !within(time, 1, 999999))
     return PARAM_ERR;
   return command(socketFd, Strategy::SetRemoteParam,
-                 line({{"robot", robotNum},
-                       {"remoteDefaultSpeed", speed},
-                       {"reserveIsStart", start ? 1 : 0},
-                       {"waitingTime", time},
-                       {"reserveTrgTime", startTime},
-                       {"remoteProgramNum", num}}));
+                 withLineFeed({{"robot", robotNum},
+                               {"remoteDefaultSpeed", speed},
+                               {"reserveIsStart", start ? 1 : 0},
+                               {"waitingTime", time},
+                               {"reserveTrgTime", startTime},
+                               {"remoteProgramNum", num}}));
 }
 
 int get_remote_param(SOCKETFD socketFd, int robotNum, int& speed, bool& start, int& time, int& startTime, int& num) {
@@ -177,12 +177,12 @@ int set_remote_program(SOCKETFD socketFd, int robotNum, std::vector<RemoteProgra
   ProgramList form;
   if (const int result = chooseForm(socketFd, robotNum, programs.size(), form); result != SUCCESS) return result;
   return command(socketFd, Strategy::SetRemoteProgram,
-                 line({{"robot", robotNum}, {"jobFile", objects(programs, form.count)}}));
+                 withLineFeed({{"robot", robotNum}, {"jobFile", objects(programs, form.count)}}));
 }
 
 int get_remote_program(SOCKETFD socketFd, int robotNum, int& num, std::vector<RemoteProgramSetting>& programs) {
   return disconnectedWithoutReply(query<Strategy::GetRemoteProgram>(
-      socketFd, line({{"robot", robotNum}}), readAtOnce(replies::readRemotePrograms, num, programs)));
+      socketFd, withLineFeed({{"robot", robotNum}}), readAtOnce(replies::readRemotePrograms, num, programs)));
 }
 
 int set_remote_function(SOCKETFD socketFd, int robotNum, RemoteControl control, std::vector<RemoteProgram> programs,
@@ -200,8 +200,9 @@ int set_remote_function(SOCKETFD socketFd, int robotNum, RemoteControl control, 
 
 int get_remote_function(SOCKETFD socketFd, int robotNum, int& num, int& time, RemoteControl& control,
                         std::vector<RemoteProgram>& programs) {
-  return disconnectedWithoutReply(query<Strategy::GetRemoteFunction>(
-      socketFd, line({{"robot", robotNum}}), readAtOnce(replies::readRemoteFunction, num, time, control, programs)));
+  return disconnectedWithoutReply(
+      query<Strategy::GetRemoteFunction>(socketFd, withLineFeed({{"robot", robotNum}}),
+                                         readAtOnce(replies::readRemoteFunction, num, time, control, programs)));
 }
 
 int set_remote_status_tips(SOCKETFD socketFd, int robotNum, int outagerecover, int outagerecoverValue,
@@ -225,7 +226,8 @@ int set_remote_status_tips(SOCKETFD socketFd, int robotNum, int outagerecover, i
   }
   Json::Value list(Json::arrayValue);
   list.append(std::move(tips));
-  return command(socketFd, Strategy::SetRemoteStatusTips, line({{"robot", robotNum}, {"outPut", std::move(list)}}));
+  return command(socketFd, Strategy::SetRemoteStatusTips,
+                 withLineFeed({{"robot", robotNum}, {"outPut", std::move(list)}}));
 }
 
 // NOLINTEND(performance-unnecessary-value-param)
@@ -233,7 +235,7 @@ int set_remote_status_tips(SOCKETFD socketFd, int robotNum, int outagerecover, i
 int get_remote_status_tips(SOCKETFD socketFd, int robotNum, int& num, int& outagerecover, int& outagerecoverValue,
                            std::vector<RemoteProgram>& outputs) {
   return disconnectedWithoutReply(query<Strategy::GetRemoteStatusTips>(
-      socketFd, line({{"robot", robotNum}}),
+      socketFd, withLineFeed({{"robot", robotNum}}),
       readAtOnce(replies::readRemoteTips, num, outagerecover, outagerecoverValue, outputs)));
 }
 
@@ -241,11 +243,11 @@ int get_remote_status_tips(SOCKETFD socketFd, int robotNum, int& num, int& outag
 
 int set_hard_enable_port(SOCKETFD socketFd, int mode, int port1, int port2) {
   return command(socketFd, Strategy::SetHardEnablePort,
-                 line({{"deadmanMode", mode}, {"deadmanPortOne", port1}, {"deadmanPortTwo", port2}}));
+                 withLineFeed({{"deadmanMode", mode}, {"deadmanPortOne", port1}, {"deadmanPortTwo", port2}}));
 }
 
 int get_hard_enable_port(SOCKETFD socketFd, int& mode, int& port1, int& port2) {
-  return disconnectedWithoutReply(query<Strategy::GetHardEnablePort>(socketFd, line({{"robot", const_robot}}),
+  return disconnectedWithoutReply(query<Strategy::GetHardEnablePort>(socketFd, withLineFeed({{"robot", const_robot}}),
                                                                      replies::hardEnablePort(mode, port1, port2)));
 }
 
@@ -260,12 +262,12 @@ int set_safe_IO_function(SOCKETFD socketFd, int robotNum, SafeIO io) {
 int get_safe_IO_function(SOCKETFD socketFd, int robotNum, SafeIO& io) {
   if (!connected(socketFd)) return DISCONNECT;
   if (!isRobot(robotNum)) return PARAM_ERR;
-  return disconnectedWithoutReply(query<Strategy::GetSafeIo>(socketFd, line({{"robot", robotNum}}), take(io)));
+  return disconnectedWithoutReply(query<Strategy::GetSafeIo>(socketFd, withLineFeed({{"robot", robotNum}}), take(io)));
 }
 
 // --- boards ---
 
 int get_io_type(SOCKETFD socketFd, IOtype& io) {
-  return disconnectedWithoutReply(
-      query<Strategy::GetIoType>(socketFd, line({{"robot", const_robot}}), readAtOnce(replies::readIoType, io)));
+  return disconnectedWithoutReply(query<Strategy::GetIoType>(socketFd, withLineFeed({{"robot", const_robot}}),
+                                                             readAtOnce(replies::readIoType, io)));
 }

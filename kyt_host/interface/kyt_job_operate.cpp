@@ -67,99 +67,103 @@ int insert(SOCKETFD socketFd, int robotNum, int lineNum, const Line& inserted) {
 int job_create_robot(SOCKETFD socketFd, int robotNum, const std::string& name) {
   if (!connected(socketFd)) return DISCONNECT;
   if (!isJobName(name)) return PARAM_ERR;
-  return commands(socketFd,
-                  {{Strategy::CreateJob, line({{"robot", robotNum}, {"jobName", name}, {"suffixname", jobSuffix}})},
-                   {Strategy::CreateJobFile, line({{"robot", robotNum}, {"jobname", name}, {"suffix", jobSuffix}})}});
+  return commands(
+      socketFd,
+      {{Strategy::CreateJob, withLineFeed({{"robot", robotNum}, {"jobName", name}, {"suffixname", jobSuffix}})},
+       {Strategy::CreateJobFile, withLineFeed({{"robot", robotNum}, {"jobname", name}, {"suffix", jobSuffix}})}});
 }
 
 int job_delete_robot(SOCKETFD socketFd, int robotNum, const std::string& name) {
   return command(socketFd, Strategy::DeleteJob,
-                 line({{"robot", robotNum}, {"jobfilename", name}, {"suffixname", jobSuffix}}));
+                 withLineFeed({{"robot", robotNum}, {"jobfilename", name}, {"suffixname", jobSuffix}}));
 }
 
 int job_open_robot(SOCKETFD socketFd, int robotNum, const std::string& name) {
-  return command(socketFd, Strategy::OpenJob,
-                 line({{"robot", robotNum}, {"jobfilename", name}, {"jobName", name}, {"suffixname", jobSuffix}}));
+  return command(
+      socketFd, Strategy::OpenJob,
+      withLineFeed({{"robot", robotNum}, {"jobfilename", name}, {"jobName", name}, {"suffixname", jobSuffix}}));
 }
 
 int job_get_current_file_robot(SOCKETFD socketFd, int robotNum, std::string& name) {
-  return query<Strategy::GetCurrentJob>(socketFd, line({{"robot", robotNum}}), replies::currentJob(name));
+  return query<Strategy::GetCurrentJob>(socketFd, withLineFeed({{"robot", robotNum}}), replies::currentJob(name));
 }
 
 int job_get_current_file_csharp_robot(SOCKETFD socketFd, int robotNum, std::vector<char>& name) {
-  return query<Strategy::GetCurrentJob>(socketFd, line({{"robot", robotNum}}), replies::currentJob(name));
+  return query<Strategy::GetCurrentJob>(socketFd, withLineFeed({{"robot", robotNum}}), replies::currentJob(name));
 }
 
 int job_sync_job_file(SOCKETFD socketFd) {
-  return command(socketFd, Strategy::SyncJobFile, line({{"robot", const_robot}}));
+  return command(socketFd, Strategy::SyncJobFile, withLineFeed({{"robot", const_robot}}));
 }
 
 // --- the lines of the open job ---
 
 int job_get_command_total_lines_robot(SOCKETFD socketFd, int robotNum, int& lines) {
-  return query<Strategy::GetJobTotalLines>(socketFd, line({{"robot", robotNum}}), replies::jobTotalLines(lines));
+  return query<Strategy::GetJobTotalLines>(socketFd, withLineFeed({{"robot", robotNum}}),
+                                           replies::jobTotalLines(lines));
 }
 
 int job_get_command_content_by_line_robot(SOCKETFD socketFd, int robotNum, int lineNum, int& type,
                                           std::string& content) {
-  return query<Strategy::GetJobCommand>(socketFd, line({{"robot", robotNum}, {"line", lineNum}}),
+  return query<Strategy::GetJobCommand>(socketFd, withLineFeed({{"robot", robotNum}, {"line", lineNum}}),
                                         replies::jobCommand(type, content));
 }
 
 int job_delete_command_by_line_robot(SOCKETFD socketFd, int robotNum, int lineNum) {
   return command(socketFd, Strategy::DeleteJobCommand,
-                 line({{"robot", robotNum}, {"pos", lineNum}, {"savejobfile", true}}));
+                 withLineFeed({{"robot", robotNum}, {"pos", lineNum}, {"savejobfile", true}}));
 }
 
 // --- running ---
 
 int job_run_times_robot(SOCKETFD socketFd, int robotNum, int index) {
-  return query<Strategy::SetJobRunTimes>(socketFd, line({{"robot", robotNum}, {"index", index}}));
+  return query<Strategy::SetJobRunTimes>(socketFd, withLineFeed({{"robot", robotNum}, {"index", index}}));
 }
 
 int job_run_robot(SOCKETFD socketFd, int robotNum, const std::string& name) {
-  return command(socketFd, Strategy::RunJob,
-                 line({{"robot", robotNum}, {"jobname", name}, {"line", 1}, {"continueRun", 0}, {"startOver", true}}));
+  return command(
+      socketFd, Strategy::RunJob,
+      withLineFeed({{"robot", robotNum}, {"jobname", name}, {"line", 1}, {"continueRun", 0}, {"startOver", true}}));
 }
 
 int job_step_robot(SOCKETFD socketFd, int robotNum, const std::string& name, int lineNum) {
-  return commands(socketFd,
-                  {{Strategy::SelectJobLine, line({{"robot", robotNum}, {"jobfilename", name}, {"num", lineNum}})},
-                   {Strategy::PauseJob, line({{"robot", robotNum}, {"type", 0}})},
-                   {Strategy::RunJob, line({{"robot", robotNum},
-                                            {"jobname", name},
-                                            {"suffixname", jobSuffix},
-                                            {"line", lineNum},
-                                            {"stepRun", true},
-                                            {"stepRunSum", 1}})}});
+  return commands(socketFd, {{Strategy::SelectJobLine,
+                              withLineFeed({{"robot", robotNum}, {"jobfilename", name}, {"num", lineNum}})},
+                             {Strategy::PauseJob, withLineFeed({{"robot", robotNum}, {"type", 0}})},
+                             {Strategy::RunJob, withLineFeed({{"robot", robotNum},
+                                                              {"jobname", name},
+                                                              {"suffixname", jobSuffix},
+                                                              {"line", lineNum},
+                                                              {"stepRun", true},
+                                                              {"stepRunSum", 1}})}});
 }
 
 int job_pause_robot(SOCKETFD socketFd, int robotNum) {
-  return command(socketFd, Strategy::PauseJob, line({{"robot", robotNum}, {"type", 1}}));
+  return command(socketFd, Strategy::PauseJob, withLineFeed({{"robot", robotNum}, {"type", 1}}));
 }
 
 int job_continue_robot(SOCKETFD socketFd, int robotNum) {
   return command(socketFd, Strategy::RunJob,
-                 line({{"robot", robotNum}, {"continueRun", 1}, {"line", 1}, {"startOver", false}}));
+                 withLineFeed({{"robot", robotNum}, {"continueRun", 1}, {"line", 1}, {"startOver", false}}));
 }
 
 int job_break_point_run_robot(SOCKETFD socketFd, int robotNum, const std::string& name) {
   return command(socketFd, Strategy::RunJob,
-                 line({{"robot", robotNum},
-                       {"continueRun", 1},
-                       {"globalStart", false},
-                       {"jobname", name},
-                       {"line", 1},
-                       {"startOver", false}}));
+                 withLineFeed({{"robot", robotNum},
+                               {"continueRun", 1},
+                               {"globalStart", false},
+                               {"jobname", name},
+                               {"line", 1},
+                               {"startOver", false}}));
 }
 
 int job_stop_robot(SOCKETFD socketFd, int robotNum) {
-  const Request stop = line({{"robot", robotNum}, {"type", 1}});
+  const Request stop = withLineFeed({{"robot", robotNum}, {"type", 1}});
   return commands(socketFd, {{Strategy::StopJob, stop}, {Strategy::PauseJob, stop}, {Strategy::EndJob, stop}});
 }
 
 int job_get_current_line_robot(SOCKETFD socketFd, int robotNum, int& lineNum) {
-  return query<Strategy::GetJobLine>(socketFd, line({{"robot", robotNum}}), replies::jobLine(lineNum));
+  return query<Strategy::GetJobLine>(socketFd, withLineFeed({{"robot", robotNum}}), replies::jobLine(lineNum));
 }
 
 // --- local positions ---

@@ -48,7 +48,7 @@ std::size_t addLines(std::string& request, const std::vector<const Command*>& li
   if (lines.empty()) return 0;
   std::string data = "{\"data\":[";
   for (std::size_t i = 0; i < lines.size(); ++i) {
-    std::string text = writeLine(lines[i]->toJson());
+    std::string text = writeWithLineFeed(lines[i]->toJson());
     if (data.size() + text.size() + request.size() > frameMaxPayload) return i;
     text.back() = ',';  // in place of the line feed
     data += text;
@@ -74,9 +74,9 @@ int queue_motion_clear_Data_robot(SOCKETFD socketFd, int robotNum) {
 int queue_motion_send_to_controller_robot(SOCKETFD socketFd, int robotNum, int size, bool isContinue) {
   const auto send = [&](const std::vector<const Command*>& lines) -> int {
     if (lines.empty()) printLine(std::cerr, "队列已空");
-    std::string text = line({{"isContinue", isContinue}, {"robot", robotNum}}).text();
+    std::string text = withLineFeed({{"isContinue", isContinue}, {"robot", robotNum}}).text();
     const std::size_t fitting = addLines(text, lines);
-    if (fitting == lines.size()) return handOver(socketFd, Strategy::SendQueueMotion, Request(std::move(text)));
+    if (fitting == lines.size()) return commandOrFail(socketFd, Strategy::SendQueueMotion, Request(std::move(text)));
     printLine(std::cerr, "Queue motion: of " + std::to_string(lines.size()) + " lines only " + std::to_string(fitting) +
                              " fit one request. Nothing was sent.");
     return PARAM_ERR;
@@ -95,28 +95,29 @@ int queue_motion_set_status_robot(SOCKETFD socketFd, int robotNum, bool open) {
 }
 
 int queue_motion_get_status_robot(SOCKETFD socketFd, int robotNum, bool& open) {
-  return query<Strategy::GetQueueMotionStatus>(socketFd, line({{"robot", robotNum}}), replies::queueMotionStatus(open));
+  return query<Strategy::GetQueueMotionStatus>(socketFd, withLineFeed({{"robot", robotNum}}),
+                                               replies::queueMotionStatus(open));
 }
 
 int queue_motion_get_queuelen_robot(SOCKETFD socketFd, int robotNum, int& length) {
-  return query<Strategy::GetQueueMotionLength>(socketFd, line({{"robot", robotNum}}),
+  return query<Strategy::GetQueueMotionLength>(socketFd, withLineFeed({{"robot", robotNum}}),
                                                replies::queueMotionLength(length));
 }
 
 int queue_motion_suspend_robot(SOCKETFD socketFd, int robotNum) {
-  return command(socketFd, Strategy::SuspendQueueMotion, line({{"robot", robotNum}}));
+  return command(socketFd, Strategy::SuspendQueueMotion, withLineFeed({{"robot", robotNum}}));
 }
 
 int queue_motion_restart_robot(SOCKETFD socketFd, int robotNum) {
-  return command(socketFd, Strategy::RestartQueueMotion, line({{"robot", robotNum}}));
+  return command(socketFd, Strategy::RestartQueueMotion, withLineFeed({{"robot", robotNum}}));
 }
 
 int queue_motion_stop_robot(SOCKETFD socketFd, int robotNum) {
-  return command(socketFd, Strategy::StopQueueMotion, line({{"robot", robotNum}}));
+  return command(socketFd, Strategy::StopQueueMotion, withLineFeed({{"robot", robotNum}}));
 }
 
 int queue_motion_stop_not_power_off_robot(SOCKETFD socketFd, int robotNum) {
-  return command(socketFd, Strategy::StopQueueMotionKeepPower, line({{"robot", robotNum}}));
+  return command(socketFd, Strategy::StopQueueMotionKeepPower, withLineFeed({{"robot", robotNum}}));
 }
 
 // --- appending moves ---

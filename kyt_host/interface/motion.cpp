@@ -19,12 +19,12 @@ int move(SOCKETFD socketFd, const MoveCmd& cmd, Strategy code, std::size_t value
 
 int moveByLine(SOCKETFD socketFd, int robotNum, const MoveCmd& cmd, Strategy code, std::size_t values) {
   return move(socketFd, cmd, code, values, [&](const std::vector<double>& target) {
-    return line({{"robot", robotNum},
-                 {"vel", cmd.velocity},
-                 {"coord", cmd.coord},
-                 {"acc", cmd.acc},
-                 {"dec", cmd.dec},
-                 {"pos", list(target)}});
+    return withLineFeed({{"robot", robotNum},
+                         {"vel", cmd.velocity},
+                         {"coord", cmd.coord},
+                         {"acc", cmd.acc},
+                         {"dec", cmd.dec},
+                         {"pos", list(target)}});
   });
 }
 
@@ -64,19 +64,19 @@ int robot_extra_movel_robot(SOCKETFD socketFd, int robotNum, MoveCmd cmd) {
 }
 
 int robot_go_home_robot(SOCKETFD socketFd, int robotNum) {
-  return command(socketFd, Strategy::GoHome, line({{"robot", robotNum}, {"type", 0}}));
+  return command(socketFd, Strategy::GoHome, withLineFeed({{"robot", robotNum}, {"type", 0}}));
 }
 
 int robot_go_to_reset_position_robot(SOCKETFD socketFd, int robotNum) {
-  return command(socketFd, Strategy::GoToResetPosition, line({{"robot", robotNum}}));
+  return command(socketFd, Strategy::GoToResetPosition, withLineFeed({{"robot", robotNum}}));
 }
 
 int robot_start_jogging_robot(SOCKETFD socketFd, int /*robotNum*/, int axis, bool dir) {
-  return command(socketFd, Strategy::StartJogging, line({{"axis", axis}, {"direction", dir ? 1 : -1}}));
+  return command(socketFd, Strategy::StartJogging, withLineFeed({{"axis", axis}, {"direction", dir ? 1 : -1}}));
 }
 
 int robot_stop_jogging_robot(SOCKETFD socketFd, int /*robotNum*/, int axis) {
-  return command(socketFd, Strategy::StopJogging, line({{"axis", axis}}));
+  return command(socketFd, Strategy::StopJogging, withLineFeed({{"axis", axis}}));
 }
 
 int enable_servo_position_motion_control_robot(SOCKETFD socketFd, int robotNum, bool on) {

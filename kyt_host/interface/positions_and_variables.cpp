@@ -121,8 +121,9 @@ int set_global_variant_robot(SOCKETFD socketFd, int robotNum, const std::string&
   constexpr std::size_t shortestName = 5;
   if (!connected(socketFd)) return DISCONNECT;
   if (name.size() < shortestName) return RECEIVE_FAILED;
-  return command(socketFd, Strategy::SetGlobalVariant,
-                 line({{"robot", robotNum}, {"varType", variantType(name)}, {"varName", name}, {"varValue", value}}));
+  return command(
+      socketFd, Strategy::SetGlobalVariant,
+      withLineFeed({{"robot", robotNum}, {"varType", variantType(name)}, {"varName", name}, {"varValue", value}}));
 }
 
 int get_global_variant_robot(SOCKETFD socketFd, int robotNum, const std::string& name, double& value) {

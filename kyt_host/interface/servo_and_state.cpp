@@ -83,7 +83,8 @@ int set_axis_sdo(SOCKETFD socketFd, int axisNum, unsigned int index, unsigned in
 }
 
 int set_speed_robot(SOCKETFD socketFd, int robotNum, int speed) {
-  return command(socketFd, Strategy::SetSpeed, line({{"robot", robotNum}, {"speed", std::clamp(speed, 0, 103)}}));
+  return command(socketFd, Strategy::SetSpeed,
+                 withLineFeed({{"robot", robotNum}, {"speed", std::clamp(speed, 0, 103)}}));
 }
 
 int get_speed_robot(SOCKETFD socketFd, int robotNum, int& speed) {
@@ -92,27 +93,27 @@ int get_speed_robot(SOCKETFD socketFd, int robotNum, int& speed) {
 
 int set_current_coord_robot(SOCKETFD socketFd, int robotNum, int coord) {
   return command(socketFd, Strategy::SetCurrentCoord,
-                 line({{"robot", robotNum}, {"coord", coord}, {"coordinate", coord}}));
+                 withLineFeed({{"robot", robotNum}, {"coord", coord}, {"coordinate", coord}}));
 }
 
 int get_current_coord_robot(SOCKETFD socketFd, int robotNum, int& coord) {
-  return query<Strategy::GetCurrentCoord>(socketFd, line({{"robot", robotNum}}), replies::coord(coord));
+  return query<Strategy::GetCurrentCoord>(socketFd, withLineFeed({{"robot", robotNum}}), replies::coord(coord));
 }
 
 int set_current_mode_robot(SOCKETFD socketFd, int robotNum, int mode) {
-  return command(socketFd, Strategy::SetCurrentMode, line({{"robot", robotNum}, {"mode", mode}}));
+  return command(socketFd, Strategy::SetCurrentMode, withLineFeed({{"robot", robotNum}, {"mode", mode}}));
 }
 
 int get_current_mode_robot(SOCKETFD socketFd, int robotNum, int& mode) {
-  return query<Strategy::GetCurrentMode>(socketFd, line({{"robot", robotNum}}), replies::mode(mode));
+  return query<Strategy::GetCurrentMode>(socketFd, withLineFeed({{"robot", robotNum}}), replies::mode(mode));
 }
 
 int set_teach_type_robot(SOCKETFD socketFd, int /*robotNum*/, int type) {
-  return command(socketFd, Strategy::SetTeachType, line({{"teachType", type}}));
+  return command(socketFd, Strategy::SetTeachType, withLineFeed({{"teachType", type}}));
 }
 
 int get_teach_type_robot(SOCKETFD socketFd, int robotNum, int& type) {
-  return query<Strategy::GetTeachType>(socketFd, line({{"robot", robotNum}}), replies::teachType(type));
+  return query<Strategy::GetTeachType>(socketFd, withLineFeed({{"robot", robotNum}}), replies::teachType(type));
 }
 
 int set_darg_mode_robot(SOCKETFD socketFd, int /*robotNum*/, int mode) {
@@ -120,11 +121,11 @@ int set_darg_mode_robot(SOCKETFD socketFd, int /*robotNum*/, int mode) {
 }
 
 int get_robot_running_state_robot(SOCKETFD socketFd, int robotNum, int& status) {
-  return query<Strategy::GetRunningState>(socketFd, line({{"robot", robotNum}}), replies::runningState(status));
+  return query<Strategy::GetRunningState>(socketFd, withLineFeed({{"robot", robotNum}}), replies::runningState(status));
 }
 
 int get_robot_type_robot(SOCKETFD socketFd, int robotNum, int& type) {
-  return query<Strategy::GetRobotType>(socketFd, line({{"robot", robotNum}}), replies::robotType(type));
+  return query<Strategy::GetRobotType>(socketFd, withLineFeed({{"robot", robotNum}}), replies::robotType(type));
 }
 
 int get_robot_configuration_robot(SOCKETFD socketFd, int robotNum, int& config) {
@@ -147,16 +148,17 @@ int get_robot_configuration_robot(SOCKETFD socketFd, int robotNum, int& config) 
 }
 
 int get_teachbox_connection_status_robot(SOCKETFD socketFd, int robotNum, bool& connected) {
-  return query<Strategy::GetTeachboxStatus>(socketFd, line({{"robot", robotNum}}), replies::teachboxStatus(connected));
+  return query<Strategy::GetTeachboxStatus>(socketFd, withLineFeed({{"robot", robotNum}}),
+                                            replies::teachboxStatus(connected));
 }
 
 int get_controller_id_robot(SOCKETFD socketFd, int robotNum, char* id) {
   if (id == nullptr) return PARAM_ERR;
-  return query<Strategy::GetControllerId>(socketFd, line({{"robot", robotNum}}), replies::controllerId(id));
+  return query<Strategy::GetControllerId>(socketFd, withLineFeed({{"robot", robotNum}}), replies::controllerId(id));
 }
 
 int get_controller_id_csharp_robot(SOCKETFD socketFd, int robotNum, std::vector<char>& id) {
-  return query<Strategy::GetControllerId>(socketFd, line({{"robot", robotNum}}), replies::controllerId(id));
+  return query<Strategy::GetControllerId>(socketFd, withLineFeed({{"robot", robotNum}}), replies::controllerId(id));
 }
 
 int set_robots_parallel(SOCKETFD socketFd, bool parallel) {
@@ -164,11 +166,11 @@ int set_robots_parallel(SOCKETFD socketFd, bool parallel) {
 }
 
 int set_robot_switch(SOCKETFD socketFd, int robot) {
-  return command(socketFd, Strategy::SetRobotSwitch, line({{"robot", robot}, {"mode", 0}}));
+  return command(socketFd, Strategy::SetRobotSwitch, withLineFeed({{"robot", robot}, {"mode", 0}}));
 }
 
 int get_robot_switch(SOCKETFD socketFd, int& robot) {
-  return query<Strategy::GetRobotSwitch>(socketFd, line({{"robot", const_robot}}), take(robot, "robot"));
+  return query<Strategy::GetRobotSwitch>(socketFd, withLineFeed({{"robot", const_robot}}), take(robot, "robot"));
 }
 
 int set_collision_para_robot(SOCKETFD socketFd, int /*robotNum*/, CollisionPara para) {

@@ -24,7 +24,7 @@ TEST(CallbackQueue, HoldsSmallMessagesInAsLittleMemoryAsItSays) {
   constexpr int messages = 300'000;  // more than fit
   std::thread reader([&] {
     for (; published < messages; ++published) {
-      queue.add({0x0101, false, true, false}, "{\"speed\":1}\n\n");
+      queue.add({0x0101, CallbackQueue::OfReceiver}, "{\"speed\":1}\n\n");
       queue.publish();
     }
   });
@@ -43,7 +43,7 @@ TEST(CallbackQueue, HoldsSmallMessagesInAsLittleMemoryAsItSays) {
   }));
   EXPECT_GT(published, 80'000);
   EXPECT_LT(published, messages);
-  EXPECT_LT(ProcessState::residentBytes(), before + CallbackQueue::bound + 2 * 1024 * 1024);
+  EXPECT_LT(ProcessState::residentBytes(), before + CallbackQueue::capacity + 2 * 1024 * 1024);
   EXPECT_FALSE(queue.awaitQuiet(std::chrono::steady_clock::now() + 10ms));
 
   gate.set_value();

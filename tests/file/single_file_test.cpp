@@ -23,6 +23,9 @@ TEST_F(SingleFile, EveryByteArrives) {
 }
 
 TEST_F(SingleFile, AnUploadThatFailsLeavesNothing) {
+  write("\xFF.JBR", "line");
+  EXPECT_EQ(upload("\xFF.JBR"), EXCEPTION);  // no request could carry the name
+  EXPECT_EQ(controller.received(Strategy::UploadRequest).size(), 0U);
   write("A.JBR", std::string(1'000'000, 'x'));
   controller.answer(Strategy::UploadRequest, Strategy::UploadRequestReply, R"({"answer":"no"})", 3);
   EXPECT_EQ(upload("A.JBR"), RECEIVE_FAILED);

@@ -15,14 +15,14 @@
 #include <vector>
 
 #include "kyt_host/communication/asio_tcp_backend.h"
-#include "kyt_host/detail/byte_order.h"
 #include "kyt_host/communication/detail/callback_queue.h"
 #include "kyt_host/communication/detail/frame_buffer.h"
-#include "kyt_host/communication/detail/frame_filer.h"
-#include "kyt_host/detail/json_text.h"
+#include "kyt_host/communication/detail/frame_dispatcher.h"
 #include "kyt_host/communication/message_manager.h"
 #include "kyt_host/communication/reply_handlers.h"
 #include "kyt_host/communication/wire_frame.h"
+#include "kyt_host/detail/byte_order.h"
+#include "kyt_host/detail/json_text.h"
 #include "kyt_host/exchange/exchange.h"
 
 using namespace kyt_host::detail;
@@ -93,20 +93,20 @@ void onMessage(int /*kind*/, const char* text, int /*code*/) { require(std::strl
 
 void receive(std::string_view stream, std::size_t pieceSize, MessageManager& store, CallbackQueue& callbacks) {
   static AsioTCPBackend backend("", "");
-  const std::atomic<FrameFiler::ReceiveCallback> receiveCallback{onFrame};
+  const std::atomic<FrameDispatcher::ReceiveCallback> receiveCallback{onFrame};
   FrameBuffer buffer;
-  FrameFiler filer(backend, store, callbacks, receiveCallback);
+  FrameDispatcher dispatcher(backend, store, callbacks, receiveCallback);
   while (!stream.empty()) {
     require(buffer.spaceLeft() > 0 && buffer.spaceLeft() <= frameHeaderSize + frameMaxPayload + frameCrcSize);
     const std::size_t count = std::min({stream.size(), pieceSize, buffer.spaceLeft()});
     std::memcpy(buffer.space(), stream.data(), count);
     buffer.filled(count);
     stream.remove_prefix(count);
-    filer.beginRead(buffer.waiting());
+    dispatcher.beginRead(buffer.waiting());
     for (Frame frame; buffer.next(frame);) {
-      if (frame.intact()) filer.take(frame);
+      if (frame.intact()) dispatcher.take(frame);
     }
-    filer.finishRead();
+    dispatcher.finishRead();
   }
 }
 
@@ -123,16 +123,17 @@ void check(std::string_view stream, std::size_t pieceSize, const std::vector<Mes
   }
 
   CallbackQueue::Event last;
-  last.reconnected = true;
+  last.callbacks = CallbackQueue::OfReconnection;
   callbacks.add(last, {});
   callbacks.publish();
   auto expected = messages.begin();
   callbacks.run([&](const CallbackQueue::Event& event, const char* text) {
-    if (event.reconnected) return callbacks.stop();
-    require(expected != messages.end() && event.forReceiver);
+    if (event.callbacks == CallbackQueue::OfReconnection) return callbacks.stop();
+    require(expected != messages.end() && (event.callbacks & CallbackQueue::OfReceiver) != 0);
     require(event.code == expected->code && std::strcmp(text, expected->text.c_str()) == 0);
     ++expected;
-    if (event.forHandler) guarded([&] { store.find(static_cast<Strategy>(event.code))->callBack(text); });
+    if ((event.callbacks & CallbackQueue::OfHandler) != 0)
+      guarded([&] { store.find(static_cast<Strategy>(event.code))->callBack(text); });
   });
   require(expected == messages.end());
 }

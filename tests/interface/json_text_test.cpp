@@ -246,7 +246,7 @@ TEST(JsonText, IsWrittenAlikeInEveryLocale) {
   Json::Value line;
   for (const double number : {1234.5, -0.1, 1e300, 4.9e-324, 7.0, 1234567.0}) line.append(number);
   const nlohmann::json compact{1234.5, -0.1, 1e300, 1234567.0, 1234567};
-  const std::string lineText = writeLine(line);
+  const std::string lineText = writeWithLineFeed(line);
   EXPECT_EQ(lineText, "[1234.5,-0.10000000000000001,1.0000000000000001e+300,4.9406564584124654e-324,7.0,1234567.0]\n");
   EXPECT_EQ(writeCompact(compact), "[1234.5,-0.1,1e+300,1234567.0,1234567]");
   for (const Scope scope : {Scope::Process, Scope::Thread}) {
@@ -255,7 +255,7 @@ TEST(JsonText, IsWrittenAlikeInEveryLocale) {
       char before[8];
       std::snprintf(before, sizeof before, "%.1f", 0.5);
       EXPECT_EQ(before, "0" + std::string(point) + "5");
-      EXPECT_EQ(writeLine(line), lineText);
+      EXPECT_EQ(writeWithLineFeed(line), lineText);
       EXPECT_EQ(writeCompact(compact), "[1234.5,-0.1,1e+300,1234567.0,1234567]");
       EXPECT_EQ(textOf(1234.5), "1234.5");
       char after[8];
@@ -269,7 +269,7 @@ TEST(JsonText, HasNoNumberThatIsNotFinite) {
   for (const double number : {NAN, INFINITY, -INFINITY}) {
     Json::Value line;
     line["a"][2]["b"] = number;
-    EXPECT_THROW(writeLine(line), NotFinite);
+    EXPECT_THROW(writeWithLineFeed(line), NotFinite);
     EXPECT_THROW(writeCompact({{"a", {1, {{"b", number}}}}}), NotFinite);
   }
 }
@@ -293,10 +293,10 @@ TEST(JsonText, BothWritersRefuseWhatIsNotUtf8) {
     Json::Value line;
     line["a"].append(text);
     if (good) {
-      EXPECT_NO_THROW(writeLine(line)) << text;
+      EXPECT_NO_THROW(writeWithLineFeed(line)) << text;
       EXPECT_NO_THROW(writeCompact({{"a", {text}}})) << text;
     } else {
-      EXPECT_ANY_THROW(writeLine(line)) << text;
+      EXPECT_ANY_THROW(writeWithLineFeed(line)) << text;
       EXPECT_ANY_THROW(writeCompact({{"a", {text}}})) << text;
     }
   }

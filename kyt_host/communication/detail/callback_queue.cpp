@@ -75,7 +75,7 @@ std::size_t CallbackQueue::occupiedBytes() {
 void CallbackQueue::waitForRoom() {
   std::unique_lock lock(mutex_);
   readerWaits_ = true;
-  room_.wait(lock, [&] { return occupiedBytes_ <= currentBound() || stopped_; });
+  room_.wait(lock, [&] { return occupiedBytes_ <= currentCapacity() || stopped_; });
   readerWaits_ = false;
 }
 

@@ -19,20 +19,25 @@ namespace kyt_host::detail {
 /// What one connection's reading thread hands to the thread that calls the user's callbacks.
 ///
 /// The reader adds events and publishes them in batches; the other thread delivers them one at a time, in order.
-/// Nothing is dropped: when what waits occupies more than `bound` bytes, publishing blocks, and with it the reading.
+/// Nothing is dropped: when what waits occupies more than `capacity` bytes, publishing blocks, and with it the reading.
 class CallbackQueue {
  public:
-  static constexpr std::size_t bound = 4 * 1024 * 1024;
+  static constexpr std::size_t capacity = 4 * 1024 * 1024;
 
   /// A callback that itself waits for a reply must not stop that reply from being read: as long as it waits, the
-  /// reader may go on up to this bound.
-  static constexpr std::size_t boundWhileCallbackWaits = 16 * bound;
+  /// reader may go on up to this.
+  static constexpr std::size_t capacityWhileCallbackWaits = 16 * capacity;
+
+  /// Which callbacks an event is for.
+  enum Callbacks : std::uint32_t {
+    OfHandler = 1,       ///< the own one of the handler of the event's code
+    OfReceiver = 2,      ///< the receive callback
+    OfReconnection = 4,  ///< not a frame: the connection has been restored
+  };
 
   struct Event {
     std::uint32_t code = 0;
-    bool forHandler = false;   ///< the handler's own callback wants it
-    bool forReceiver = false;  ///< the receive callback wants it
-    bool reconnected = false;  ///< not a frame: the connection has been restored
+    std::uint32_t callbacks = 0;  ///< any of `Callbacks`
   };
 
   using Deliver = std::function<void(const Event& event, const char* text)>;
@@ -115,7 +120,7 @@ class CallbackQueue {
   void waitForRoom();
   void waitForBatch(std::unique_lock<std::mutex>& lock);
   void deliverBatch(const Batch& batch, const Deliver& deliver);
-  std::size_t currentBound() const { return callbackWaits_ ? boundWhileCallbackWaits : bound; }
+  std::size_t currentCapacity() const { return callbackWaits_ ? capacityWhileCallbackWaits : capacity; }
 
   Batch making_;  // the reader's alone
 

@@ -223,7 +223,7 @@ void Connection::read(Session& session) {
 bool Connection::receive(Session& session) {
   bool heard = false;
   FrameBuffer buffer;
-  FrameFiler filer(owner_, store, session.callbacks, receiveCallback);
+  FrameDispatcher dispatcher(owner_, store, session.callbacks, receiveCallback);
   for (;;) {
     std::error_code error;
     const std::size_t count = link_.read(buffer.space(), buffer.spaceLeft(), error);
@@ -234,11 +234,11 @@ bool Connection::receive(Session& session) {
     }
     heard = true;
     buffer.filled(count);
-    filer.beginRead(buffer.waiting());
+    dispatcher.beginRead(buffer.waiting());
     for (Frame frame; !session.signal.stopped() && buffer.next(frame);) {
-      if (frame.intact()) filer.take(frame);
+      if (frame.intact()) dispatcher.take(frame);
     }
-    filer.finishRead();
+    dispatcher.finishRead();
   }
 }
 
@@ -252,7 +252,7 @@ bool Connection::restore(Session& session) {
       sendFailure_.over(std::cerr);
       printLine(std::cout, DIAGNOSTICS_INFORMATION, "Service IP = " + ip + ". Successfully reconnected.");
       state_ = State::Connected;
-      session.callbacks.add({0, false, false, true}, {});
+      session.callbacks.add({0, CallbackQueue::OfReconnection}, {});
       session.callbacks.publish();
       return true;
     }
@@ -268,17 +268,17 @@ void Connection::callBack(const Session& session, const CallbackQueue::Event& ev
   const auto call = [&session](const auto& callback) {
     if (!session.callbacks.stopped()) callUser(callback);  // the callback before this one may have disconnected
   };
-  if (event.reconnected) {
+  if ((event.callbacks & CallbackQueue::OfReconnection) != 0) {
     call([&] {
       if (const ReconnectCallback callback = reconnectCallback) callback();
     });
   }
-  if (event.forHandler) {
+  if ((event.callbacks & CallbackQueue::OfHandler) != 0) {
     call([&] {
       if (MessageBaseStrategy* const handler = store.find(static_cast<Strategy>(event.code))) handler->callBack(text);
     });
   }
-  if (event.forReceiver) {
+  if ((event.callbacks & CallbackQueue::OfReceiver) != 0) {
     call([&] {
       if (const ReceiveCallback callback = receiveCallback) callback(static_cast<int>(event.code), text);
     });

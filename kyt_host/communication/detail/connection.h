@@ -11,7 +11,7 @@
 #include <sys/types.h>
 
 #include "kyt_host/communication/backend_base.h"
-#include "kyt_host/communication/detail/frame_filer.h"
+#include "kyt_host/communication/detail/frame_dispatcher.h"
 #include "kyt_host/communication/detail/session.h"
 #include "kyt_host/communication/detail/tcp_link.h"
 #include "kyt_host/communication/message_manager.h"
@@ -23,7 +23,7 @@ namespace kyt_host::detail {
 class Connection : public std::enable_shared_from_this<Connection> {
  public:
   using Deadline = TcpLink::Deadline;
-  using ReceiveCallback = FrameFiler::ReceiveCallback;
+  using ReceiveCallback = FrameDispatcher::ReceiveCallback;
   using ReconnectCallback = void (*)();
 
   Connection(BackendBase& owner, std::string address, std::string portText);

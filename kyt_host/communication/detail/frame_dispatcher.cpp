@@ -1,4 +1,4 @@
-#include "kyt_host/communication/detail/frame_filer.h"
+#include "kyt_host/communication/detail/frame_dispatcher.h"
 
 #include <string>
 
@@ -18,32 +18,34 @@ bool carriesRequestId(std::string_view text) {
 
 }  // namespace
 
-void FrameFiler::beginRead(std::string_view bytes) { mayCarryRequestIds_ = carriesRequestId(bytes); }
+void FrameDispatcher::beginRead(std::string_view bytes) { mayCarryRequestIds_ = carriesRequestId(bytes); }
 
-void FrameFiler::finishRead() {
-  endRow();
+void FrameDispatcher::finishRead() {
+  endRun();
   callbacks_.publish();
 }
 
-void FrameFiler::beginRow(unsigned int code) {
-  endRow();
+void FrameDispatcher::beginRun(unsigned int code) {
+  endRun();
   handler_ = store_.findOrAddReceived(static_cast<Strategy>(code));
   everyTextCounts_ = handler_ != nullptr && handler_->wantsEveryText();
-  row_ = {code, handler_ != nullptr && handler_->wantsCallBack(), receiveCallback_.load() != nullptr, false};
-  inRow_ = true;
+  run_ = {code, 0};
+  if (handler_ != nullptr && handler_->wantsCallBack()) run_.callbacks |= CallbackQueue::OfHandler;
+  if (receiveCallback_.load() != nullptr) run_.callbacks |= CallbackQueue::OfReceiver;
+  inRun_ = true;
 }
 
-void FrameFiler::endRow() {
-  if (inRow_ && handler_ != nullptr) handler_->store(lastText_);
-  inRow_ = false;
+void FrameDispatcher::endRun() {
+  if (inRun_ && handler_ != nullptr) handler_->store(lastText_);
+  inRun_ = false;
 }
 
 // Whether the text is one that carries a request's id: not for the store, but for the receive callback like any other.
-bool FrameFiler::takeRequestReply(const Frame& frame) {
+bool FrameDispatcher::takeRequestReply(const Frame& frame) {
   if (frame.command == static_cast<unsigned int>(Strategy::DownloadData)) return false;  // a file may hold anything
   if (!carriesRequestId(frame.text())) return false;
   owner_.onMessageReceived(static_cast<Strategy>(frame.command), std::string(frame.text()));
-  if (receiveCallback_.load() != nullptr) callbacks_.add({frame.command, false, true, false}, frame.text());
+  if (receiveCallback_.load() != nullptr) callbacks_.add({frame.command, CallbackQueue::OfReceiver}, frame.text());
   return true;
 }
 

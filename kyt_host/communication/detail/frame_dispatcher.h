@@ -13,15 +13,15 @@ namespace kyt_host::detail {
 /// Takes in the frames that a connection receives: their texts go to the handlers of their codes, and what a callback
 /// wants into the queue.
 ///
-/// Of a row of frames with the same code within one read only the last text is stored, since it would have replaced
+/// Of a run of frames with the same code within one read only the last text is stored, since it would have replaced
 /// the others before anybody could look: a stream of states then costs one lock for each read, not for each frame.
 /// Handlers that want every text get every text.
-class FrameFiler {
+class FrameDispatcher {
  public:
   using ReceiveCallback = void (*)(int code, const char* text);
 
-  FrameFiler(BackendBase& owner, MessageManager& store, CallbackQueue& callbacks,
-             const std::atomic<ReceiveCallback>& receiveCallback)
+  FrameDispatcher(BackendBase& owner, MessageManager& store, CallbackQueue& callbacks,
+                  const std::atomic<ReceiveCallback>& receiveCallback)
       : owner_(owner), store_(store), callbacks_(callbacks), receiveCallback_(receiveCallback) {}
 
   /// Before the frames of a read.
@@ -31,17 +31,17 @@ class FrameFiler {
   /// Takes an intact frame.
   void take(const Frame& frame) {
     if (mayCarryRequestIds_ && takeRequestReply(frame)) return;
-    if (!inRow_ || row_.code != frame.command || everyTextCounts_) beginRow(frame.command);
+    if (!inRun_ || run_.code != frame.command || everyTextCounts_) beginRun(frame.command);
     lastText_ = frame.text();
-    if (row_.forHandler || row_.forReceiver) callbacks_.add(row_, lastText_);
+    if (run_.callbacks != 0) callbacks_.add(run_, lastText_);
   }
 
   /// After the last frame of a read: stores what is still to be stored, and hands the callbacks' batch over.
   void finishRead();
 
  private:
-  void beginRow(unsigned int code);
-  void endRow();
+  void beginRun(unsigned int code);
+  void endRun();
   bool takeRequestReply(const Frame& frame);
 
   BackendBase& owner_;
@@ -51,10 +51,10 @@ class FrameFiler {
 
   bool mayCarryRequestIds_ = false;
 
-  // The row of frames of one code that is going on.
-  bool inRow_ = false;
-  bool everyTextCounts_ = false;  // so that each frame is a row of its own
-  CallbackQueue::Event row_;
+  // The run of frames of one code that is going on.
+  bool inRun_ = false;
+  bool everyTextCounts_ = false;  // so that each frame is a run of its own
+  CallbackQueue::Event run_;
   MessageBaseStrategy* handler_ = nullptr;  // null: the code is unknown, and so are too many others
   std::string_view lastText_;
 };
