@@ -225,12 +225,19 @@ int decode(const std::string& text, const Read& read) {
 template <class Object, class Record>
 Object written(const Record& record);
 
+/// The place of a key that is a literal, which JsonCpp then does not copy.
+inline Json::Value& place(Json::Value& object, const char* name) { return object[Json::StaticString(name)]; }
+template <class Object>
+auto& place(Object& object, const char* name) {
+  return object[name];
+}
+
 template <class Object, class Record, class Member>
 void writePart(Object& object, const Record& record, const Key<Record, Member>& key) {
   if constexpr (isRecord<Member>) {
-    object[key.name] = written<Object>(record.*key.member);
+    place(object, key.name) = written<Object>(record.*key.member);
   } else {
-    object[key.name] = record.*key.member;
+    place(object, key.name) = record.*key.member;
   }
 }
 
@@ -241,7 +248,7 @@ void writePart(Object& object, const Record& record, const std::tuple<Parts...>&
 
 template <class Object, class Record, class... Parts>
 void writePart(Object& object, const Record& record, const Inside<Parts...>& inside) {
-  writePart(object[inside.name], record, inside.parts);
+  writePart(place(object, inside.name), record, inside.parts);
 }
 
 template <class Object, class Record>

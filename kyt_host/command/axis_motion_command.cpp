@@ -5,69 +5,76 @@
 #include <json/value.h>
 
 #include "kyt_host/codec/line_parts.h"
+#include "kyt_host/codec/reading.h"
 
 using namespace kyt_host::detail;
 
-AxisMotionCommand::AxisMotionCommand(CmdType lineType, const AXISPostion& move)
-    : Command(lineType),
-      axisSetNum_(move.axisSetNum),
-      axisSetType_(move.axisSetType),
-      runType_(move.runType),
-      axisTargetPos_(move.axisTargetPos),
-      axisSetVelocity_(move.axisSetVelocity),
-      axisSetAcc_(move.axisSetAcc),
-      axisSetDec_(move.axisSetDec) {}
+struct AxisMotionCommand::Keys {
+  static constexpr auto all =
+      record(key("axisSetNum", &Values::axisSetNum), key("axisSetType", &Values::axisSetType),
+             key("runType", &Values::runType), key("axisTargetPos", &Values::axisTargetPos),
+             key("axisSetVelocity", &Values::axisSetVelocity), key("axisSetSpeed", &Values::axisSetSpeed),
+             key("axisSetAcc", &Values::axisSetAcc), key("axisSetDec", &Values::axisSetDec),
+             key("axisSetTorque", &Values::axisSetTorque), key("axisTorqueSlope", &Values::axisTorqueSlope),
+             key("cancelIndependentControlAxisNum", &Values::cancelIndependentControlAxisNum),
+             key("axis_velocity_judgment", &Values::axis_velocity_judgment),
+             key("judgment_error_value", &Values::judgment_error_value),
+             key("spindle_posiitoning_angle", &Values::spindle_posiitoning_angle));
+};
 
-AxisMotionCommand::AxisMotionCommand(CmdType lineType, const AxisVelocity& move)
-    : Command(lineType),
-      axisSetNum_(move.axisSetNum),
-      axisSetType_(move.axisSetType),
-      runType_(move.runType),
-      axisSetSpeed_(move.axisSetSpeed),
-      axisSetAcc_(move.axisSetAcc),
-      axisSetDec_(move.axisSetDec) {}
+AxisMotionCommand::AxisMotionCommand(CmdType lineType, const AXISPostion& move) : Command(lineType) {
+  values_.axisSetNum = move.axisSetNum;
+  values_.axisSetType = move.axisSetType;
+  values_.runType = move.runType;
+  values_.axisTargetPos = move.axisTargetPos;
+  values_.axisSetVelocity = move.axisSetVelocity;
+  values_.axisSetAcc = move.axisSetAcc;
+  values_.axisSetDec = move.axisSetDec;
+}
 
-AxisMotionCommand::AxisMotionCommand(CmdType lineType, const AxisTorque& move)
-    : Command(lineType),
-      axisSetNum_(move.axisSetNum),
-      axisSetType_(move.axisSetType),
-      runType_(move.runType),
-      axisSetTorque_(move.axisSetTorque),
-      axisTorqueSlope_(move.axisTorqueSlope) {}
+AxisMotionCommand::AxisMotionCommand(CmdType lineType, const AxisVelocity& move) : Command(lineType) {
+  values_.axisSetNum = move.axisSetNum;
+  values_.axisSetType = move.axisSetType;
+  values_.runType = move.runType;
+  values_.axisSetSpeed = move.axisSetSpeed;
+  values_.axisSetAcc = move.axisSetAcc;
+  values_.axisSetDec = move.axisSetDec;
+}
 
-AxisMotionCommand::AxisMotionCommand(CmdType lineType, const AxisStop& stop)
-    : Command(lineType), axisSetNum_(stop.axisSetNum), axisSetDec_(stop.axisSetDec) {}
+AxisMotionCommand::AxisMotionCommand(CmdType lineType, const AxisTorque& move) : Command(lineType) {
+  values_.axisSetNum = move.axisSetNum;
+  values_.axisSetType = move.axisSetType;
+  values_.runType = move.runType;
+  values_.axisSetTorque = move.axisSetTorque;
+  values_.axisTorqueSlope = move.axisTorqueSlope;
+}
+
+AxisMotionCommand::AxisMotionCommand(CmdType lineType, const AxisStop& stop) : Command(lineType) {
+  values_.axisSetNum = stop.axisSetNum;
+  values_.axisSetDec = stop.axisSetDec;
+}
 
 AxisMotionCommand::AxisMotionCommand(CmdType lineType, const AxisCancelIndependentControlAxis& cancel)
-    : Command(lineType), cancelledAxis_(cancel.cancelIndependentControlAxisNum) {}
+    : Command(lineType) {
+  values_.cancelIndependentControlAxisNum = cancel.cancelIndependentControlAxisNum;
+}
 
 AxisMotionCommand::AxisMotionCommand(CmdType lineType, Axisspeedjudge judge)
-    : Command(lineType),
-      axisSetNum_(judge.axisSetNum),
-      judgedVelocity_(judge.axis_velocity_judgment),
-      judgedError_(judge.judgment_error_value),
-      judgmentResult_(std::move(judge.judgment_result_variable_name)) {}
+    : Command(lineType), judgmentResult_(std::move(judge.judgment_result_variable_name)) {
+  values_.axisSetNum = judge.axisSetNum;
+  values_.axis_velocity_judgment = judge.axis_velocity_judgment;
+  values_.judgment_error_value = judge.judgment_error_value;
+}
 
-AxisMotionCommand::AxisMotionCommand(CmdType lineType, const AxisPositionStop& stop)
-    : Command(lineType), axisSetNum_(stop.axisSetNum), spindleAngle_(stop.spindle_posiitoning_angle) {}
+AxisMotionCommand::AxisMotionCommand(CmdType lineType, const AxisPositionStop& stop) : Command(lineType) {
+  values_.axisSetNum = stop.axisSetNum;
+  values_.spindle_posiitoning_angle = stop.spindle_posiitoning_angle;
+}
 
 Json::Value AxisMotionCommand::toJson() const {
   Json::Value json;
-  json["axisSetNum"_lit] = axisSetNum_;
-  json["axisSetType"_lit] = axisSetType_;
-  json["runType"_lit] = runType_;
-  json["axisTargetPos"_lit] = axisTargetPos_;
-  json["axisSetVelocity"_lit] = axisSetVelocity_;
-  json["axisSetSpeed"_lit] = axisSetSpeed_;
-  json["axisSetAcc"_lit] = axisSetAcc_;
-  json["axisSetDec"_lit] = axisSetDec_;
-  json["axisSetTorque"_lit] = axisSetTorque_;
-  json["axisTorqueSlope"_lit] = axisTorqueSlope_;
-  json["cancelIndependentControlAxisNum"_lit] = cancelledAxis_;
-  json["axis_velocity_judgment"_lit] = judgedVelocity_;
-  json["judgment_error_value"_lit] = judgedError_;
+  writePart(json, values_, Keys::all);
   json["judgment_result_variable_name"_lit] = getParaJson(judgmentResult_);
-  json["spindle_posiitoning_angle"_lit] = spindleAngle_;
   closeLine(json, type);
   return json;
 }

@@ -24,19 +24,25 @@ class KYT_HOST_API AxisMotionCommand : public Command {
   Json::Value toJson() const override;
 
  private:
-  int axisSetNum_ = 0;
-  int axisSetType_ = 0;
-  int runType_ = 0;
-  double axisTargetPos_ = 0;
-  double axisSetVelocity_ = 0;
-  double axisSetSpeed_ = 0;
-  double axisSetAcc_ = 0;
-  double axisSetDec_ = 0;
-  double axisSetTorque_ = 0;
-  double axisTorqueSlope_ = 0;
-  int cancelledAxis_ = 0;
-  double judgedVelocity_ = 0;
-  double judgedError_ = 0;
+  // The members are called as they are on the wire.
+  struct Values {
+    int axisSetNum = 0;
+    int axisSetType = 0;
+    int runType = 0;
+    double axisTargetPos = 0;
+    double axisSetVelocity = 0;
+    double axisSetSpeed = 0;
+    double axisSetAcc = 0;
+    double axisSetDec = 0;
+    double axisSetTorque = 0;
+    double axisTorqueSlope = 0;
+    int cancelIndependentControlAxisNum = 0;
+    double axis_velocity_judgment = 0;
+    double judgment_error_value = 0;
+    double spindle_posiitoning_angle = 0;
+  };
+  struct Keys;
+
+  Values values_;
   std::string judgmentResult_;
-  double spindleAngle_ = 0;
 };

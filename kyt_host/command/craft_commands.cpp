@@ -5,8 +5,26 @@
 #include <json/value.h>
 
 #include "kyt_host/codec/line_parts.h"
+#include "kyt_host/codec/reading.h"
 
 using namespace kyt_host::detail;
+
+namespace {
+
+constexpr auto weldKeys =
+    record(key("weldCurrent", &WeldCommand::weldCurrent), key("weldVoltage", &WeldCommand::weldVoltage),
+           key("feedtime", &WeldCommand::feedtime), key("startUpAgainFlag", &WeldCommand::startUpAgainFlag),
+           key("anamorphismFlag", &WeldCommand::anamorphismFlag),
+           key("generatingOfArcCurrent", &WeldCommand::generatingOfArcCurrent),
+           key("generatingOfArcVoltage", &WeldCommand::generatingOfArcVoltage),
+           key("generatingOfArcTime", &WeldCommand::generatingOfArcTime),
+           key("generatingOfArcAgainFlag", &WeldCommand::generatingOfArcAgainFlag),
+           key("quenchingOfArcCurrent", &WeldCommand::quenchingOfArcCurrent),
+           key("quenchingOfArcVoltage", &WeldCommand::quenchingOfArcVoltage),
+           key("quenchingOfArcTime", &WeldCommand::quenchingOfArcTime),
+           key("quenchingAnamorphismFlag", &WeldCommand::quenchingAnamorphismFlag));
+
+}  // namespace
 
 WeldCommand::WeldCommand(CmdType lineType, int id, double l1, double l2)
     : Command(lineType), arcParameterId_(id), lengths_({l1, l2}) {}
@@ -18,19 +36,7 @@ Json::Value WeldCommand::toJson() const {
   Json::Value json;
   json["arcParameterId"_lit] = arcParameterId_;
   json["useTemp"_lit] = 0;
-  json["weldCurrent"_lit] = weldCurrent;
-  json["weldVoltage"_lit] = weldVoltage;
-  json["feedtime"_lit] = feedtime;
-  json["startUpAgainFlag"_lit] = startUpAgainFlag;
-  json["anamorphismFlag"_lit] = anamorphismFlag;
-  json["generatingOfArcCurrent"_lit] = generatingOfArcCurrent;
-  json["generatingOfArcVoltage"_lit] = generatingOfArcVoltage;
-  json["generatingOfArcTime"_lit] = generatingOfArcTime;
-  json["generatingOfArcAgainFlag"_lit] = generatingOfArcAgainFlag;
-  json["quenchingOfArcCurrent"_lit] = quenchingOfArcCurrent;
-  json["quenchingOfArcVoltage"_lit] = quenchingOfArcVoltage;
-  json["quenchingOfArcTime"_lit] = quenchingOfArcTime;
-  json["quenchingAnamorphismFlag"_lit] = quenchingAnamorphismFlag;
+  writePart(json, *this, weldKeys);
   json["arcsetDistance"_lit] = unset;
   json["arcsetRamp"_lit] = 0;
   json["arcsetTime_ms"_lit] = unset;
