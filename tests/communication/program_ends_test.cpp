@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <string>
 #include <thread>
 #include <vector>
@@ -16,6 +17,15 @@ using namespace std::chrono_literals;
 
 class ProgramEnds : public ControllerTest {
  protected:
+  ProgramEnds() {
+    // What these programs do is what ThreadSanitizer warns of: they exit in signal handlers, and start threads in
+    // forks.
+    const char* const options = std::getenv("TSAN_OPTIONS");
+    ::setenv("TSAN_OPTIONS",
+             ((options != nullptr ? options : "") + std::string(":report_signal_unsafe=0:die_after_fork=0")).c_str(),
+             1);
+  }
+
   std::vector<std::string> command(const std::string& way) const {
     return {ENDING_PROGRAM, way, controller.host(), controller.port()};
   }

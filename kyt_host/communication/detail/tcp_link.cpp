@@ -91,7 +91,7 @@ std::error_code TcpLink::connect(const std::string& ip, const std::string& port,
   if (error) return error;
 
   shutdown();  // a writer that is stuck on the broken socket lets go of it
-  const std::lock_guard writing(writeMutex_);
+  const std::lock_guard writing(writeTurn_);
   const std::lock_guard lock(socketMutex_);
   if (signal.stopped()) {
     ::close(socket);
@@ -104,14 +104,26 @@ std::error_code TcpLink::connect(const std::string& ip, const std::string& port,
   return error;
 }
 
-TcpLink::Writer::Writer(TcpLink& link, Deadline deadline)
-    : link_(link), deadline_(deadline), turn_(link.writeMutex_, std::defer_lock) {
+bool TcpLink::WriteTurn::try_lock_until(Deadline deadline) {
+  std::unique_lock lock(mutex_);
+  const auto isFree = [this] { return !taken_; };
   if (deadline == noDeadline) {
-    turn_.lock();
-  } else if (!turn_.try_lock()) {
-    static_cast<void>(turn_.try_lock_until(deadline));
+    ended_.wait(lock, isFree);
+  } else if (!ended_.wait_until(lock, deadline, isFree)) {
+    return false;
   }
+  taken_ = true;
+  return true;
 }
+
+void TcpLink::WriteTurn::unlock() {
+  const std::lock_guard lock(mutex_);
+  taken_ = false;
+  ended_.notify_one();
+}
+
+TcpLink::Writer::Writer(TcpLink& link, Deadline deadline)
+    : link_(link), deadline_(deadline), turn_(link.writeTurn_, deadline) {}
 
 std::error_code TcpLink::Writer::write(std::string_view bytes) {
   if (!turn_.owns_lock()) return asio::error::timed_out;
@@ -196,7 +208,7 @@ void TcpLink::shutdown(int what) {
 
 void TcpLink::close() {
   shutdown();
-  const std::lock_guard writing(writeMutex_);
+  const std::lock_guard writing(writeTurn_);
   const std::lock_guard lock(socketMutex_);
   abandon();
 }
