@@ -118,7 +118,7 @@ KYT_HOST_API int get_remote_param(SOCKETFD socketFd, int robotNum, int& speed, b
 
 /// Sets the jobs of the remote programs.
 /// @param programs  exactly as many as a newer controller has; 10 or more for an older one, the first 10 count
-/// @return 0 sent; -3 when they are not as many; -2; -5 (nothing sent)
+/// @return 0 sent; -3 when they are not as many; -2; -5 (nothing but the question sent)
 KYT_HOST_API int set_remote_program(SOCKETFD socketFd, int robotNum, std::vector<RemoteProgramSetting> programs);
 
 /// Reads the jobs of the remote programs.
