@@ -105,7 +105,8 @@ def parameter(text: str) -> Parameter:
 
 def describe(doc: List[str]) -> str:
     """A header's comment as a docstring."""
-    text = re.sub(r"@param ([\w,]+)\s+", r":param \1: ", "\n".join(doc))
+    text = re.sub(r"\n {2,}", "\n    ", "\n".join(doc))  # the names of parameters get longer
+    text = re.sub(r"@param ([\w,]+)\s+", r":param \1: ", text)
     return re.sub(r"@return ", ":return: ", text)
 
 

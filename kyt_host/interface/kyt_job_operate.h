@@ -149,26 +149,26 @@ inline int job_set_local_position(SOCKETFD socketFd, const std::string& name, Po
 
 // --- inserting lines into the open job ---
 // Each puts a line at the place `lineNum`, and saves the job. Virtual controller: from 1, before the line that has this
-// number now, and beyond the last at the end. A `MoveCmd` needs 7 values in `targetPosValue`, or as many as the
-// function says; with fewer it returns -3 and sends nothing. Nobody checks its limits here.
+// number now, and beyond the last at the end. With fewer values in a `MoveCmd` than a line needs it returns -3 and
+// sends nothing; its limits nobody checks here.
 //
 // The virtual controller carries out moves, waits, outputs, labels and jumps; other lines it takes, and they do
 // nothing.
 
-/// A joint move; `velocity` in percent.
+/// A joint move: 7 values in `targetPosValue`; `velocity` in percent.
 KYT_HOST_API int job_insert_moveJ_robot(SOCKETFD socketFd, int robotNum, int lineNum, const MoveCmd& cmd);
 inline int job_insert_moveJ(SOCKETFD socketFd, int lineNum, const MoveCmd& cmd) {
   return job_insert_moveJ_robot(socketFd, const_robot, lineNum, cmd);
 }
 
-/// A linear move; `velocity` in mm/s.
+/// A linear move: 7 values in `targetPosValue`; `velocity` in mm/s.
 KYT_HOST_API int job_insert_moveL_robot(SOCKETFD socketFd, int robotNum, int lineNum, const MoveCmd& cmd);
 inline int job_insert_moveL(SOCKETFD socketFd, int lineNum, const MoveCmd& cmd) {
   return job_insert_moveL_robot(socketFd, const_robot, lineNum, cmd);
 }
 
-/// One point of a circular move; `velocity` in mm/s. Virtual controller: it has no circles, and goes to each of their
-/// points in a straight line.
+/// One point of a circular move: 7 values in `targetPosValue`; `velocity` in mm/s. Virtual controller: it has no
+/// circles, and goes to each of their points in a straight line.
 KYT_HOST_API int job_insert_moveC_robot(SOCKETFD socketFd, int robotNum, int lineNum, const MoveCmd& cmd);
 inline int job_insert_moveC(SOCKETFD socketFd, int lineNum, const MoveCmd& cmd) {
   return job_insert_moveC_robot(socketFd, const_robot, lineNum, cmd);
@@ -212,7 +212,7 @@ inline int job_insert_cil(SOCKETFD socketFd, int lineNum, const MoveCmd& cmd, in
   return job_insert_cil_robot(socketFd, const_robot, lineNum, cmd, para);
 }
 
-/// A wait, in seconds.
+/// A wait, in seconds. Virtual controller: up to a day; a negative one is none.
 KYT_HOST_API int job_insert_timer_command_robot(SOCKETFD socketFd, int robotNum, int lineNum, double seconds);
 inline int job_insert_timer_command(SOCKETFD socketFd, int lineNum, double seconds) {
   return job_insert_timer_command_robot(socketFd, const_robot, lineNum, seconds);

@@ -91,32 +91,32 @@ inline int queue_motion_stop_not_power_off(SOCKETFD socketFd) {
 // A `MoveCmd` needs 7 values in `targetPosValue`, or 14 where external axes move too; -3 when it has fewer. The limits
 // are those of `judge_movejcmd_limit_exceeded` and `judge_movelcmd_limit_exceeded`; beyond them: -3.
 
-/// A joint move; `velocity` in percent, 1..100.
+/// A joint move: 7 values; `velocity` in percent, 1..100.
 KYT_HOST_API int queue_motion_push_back_moveJ_robot(SOCKETFD socketFd, int robotNum, const MoveCmd& cmd);
 inline int queue_motion_push_back_moveJ(SOCKETFD socketFd, const MoveCmd& cmd) {
   return queue_motion_push_back_moveJ_robot(socketFd, const_robot, cmd);
 }
 
-/// A linear move; `velocity` in mm/s, 1..5000.
+/// A linear move: 7 values; `velocity` in mm/s, 1..5000.
 KYT_HOST_API int queue_motion_push_back_moveL_robot(SOCKETFD socketFd, int robotNum, const MoveCmd& cmd);
 inline int queue_motion_push_back_moveL(SOCKETFD socketFd, const MoveCmd& cmd) {
   return queue_motion_push_back_moveL_robot(socketFd, const_robot, cmd);
 }
 
-/// One point of a circular move, see `job_insert_moveC_robot`; `velocity` in mm/s, 1..5000.
+/// One point of a circular move, see `job_insert_moveC_robot`: 7 values; `velocity` in mm/s, 1..5000.
 KYT_HOST_API int queue_motion_push_back_moveC_robot(SOCKETFD socketFd, int robotNum, const MoveCmd& cmd);
 inline int queue_motion_push_back_moveC(SOCKETFD socketFd, const MoveCmd& cmd) {
   return queue_motion_push_back_moveC_robot(socketFd, const_robot, cmd);
 }
 
-/// One point of a circular move of the controller's moveCA kind; `velocity` in mm/s, 1..5000. Virtual controller: as
-/// moveC.
+/// One point of a circular move of the controller's moveCA kind: 7 values; `velocity` in mm/s, 1..5000. Virtual
+/// controller: as moveC.
 KYT_HOST_API int queue_motion_push_back_moveCA_robot(SOCKETFD socketFd, int robotNum, const MoveCmd& cmd);
 inline int queue_motion_push_back_moveCA(SOCKETFD socketFd, const MoveCmd& cmd) {
   return queue_motion_push_back_moveCA_robot(socketFd, const_robot, cmd);
 }
 
-/// A move of the controller's moveS kind; `velocity` in mm/s, 1..5000. Virtual controller: as moveL.
+/// A move of the controller's moveS kind: 7 values; `velocity` in mm/s, 1..5000. Virtual controller: as moveL.
 KYT_HOST_API int queue_motion_push_back_moveS_robot(SOCKETFD socketFd, int robotNum, const MoveCmd& cmd);
 inline int queue_motion_push_back_moveS(SOCKETFD socketFd, const MoveCmd& cmd) {
   return queue_motion_push_back_moveS_robot(socketFd, const_robot, cmd);
