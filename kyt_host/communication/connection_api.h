@@ -65,8 +65,8 @@ KYT_HOST_API int recv_message(SOCKETFD socketFd, void (*callback)(int code, cons
 
 /// Installs what is called for every error and warning that the controller raises.
 /// @param callback  gets the kind, the text and the code. Virtual controller: kind 1 for a warning and 2 for an error;
-///                  code 1003 for a program that cannot go on, 1002 for a quick stop, 2000 or 3000 and the port for
-///                  alarm texts.
+///                  code 1 for a request that it refuses, 1002 for a quick stop, 1003 for a program that cannot go on,
+///                  2000 or 3000 and the number of the port for alarm texts of inputs and outputs.
 /// @return 0; -2 when not connected; -3 when the callback is null; -5 when the connection has no handler for them
 KYT_HOST_API int set_receive_error_or_warnning_message_callback(SOCKETFD socketFd,
                                                                 void (*callback)(int kind, const char* data, int code));
