@@ -1,6 +1,7 @@
 #pragma once
 
 // Everything public. Most applications need nothing else.
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
 
 #include "kyt_host/command/command_to_json.h"
 #include "kyt_host/communication/asio_tcp_backend.h"

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""What the public headers declare and say about it: headers.py HEADER... prints it for SWIG.
+"""What the public headers declare and say about it: headers.py [PAGE.md] HEADER... prints it for SWIG.
 
 SWIG reads the declarations itself. This adds what it does not read: the comments, which structs are records, and the
-order of their fields.
+order of their fields. The page, if there is one, is what the module says about itself.
 """
 
 import re
@@ -105,8 +105,19 @@ def parameter(text: str) -> Parameter:
 
 def describe(doc: List[str]) -> str:
     """A header's comment as a docstring."""
-    text = re.sub(r"@param (\w+)\s+", r":param \1: ", "\n".join(doc))
+    text = re.sub(r"\n {2,}", "\n    ", "\n".join(doc))  # the names of parameters get longer
+    text = re.sub(r"@param ([\w,]+)\s+", r":param \1: ", text)
     return re.sub(r"@return ", ":return: ", text)
+
+
+def page_text(path: str) -> str:
+    """A page as it reads in a terminal: its headings stand for themselves."""
+    with open(path, encoding="utf-8") as file:
+        return re.sub(r"^#+ ", "", file.read(), flags=re.MULTILINE)
+
+
+def module_docstring(text: str) -> str:
+    return f"%init %{{\n  PyModule_SetDocString(m, {quoted(text)});\n%}}\n"
 
 
 def for_swig(headers: List[Header]) -> str:
@@ -140,4 +151,6 @@ def quoted(text: str) -> str:
 
 
 if __name__ == "__main__":
-    sys.stdout.write(for_swig([read(path) for path in sys.argv[1:]]))
+    pages = [path for path in sys.argv[1:] if path.endswith(".md")]
+    sys.stdout.writelines(module_docstring(page_text(path)) for path in pages)
+    sys.stdout.write(for_swig([read(path) for path in sys.argv[1:] if path not in pages]))

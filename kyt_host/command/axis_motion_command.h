@@ -5,6 +5,8 @@
 #include "kyt_host/command/command.h"
 #include "kyt_host/export.h"
 
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
 /// Moves an axis that is controlled on its own. The type is the number that the controller gives such a line.
 class KYT_HOST_API AxisMotionCommand : public Command {
  public:

@@ -6,6 +6,8 @@
 #include "kyt_host/export.h"
 #include "kyt_host/records/line_records.h"
 
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
 namespace Json {
 class Value;
 }

@@ -6,6 +6,8 @@
 #include "kyt_host/command/command.h"
 #include "kyt_host/export.h"
 
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
 /// A line with conditions. As it stands it opens an if (type 9), while (13) or until block (85).
 ///
 /// An opening line keeps its conditions to itself: `toJson` does not write them, controllers do not expect them there.
@@ -15,7 +17,7 @@ class KYT_HOST_API ConditionCommand : public Command {
   explicit ConditionCommand(CmdType lineType) : Command(lineType) {}
 
   /// @param conditions   groups of conditions
-  /// @param logic        how the groups are joined: operators, one fewer than groups, as the controller numbers them
+  /// @param logic        how the groups are joined: operators, one fewer than groups, see `job_insert_if_robot`
   /// @param logicGroups  for each group how its conditions are joined, likewise
   ConditionCommand(CmdType lineType, std::vector<std::vector<Condition>> conditions, std::vector<int> logic,
                    std::vector<std::vector<int>> logicGroups);

@@ -6,6 +6,8 @@
 #include "kyt_host/command/command.h"
 #include "kyt_host/export.h"
 
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
 /// Waits: type 7.
 class KYT_HOST_API TimerCommand : public Command {
  public:

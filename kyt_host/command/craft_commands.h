@@ -8,6 +8,8 @@
 #include "kyt_host/command/command.h"
 #include "kyt_host/export.h"
 
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
 /// Welds: arc (types 23 and 24), weaving (26, 27), TIG (65, 66) and spots (175).
 class KYT_HOST_API WeldCommand : public Command {
  public:
@@ -21,7 +23,7 @@ class KYT_HOST_API WeldCommand : public Command {
   WeldCommand(CmdType lineType, int id, double l1, double l2);
 
   /// A spot, by time.
-  /// @param time  how long it is welded, in the controller's unit
+  /// @param time  how long it is welded, a number that is written as it is
   WeldCommand(CmdType lineType, int id, double time);
 
   Json::Value toJson() const override;
@@ -92,7 +94,7 @@ class KYT_HOST_API ConveyorBeltTrackCommand : public Command {
   ConveyorBeltTrackCommand(CmdType lineType, int conveyorId, int positionType, std::vector<double> position,
                            int velocity, int acc);
 
-  /// Which workpieces a clear line removes, the controller's.
+  /// Which workpieces a clear line removes, a number that is written as it is.
   void setRemoveType(int removeType) { removeType_ = removeType; }
 
   Json::Value toJson() const override;

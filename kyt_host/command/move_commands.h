@@ -8,6 +8,8 @@
 #include "kyt_host/export.h"
 #include "kyt_host/records/move_cmd.h"
 
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
 /// What the motion lines have in common.
 struct MotionLine {
   double velocity = 5.0;
@@ -17,7 +19,7 @@ struct MotionLine {
   int time = 0;
   int spin = 0;
   int pl = 0;
-  std::array<double, 21> position{};  ///< as in `PositionData::data`
+  std::array<double, 21> position{};  ///< as in `PositionData::data`; the unit of angles is 1 unless `coord` is 0
   int ctype = 0;
   std::string positionName;
   int posidtype = 0;

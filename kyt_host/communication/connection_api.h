@@ -5,7 +5,8 @@
 #include "kyt_host/export.h"
 #include "kyt_host/types.h"
 
-// The connection itself. Every function may be called from any thread, and from inside a callback.
+// The connection itself.
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
 //
 // Callbacks are called on a thread of their connection, one at a time and in the order in which things happened.
 // They may take their time and call any operation; when the messages that wait for them occupy more than 4 MiB, reading
@@ -53,15 +54,19 @@ KYT_HOST_API int set_reconnect_callback(SOCKETFD socketFd, void (*callback)());
 KYT_HOST_API int set_fresh_replies(SOCKETFD socketFd, bool enable);
 
 /// Sends one frame. An empty text is sent as {robot:1}.
-/// @param code  command code, 0..65535
+/// @param code  command code, 0..65535; neither it nor the text is checked
+/// @param text  up to 65,535 bytes: a longer one costs the controller the frames after it
 /// @return 0 whether or not the frame could be sent; -2 when not connected
 KYT_HOST_API int send_message(SOCKETFD socketFd, int code, const std::string& text);
 
 /// Installs what is called for every frame that arrives, replies included.
-/// @return 0; -2 when not connected; -3 when the callback is null
+/// @return 0; -3 when the callback is null; -2 when not connected
 KYT_HOST_API int recv_message(SOCKETFD socketFd, void (*callback)(int code, const char* text));
 
 /// Installs what is called for every error and warning that the controller raises.
+/// @param callback  gets the kind, the text and the code. Virtual controller: kind 1 for a warning and 2 for an error;
+///                  code 1 for a request that it refuses, 1002 for a quick stop, 1003 for a program that cannot go on,
+///                  2000 or 3000 and the number of the port for alarm texts of inputs and outputs.
 /// @return 0; -2 when not connected; -3 when the callback is null; -5 when the connection has no handler for them
 KYT_HOST_API int set_receive_error_or_warnning_message_callback(SOCKETFD socketFd,
                                                                 void (*callback)(int kind, const char* data, int code));

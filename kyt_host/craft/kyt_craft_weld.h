@@ -7,23 +7,19 @@
 #include "kyt_host/types.h"
 
 // Arc welding: parameter sets, manual actions, and what the welding machine is doing.
-//
-// - `robotNum` is 1..4; the form without `_robot` addresses robot 1.
-// - A query waits for its reply for at most a second and returns 0; -1 when none comes; -2 when not connected; -5 when
-//   the reply has the wrong shape. A reply that is not JSON, or lacks a value, gives 0 and leaves the output alone.
-// - A command returns 0 as soon as it is sent, whatever the controller makes of it; -2 when not connected.
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
 
 // --- arc parameter sets ---
 
-/// Reads an arc parameter set.
-/// @param num  number of the set
+/// Reads an arc parameter set. Virtual controller: zeros for one that was never set, as for a weaving set.
+/// @param num  number of the set. Virtual controller: 0..999.
 KYT_HOST_API int weld_get_config_robot(SOCKETFD socketFd, int robotNum, int num, ArcParam& param);
 inline int weld_get_config(SOCKETFD socketFd, int num, ArcParam& param) {
   return weld_get_config_robot(socketFd, const_robot, num, param);
 }
 
-/// Sets an arc parameter set.
-/// @param num  number of the set
+/// Sets an arc parameter set. Virtual controller: the arc burns with the one that was set last.
+/// @param num  number of the set. Virtual controller: 0..999.
 /// @return 0 sent; -2; -3 when a value is not finite or negative (nothing sent)
 KYT_HOST_API int weld_set_config_robot(SOCKETFD socketFd, int robotNum, int num, ArcParam& param);
 inline int weld_set_config(SOCKETFD socketFd, int num, ArcParam& param) {
@@ -33,7 +29,7 @@ inline int weld_set_config(SOCKETFD socketFd, int num, ArcParam& param) {
 // --- weaving parameter sets ---
 
 /// Reads a weaving parameter set. Fields that its pattern does not use keep their values.
-/// @param num  number of the set
+/// @param num  number of the set. Virtual controller: 0..999.
 KYT_HOST_API int weld_get_wave_weld_param_robot(SOCKETFD socketFd, int robotNum, int num, WaveParam& param);
 inline int weld_get_wave_weld_param(SOCKETFD socketFd, int num, WaveParam& param) {
   return weld_get_wave_weld_param_robot(socketFd, const_robot, num, param);
@@ -41,7 +37,7 @@ inline int weld_get_wave_weld_param(SOCKETFD socketFd, int num, WaveParam& param
 
 /// Sets a weaving parameter set. Sent are the type, frequency, amplitude, initial direction and deflections; with types
 /// 1 and 3 the dwell at the edges, too; with type 2 the angle and the radius of the L.
-/// @param num  number of the set
+/// @param num  number of the set. Virtual controller: 0..999.
 /// @return 0 sent; -2; -3 when the type is not 0..3 or a value is not finite (nothing sent)
 KYT_HOST_API int weld_set_wave_weld_param_robot(SOCKETFD socketFd, int robotNum, int num, const WaveParam& param);
 inline int weld_set_wave_weld_param(SOCKETFD socketFd, int num, const WaveParam& param) {
@@ -49,6 +45,7 @@ inline int weld_set_wave_weld_param(SOCKETFD socketFd, int num, const WaveParam&
 }
 
 // --- manual actions: 1 switches on, 0 off ---
+// With the virtual controller an arc burns while welding is enabled and spot welding by hand is on.
 
 /// Enables welding.
 KYT_HOST_API int weld_set_enable_robot(SOCKETFD socketFd, int robotNum, int value);
@@ -81,7 +78,8 @@ inline int weld_set_supply_gas(SOCKETFD socketFd, int value) {
 // --- state ---
 
 /// Reads which manual actions are switched on.
-/// @param status  receives 5 values, 0 or 1: wire feed, wire return, gas, welding enabled, spot welding enabled
+/// @param status  receives 5 values, 0 or 1: wire feed, wire return, gas, welding enabled, spot welding enabled. One
+///                that the reply lacks keeps its value; without any of them the list is left alone.
 KYT_HOST_API int weld_get_feed_wire_status_robot(SOCKETFD socketFd, int robotNum, std::vector<int>& status);
 inline int weld_get_feed_wire_status(SOCKETFD socketFd, std::vector<int>& status) {
   return weld_get_feed_wire_status_robot(socketFd, const_robot, status);

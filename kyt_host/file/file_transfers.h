@@ -10,14 +10,12 @@
 // Files of the controller: jobs, logs, configuration. They travel over a connection of their own, to port 5000 of the
 // address that the control connection goes to.
 //
-// The operations that take a handle open such a connection, use it and close it, which takes half a second; several
-// may run at once. What they return:
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
 //
-//    0  done
-//   -1  the controller refused a file, did not answer within a second, or the connection broke
-//   -2  the handle names no connection that is connected now, or there is no connection to port 5000
-//   -3  an argument is out of its range
-//   -5  a local file or folder cannot be read or written, or a reply has the wrong shape
+// The operations that take a handle open such a connection, use it and close it, which takes half a second; several may
+// run at once. They return 0 when all is done; -1 when the controller refused a file, did not answer within a second,
+// or the connection broke; -2 also when there is none to port 5000; -5 also when a local file or folder cannot be read
+// or written. The answer to a download's request they await without limit, as long as the connection stands.
 //
 // The first failure ends them. A local file appears under its name only when it is complete and on the disk; until then
 // it is written beside it, as ".transfer-<process>-<number>". It replaces the file that was there, or that a symbolic
@@ -80,7 +78,7 @@ KYT_HOST_API bool isValidFileExtension(const char* name);
 // ---- whole operations
 
 /// Uploads a job file as one of robot 1, under the name that it has here.
-/// @return as above; -3 when the name is none of a job file
+/// @return as all of them; -3 when the name is none of a job file
 KYT_HOST_API int job_upload_by_file(SOCKETFD socketFd, const std::string& localPath);
 
 /// Uploads the job files in a folder, in the order of their names, as those of robot 1. Whatever else is there is left
@@ -91,7 +89,8 @@ KYT_HOST_API int job_upload_by_directory(SOCKETFD socketFd, const std::string& d
 KYT_HOST_API int job_download_by_directory(SOCKETFD socketFd, const std::string& directory);
 
 /// Downloads one of the controller's logs.
-/// @param number     0 and up; the controller's "./log/logInfo.<number>"
+/// @param number     0 and up, otherwise -3; the controller's "./log/logInfo.<number>". Virtual controller: 0, which
+///                   grows, and 1, the one before.
 /// @param directory  where it is put, as "logInfo.<number>"; empty: "./log"
 KYT_HOST_API int log_download(SOCKETFD socketFd, int number, const std::string& directory);
 

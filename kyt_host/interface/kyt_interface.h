@@ -1,6 +1,7 @@
 #pragma once
 
 // Robot control.
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
 
 #include "kyt_host/interface/motion.h"
 #include "kyt_host/interface/positions_and_variables.h"

@@ -11,21 +11,14 @@
 #include "kyt_host/types.h"
 
 // Jobs: the programs that are stored on the controller.
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
 //
-// Unless a function says otherwise:
-// - `robotNum` is 1..4; the form without `_robot` (or `_rbobt`, as some are spelled) addresses robot 1.
-// - A command returns 0 as soon as it is sent, whatever the controller makes of it: what it refuses it says in an error
-//   message, see `set_receive_error_or_warnning_message_callback`. -2 when not connected, before the arguments are
-//   looked at; -3 when a number is not finite, or the command does not fit one frame of 65,535 bytes; -5 when a text
-//   is not UTF-8. Unless it is 0, nothing has been sent.
-// - A query waits for its reply for at most a second and returns 0; -1 when none comes; -2 when not connected; -5 when
-//   the reply has the wrong shape. A reply that is not JSON, or lacks the value, gives 0 and leaves the output alone.
-// - Job names have no suffix: the controller's files are called <name>.JBR.
-// - Lines are counted as the controller counts them.
+// Job names have no suffix: the controller's files are called <name>.JBR. Lines are counted from 1 by the virtual
+// controller. A job that it cannot begin, and a line that it cannot carry out, it tells in an error message.
 
 // --- job files ---
 
-/// Makes an empty job and its file.
+/// Makes an empty job and its file. Virtual controller: it is open then; refused where there is one of that name.
 /// @param name  ASCII letters and digits, not beginning with a digit
 /// @return 0 sent; -3 for any other name (nothing sent); -2
 KYT_HOST_API int job_create_robot(SOCKETFD socketFd, int robotNum, const std::string& name);
@@ -33,7 +26,7 @@ inline int job_create(SOCKETFD socketFd, const std::string& name) {
   return job_create_robot(socketFd, const_robot, name);
 }
 
-/// Deletes a job.
+/// Deletes a job. Virtual controller: one that runs, runs on.
 KYT_HOST_API int job_delete_robot(SOCKETFD socketFd, int robotNum, const std::string& name);
 inline int job_delete(SOCKETFD socketFd, const std::string& name) {
   return job_delete_robot(socketFd, const_robot, name);
@@ -43,7 +36,7 @@ inline int job_delete(SOCKETFD socketFd, const std::string& name) {
 KYT_HOST_API int job_open_robot(SOCKETFD socketFd, int robotNum, const std::string& name);
 inline int job_open(SOCKETFD socketFd, const std::string& name) { return job_open_robot(socketFd, const_robot, name); }
 
-/// Reads the name of the open job.
+/// Reads the name of the open job; "" when none is.
 KYT_HOST_API int job_get_current_file_robot(SOCKETFD socketFd, int robotNum, std::string& name);
 inline int job_get_current_file(SOCKETFD socketFd, std::string& name) {
   return job_get_current_file_robot(socketFd, const_robot, name);
@@ -55,7 +48,8 @@ inline int job_get_current_file_csharp(SOCKETFD socketFd, std::vector<char>& nam
   return job_get_current_file_csharp_robot(socketFd, const_robot, name);
 }
 
-/// Lets the controller take over job files that have been put into its folder, as by an upload.
+/// Lets the controller take over job files that have been put into its folder, as by an upload. Virtual controller:
+/// reads them when they are needed.
 KYT_HOST_API int job_sync_job_file(SOCKETFD socketFd);
 
 // Whole files, over a connection of their own.
@@ -69,22 +63,23 @@ using fileoperation::log_download;
 
 // --- the lines of the open job ---
 
-/// Reads how many lines it has.
+/// Reads how many lines it has. Virtual controller: no reply (-1) when no job is open.
 KYT_HOST_API int job_get_command_total_lines_robot(SOCKETFD socketFd, int robotNum, int& lines);
 inline int job_get_command_total_lines(SOCKETFD socketFd, int& lines) {
   return job_get_command_total_lines_robot(socketFd, const_robot, lines);
 }
 
 /// Reads a line.
+/// @param lineNum  Virtual controller: from 1; no reply (-1) for a line that there is not
 /// @param type     what the line does, a `CmdType`
-/// @param content  the line as the controller shows it
+/// @param content  the line as the controller shows it. Virtual controller: its JSON.
 KYT_HOST_API int job_get_command_content_by_line_robot(SOCKETFD socketFd, int robotNum, int lineNum, int& type,
                                                        std::string& content);
 inline int job_get_command_content_by_line(SOCKETFD socketFd, int lineNum, int& type, std::string& content) {
   return job_get_command_content_by_line_robot(socketFd, const_robot, lineNum, type, content);
 }
 
-/// Deletes a line, and saves the job.
+/// Deletes a line, and saves the job; those after it move up.
 KYT_HOST_API int job_delete_command_by_line_robot(SOCKETFD socketFd, int robotNum, int lineNum);
 inline int job_delete_command_by_line(SOCKETFD socketFd, int lineNum) {
   return job_delete_command_by_line_robot(socketFd, const_robot, lineNum);
@@ -93,7 +88,7 @@ inline int job_delete_command_by_line(SOCKETFD socketFd, int lineNum) {
 // --- running ---
 
 /// Sets how many times a job is run.
-/// @param index  the number of runs
+/// @param index  the number of runs. Virtual controller: 0 is without end, and less is refused: no confirmation.
 /// @return 0 confirmed; -1 no confirmation within a second; -2
 KYT_HOST_API int job_run_times_robot(SOCKETFD socketFd, int robotNum, int index);
 inline int job_run_times(SOCKETFD socketFd, int index) { return job_run_times_robot(socketFd, const_robot, index); }
@@ -102,7 +97,7 @@ inline int job_run_times(SOCKETFD socketFd, int index) { return job_run_times_ro
 KYT_HOST_API int job_run_robot(SOCKETFD socketFd, int robotNum, const std::string& name);
 inline int job_run(SOCKETFD socketFd, const std::string& name) { return job_run_robot(socketFd, const_robot, name); }
 
-/// Runs one line of a job.
+/// Runs one line of a job. Virtual controller: is paused before the next.
 KYT_HOST_API int job_step_robot(SOCKETFD socketFd, int robotNum, const std::string& name, int lineNum);
 inline int job_step(SOCKETFD socketFd, const std::string& name, int lineNum) {
   return job_step_robot(socketFd, const_robot, name, lineNum);
@@ -116,7 +111,7 @@ inline int job_pause(SOCKETFD socketFd) { return job_pause_robot(socketFd, const
 KYT_HOST_API int job_continue_robot(SOCKETFD socketFd, int robotNum);
 inline int job_continue(SOCKETFD socketFd) { return job_continue_robot(socketFd, const_robot); }
 
-/// Goes on with a job where it was left, after a stop as well.
+/// Goes on with a job where it was left, after a stop as well. Virtual controller: with the line that was under way.
 KYT_HOST_API int job_break_point_run_robot(SOCKETFD socketFd, int robotNum, const std::string& name);
 inline int job_break_point_run(SOCKETFD socketFd, const std::string& name) {
   return job_break_point_run_robot(socketFd, const_robot, name);
@@ -126,7 +121,7 @@ inline int job_break_point_run(SOCKETFD socketFd, const std::string& name) {
 KYT_HOST_API int job_stop_robot(SOCKETFD socketFd, int robotNum);
 inline int job_stop(SOCKETFD socketFd) { return job_stop_robot(socketFd, const_robot); }
 
-/// Reads which line is being run.
+/// Reads which line is being run. Virtual controller: or the one to go on with; the last one at the end, 0 before any.
 KYT_HOST_API int job_get_current_line_robot(SOCKETFD socketFd, int robotNum, int& lineNum);
 inline int job_get_current_line(SOCKETFD socketFd, int& lineNum) {
   return job_get_current_line_robot(socketFd, const_robot, lineNum);
@@ -135,6 +130,8 @@ inline int job_get_current_line(SOCKETFD socketFd, int& lineNum) {
 // --- local positions ---
 
 /// Puts a new position into the open job.
+/// @param position  7 to 21 values in `data`, which the controller looks at. Virtual controller: replaces one that is
+///                  there.
 KYT_HOST_API int job_insert_local_position_robot(SOCKETFD socketFd, int robotNum, const PositionData& position);
 inline int job_insert_local_position(SOCKETFD socketFd, const PositionData& position) {
   return job_insert_local_position_robot(socketFd, const_robot, position);
@@ -151,28 +148,33 @@ inline int job_set_local_position(SOCKETFD socketFd, const std::string& name, Po
 }
 
 // --- inserting lines into the open job ---
-// Each puts a line at the place `lineNum`, and saves the job. A `MoveCmd` needs 7 values in `targetPosValue`, or as
-// many as the function says; with fewer it returns -3 and sends nothing. Its limits are the controller's here.
+// Each puts a line at the place `lineNum`, and saves the job. Virtual controller: from 1, before the line that has this
+// number now, and beyond the last at the end. With fewer values in a `MoveCmd` than a line needs it returns -3 and
+// sends nothing; its limits nobody checks here.
+//
+// The virtual controller carries out moves, waits, outputs, labels and jumps; other lines it takes, and they do
+// nothing.
 
-/// A joint move; `velocity` in percent.
+/// A joint move: 7 values in `targetPosValue`; `velocity` in percent.
 KYT_HOST_API int job_insert_moveJ_robot(SOCKETFD socketFd, int robotNum, int lineNum, const MoveCmd& cmd);
 inline int job_insert_moveJ(SOCKETFD socketFd, int lineNum, const MoveCmd& cmd) {
   return job_insert_moveJ_robot(socketFd, const_robot, lineNum, cmd);
 }
 
-/// A linear move; `velocity` in mm/s.
+/// A linear move: 7 values in `targetPosValue`; `velocity` in mm/s.
 KYT_HOST_API int job_insert_moveL_robot(SOCKETFD socketFd, int robotNum, int lineNum, const MoveCmd& cmd);
 inline int job_insert_moveL(SOCKETFD socketFd, int lineNum, const MoveCmd& cmd) {
   return job_insert_moveL_robot(socketFd, const_robot, lineNum, cmd);
 }
 
-/// A circular move; `velocity` in mm/s.
+/// One point of a circular move: 7 values in `targetPosValue`; `velocity` in mm/s. Virtual controller: it has no
+/// circles, and goes to each of their points in a straight line.
 KYT_HOST_API int job_insert_moveC_robot(SOCKETFD socketFd, int robotNum, int lineNum, const MoveCmd& cmd);
 inline int job_insert_moveC(SOCKETFD socketFd, int lineNum, const MoveCmd& cmd) {
   return job_insert_moveC_robot(socketFd, const_robot, lineNum, cmd);
 }
 
-/// A move by so much.
+/// A move by so much. Virtual controller: in the axes of `coord`; `velocity` in percent for joints, mm/s otherwise.
 /// @param cmd  `targetPosValue` needs 14 values: 7 of the robot, 7 of the external axes
 KYT_HOST_API int job_insert_imove_rbobt(SOCKETFD socketFd, int robotNum, int lineNum, const MoveCmd& cmd);
 inline int job_insert_imove(SOCKETFD socketFd, int lineNum, const MoveCmd& cmd) {
@@ -180,11 +182,11 @@ inline int job_insert_imove(SOCKETFD socketFd, int lineNum, const MoveCmd& cmd) 
 }
 
 /// A move whose target a communication partner names at run time.
-/// @param moveType  "MOVJ", "MOVL", ...
+/// @param moveType  "MOVJ" or "MOVL"; one that ends with J is a joint move
 /// @param velocity  percent for a joint move, mm/s for others
 /// @param acc,dec   percent
 /// @param pl        smoothing level, 0..5
-/// @param time      time parameter of the line
+/// @param time      time parameter of the line, written as it is
 KYT_HOST_API int job_insert_moveComm_rbobt(SOCKETFD socketFd, int robotNum, int lineNum, std::string moveType,
                                            double velocity, double acc, double dec, int pl, int time);
 inline int job_insert_moveComm(SOCKETFD socketFd, int lineNum, std::string moveType, double velocity, double acc,
@@ -204,19 +206,19 @@ inline int job_insert_samov_command(SOCKETFD socketFd, int lineNum, const MoveCm
 
 /// A cil move.
 /// @param cmd   its `targetPosValue` does not count
-/// @param para  the line's parameter, the controller's
+/// @param para  the line's parameter, written as it is
 KYT_HOST_API int job_insert_cil_robot(SOCKETFD socketFd, int robotNum, int lineNum, const MoveCmd& cmd, int para);
 inline int job_insert_cil(SOCKETFD socketFd, int lineNum, const MoveCmd& cmd, int para) {
   return job_insert_cil_robot(socketFd, const_robot, lineNum, cmd, para);
 }
 
-/// A wait, in seconds.
+/// A wait, in seconds. Virtual controller: up to a day; a negative one is none.
 KYT_HOST_API int job_insert_timer_command_robot(SOCKETFD socketFd, int robotNum, int lineNum, double seconds);
 inline int job_insert_timer_command(SOCKETFD socketFd, int lineNum, double seconds) {
   return job_insert_timer_command_robot(socketFd, const_robot, lineNum, seconds);
 }
 
-/// Sets a digital output.
+/// Sets a digital output when the line is carried out.
 KYT_HOST_API int job_insert_io_out_command_robot(SOCKETFD socketFd, int robotNum, int lineNum, IOCommandParams params);
 inline int job_insert_io_out_command(SOCKETFD socketFd, int lineNum, IOCommandParams params) {
   return job_insert_io_out_command_robot(socketFd, const_robot, lineNum, std::move(params));
@@ -226,7 +228,8 @@ inline int job_insert_io_out_command(SOCKETFD socketFd, int lineNum, IOCommandPa
 /// conditional jump, `job_insert_jump`. Opens an if block. Where conditions are given, a line on standard error says
 /// so.
 /// @param conditions   groups of conditions
-/// @param logic        operators that join the groups, one fewer than groups
+/// @param logic        operators that join the groups, one fewer than groups. Virtual controller: 0 and, 1 or, carried
+///                     out from left to right; one that is missing is and.
 /// @param logicGroups  for each group the operators that join its conditions, likewise
 KYT_HOST_API int job_insert_if_robot(SOCKETFD socketFd, int robotNum, int lineNum,
                                      std::vector<std::vector<Condition>> conditions, std::vector<int> logic,
@@ -276,14 +279,15 @@ inline int job_insert_end_until(SOCKETFD socketFd, int lineNum) {
 }
 
 /// A label, to be jumped to.
+/// @param name  without the "[$" and "$]" that are written around it
 KYT_HOST_API int job_insert_label_robot(SOCKETFD socketFd, int robotNum, int lineNum, std::string name);
 inline int job_insert_label(SOCKETFD socketFd, int lineNum, std::string name) {
   return job_insert_label_robot(socketFd, const_robot, lineNum, std::move(name));
 }
 
 /// A jump. Its conditions, as `job_insert_if_robot` describes them, go to the controller.
-/// @param conditional  whether they decide; otherwise it is made always
-/// @param label        where to
+/// @param conditional  whether they decide; otherwise it is made always. Virtual controller: an empty list holds.
+/// @param label        the name of a label of the job
 KYT_HOST_API int job_insert_jump_robot(SOCKETFD socketFd, int robotNum, int lineNum,
                                        std::vector<std::vector<Condition>> conditions, std::vector<int> logic,
                                        std::vector<std::vector<int>> logicGroups, bool conditional, std::string label);
@@ -362,7 +366,7 @@ inline int job_insert_conveyor_pos(SOCKETFD socketFd, int lineNum, int conveyorI
 }
 
 /// Forgets workpieces on a conveyor.
-/// @param removeType  which ones, the controller's
+/// @param removeType  which ones, a number that is written as it is
 KYT_HOST_API int job_insert_conveyor_clear_robot(SOCKETFD socketFd, int robotNum, int lineNum, int conveyorId,
                                                  int removeType);
 inline int job_insert_conveyor_clear(SOCKETFD socketFd, int lineNum, int conveyorId, int removeType) {

@@ -11,16 +11,11 @@
 
 // Queue motion: program lines that are streamed to the controller, without a job file. They are appended to a local
 // queue, one for each robot of each connection, and from there sent to the controller's, which carries them out.
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
 //
-// Unless a function says otherwise:
-// - `robotNum` is 1..4; the form without `_robot` (or `_rbobt`, as some are spelled) addresses robot 1.
-// - Appending returns 0; -2 when the handle is unknown or there is no such robot; -3 when the line is refused, a number
-//   in it is not finite, or no request takes it; -5 when a text in it is not UTF-8. Unless it is 0, nothing has been
-//   appended. It works while the connection is broken, too.
-// - A command returns 0 as soon as it is sent, whatever the controller makes of it; -2 when not connected.
-// - A query waits for its reply for at most a second and returns 0; -1 when none comes; -2 when not connected; -5 when
-//   the reply has the wrong shape. A reply that is not JSON, or lacks the value, gives 0 and leaves the output alone.
-// - Any number of threads may call them, for the same robot as well: nobody who appends waits for somebody who sends.
+// Appending returns 0; -2 when the handle is unknown or there is no such robot; -3 when the line is refused, a number
+// in it is not finite, or no request takes it; -5 when a text in it is not UTF-8. Unless it is 0, nothing has been
+// appended. It works while the connection is broken, too. Nobody who appends waits for somebody who sends.
 
 // --- the local queue ---
 
@@ -43,7 +38,8 @@ inline int queue_motion_clear_Data(SOCKETFD socketFd) { return queue_motion_clea
 /// a time with `isContinue` true, and the last ones with false.
 /// @param size        how many; 0 sends all. Without a line to send, the request goes out with none, and a line on
 ///                    standard error says so.
-/// @param isContinue  whether more lines follow
+/// @param isContinue  whether more lines follow. Virtual controller: with true the robot waits for them, and counts as
+///                    running.
 /// @return 0; -1 it could not be sent; -2 not connected, or no such robot; -3 there are fewer lines, or they do not fit
 ///         one request (a line on standard error says how many do); -5 a line could not be written. Unless it is 0,
 ///         all lines are still there.
@@ -54,7 +50,8 @@ inline int queue_motion_send_to_controller(SOCKETFD socketFd, int size, bool isC
 
 // --- the controller's queue ---
 
-/// Switches the controller's queue motion on or off.
+/// Switches the controller's queue motion on or off. Virtual controller: on before lines are sent, and not while a job
+/// runs; off throws the lines away that wait.
 KYT_HOST_API int queue_motion_set_status_robot(SOCKETFD socketFd, int robotNum, bool open);
 inline int queue_motion_set_status(SOCKETFD socketFd, bool open) {
   return queue_motion_set_status_robot(socketFd, const_robot, open);
@@ -66,7 +63,7 @@ inline int queue_motion_get_status(SOCKETFD socketFd, bool& open) {
   return queue_motion_get_status_robot(socketFd, const_robot, open);
 }
 
-/// Reads how many lines wait in the controller's queue.
+/// Reads how many lines wait in the controller's queue. Virtual controller: with the one that is under way.
 KYT_HOST_API int queue_motion_get_queuelen_robot(SOCKETFD socketFd, int robotNum, int& length);
 inline int queue_motion_get_queuelen(SOCKETFD socketFd, int& length) {
   return queue_motion_get_queuelen_robot(socketFd, const_robot, length);
@@ -94,31 +91,32 @@ inline int queue_motion_stop_not_power_off(SOCKETFD socketFd) {
 // A `MoveCmd` needs 7 values in `targetPosValue`, or 14 where external axes move too; -3 when it has fewer. The limits
 // are those of `judge_movejcmd_limit_exceeded` and `judge_movelcmd_limit_exceeded`; beyond them: -3.
 
-/// A joint move; `velocity` in percent, 1..100.
+/// A joint move: 7 values; `velocity` in percent, 1..100.
 KYT_HOST_API int queue_motion_push_back_moveJ_robot(SOCKETFD socketFd, int robotNum, const MoveCmd& cmd);
 inline int queue_motion_push_back_moveJ(SOCKETFD socketFd, const MoveCmd& cmd) {
   return queue_motion_push_back_moveJ_robot(socketFd, const_robot, cmd);
 }
 
-/// A linear move; `velocity` in mm/s, 1..5000.
+/// A linear move: 7 values; `velocity` in mm/s, 1..5000.
 KYT_HOST_API int queue_motion_push_back_moveL_robot(SOCKETFD socketFd, int robotNum, const MoveCmd& cmd);
 inline int queue_motion_push_back_moveL(SOCKETFD socketFd, const MoveCmd& cmd) {
   return queue_motion_push_back_moveL_robot(socketFd, const_robot, cmd);
 }
 
-/// A circular move; `velocity` in mm/s, 1..5000.
+/// One point of a circular move, see `job_insert_moveC_robot`: 7 values; `velocity` in mm/s, 1..5000.
 KYT_HOST_API int queue_motion_push_back_moveC_robot(SOCKETFD socketFd, int robotNum, const MoveCmd& cmd);
 inline int queue_motion_push_back_moveC(SOCKETFD socketFd, const MoveCmd& cmd) {
   return queue_motion_push_back_moveC_robot(socketFd, const_robot, cmd);
 }
 
-/// A circular move of the controller's moveCA kind; `velocity` in mm/s, 1..5000.
+/// One point of a circular move of the controller's moveCA kind: 7 values; `velocity` in mm/s, 1..5000. Virtual
+/// controller: as moveC.
 KYT_HOST_API int queue_motion_push_back_moveCA_robot(SOCKETFD socketFd, int robotNum, const MoveCmd& cmd);
 inline int queue_motion_push_back_moveCA(SOCKETFD socketFd, const MoveCmd& cmd) {
   return queue_motion_push_back_moveCA_robot(socketFd, const_robot, cmd);
 }
 
-/// A move of the controller's moveS kind; `velocity` in mm/s, 1..5000.
+/// A move of the controller's moveS kind: 7 values; `velocity` in mm/s, 1..5000. Virtual controller: as moveL.
 KYT_HOST_API int queue_motion_push_back_moveS_robot(SOCKETFD socketFd, int robotNum, const MoveCmd& cmd);
 inline int queue_motion_push_back_moveS(SOCKETFD socketFd, const MoveCmd& cmd) {
   return queue_motion_push_back_moveS_robot(socketFd, const_robot, cmd);
@@ -136,7 +134,7 @@ inline int queue_motion_push_back_moveL_extra(SOCKETFD socketFd, const MoveCmd& 
   return queue_motion_push_back_moveL_extra_robot(socketFd, const_robot, cmd);
 }
 
-/// A move by so much: 14 values; `velocity` 1..5000.
+/// A move by so much: 14 values; `velocity` 1..5000, see `job_insert_imove_rbobt`.
 KYT_HOST_API int queue_motion_push_back_imove_rbobt(SOCKETFD socketFd, int robotNum, const MoveCmd& cmd);
 inline int queue_motion_push_back_imove(SOCKETFD socketFd, const MoveCmd& cmd) {
   return queue_motion_push_back_imove_rbobt(socketFd, const_robot, cmd);
@@ -153,7 +151,7 @@ inline int queue_motion_push_back_samov(SOCKETFD socketFd, const MoveCmd& cmd, c
 
 /// A cil move. No limits.
 /// @param cmd   its `targetPosValue` does not count
-/// @param para  the line's parameter, the controller's
+/// @param para  the line's parameter, written as it is
 KYT_HOST_API int queue_motion_push_back_cil_robot(SOCKETFD socketFd, int robotNum, const MoveCmd& cmd, int para);
 inline int queue_motion_push_back_cil(SOCKETFD socketFd, const MoveCmd& cmd, int para) {
   return queue_motion_push_back_cil_robot(socketFd, const_robot, cmd, para);
@@ -168,6 +166,7 @@ inline int queue_motion_push_moveComm(SOCKETFD socketFd, std::string moveType, d
 }
 
 // --- appending other lines ---
+// Those of crafts (welding, vision, conveyors, tool offsets) do nothing in the virtual controller.
 
 /// A wait, in seconds.
 KYT_HOST_API int queue_motion_push_back_timer_robot(SOCKETFD socketFd, int robotNum, double seconds);
@@ -175,7 +174,8 @@ inline int queue_motion_push_back_timer(SOCKETFD socketFd, double seconds) {
   return queue_motion_push_back_timer_robot(socketFd, const_robot, seconds);
 }
 
-/// Sets a digital output.
+/// Sets a digital output when the line is carried out.
+/// @param port  Virtual controller: 1..32
 KYT_HOST_API int queue_motion_push_back_dout_robot(SOCKETFD socketFd, int robotNum, int port, bool value);
 inline int queue_motion_push_back_dout(SOCKETFD socketFd, int port, bool value) {
   return queue_motion_push_back_dout_robot(socketFd, const_robot, port, value);
@@ -185,7 +185,7 @@ inline int queue_motion_push_back_dout(SOCKETFD socketFd, int port, bool value) 
 /// conditional jump, `queue_motion_push_back_jump`. Opens an if block. Where conditions are given, a line on standard
 /// error says so.
 /// @param conditions   groups of conditions
-/// @param logic        operators that join the groups, one fewer than groups
+/// @param logic        operators that join the groups, one fewer than groups, see `job_insert_if_robot`
 /// @param logicGroups  for each group the operators that join its conditions, likewise
 KYT_HOST_API int queue_motion_push_back_if_robot(SOCKETFD socketFd, int robotNum,
                                                  std::vector<std::vector<Condition>> conditions, std::vector<int> logic,
@@ -236,7 +236,8 @@ inline int queue_motion_push_back_end_until(SOCKETFD socketFd) {
   return queue_motion_push_back_end_until_robot(socketFd, const_robot);
 }
 
-/// A label, to be jumped to.
+/// A label, to be jumped to. Virtual controller: while it waits in the queue, after the jump.
+/// @param name  without the "[$" and "$]" that are written around it
 KYT_HOST_API int queue_motion_push_back_label_robot(SOCKETFD socketFd, int robotNum, std::string name);
 inline int queue_motion_push_back_label(SOCKETFD socketFd, std::string name) {
   return queue_motion_push_back_label_robot(socketFd, const_robot, std::move(name));
@@ -244,7 +245,7 @@ inline int queue_motion_push_back_label(SOCKETFD socketFd, std::string name) {
 
 /// A jump. Its conditions, as `queue_motion_push_back_if_robot` describes them, go to the controller.
 /// @param conditional  whether they decide; otherwise it is made always
-/// @param label        where to
+/// @param label        the name of a label
 KYT_HOST_API int queue_motion_push_back_jump_robot(SOCKETFD socketFd, int robotNum,
                                                    std::vector<std::vector<Condition>> conditions,
                                                    std::vector<int> logic, std::vector<std::vector<int>> logicGroups,
@@ -298,7 +299,7 @@ inline int queue_motion_push_back_tigweld_off(SOCKETFD socketFd, int id = 0) {
 
 /// Welds a spot.
 /// @param id    number of the set of parameters
-/// @param time  how long, in the controller's unit
+/// @param time  how long, a number that is written as it is
 KYT_HOST_API int queue_motion_push_back_spot_weld_robot(SOCKETFD socketFd, int robotNum, int id, double time);
 inline int queue_motion_push_back_spot_weld(SOCKETFD socketFd, int id, double time) {
   return queue_motion_push_back_spot_weld_robot(socketFd, const_robot, id, time);
@@ -373,7 +374,7 @@ inline int queue_motion_push_back_conveyor_pos(SOCKETFD socketFd, int conveyorId
 }
 
 /// Forgets workpieces on a conveyor.
-/// @param removeType  which ones, the controller's
+/// @param removeType  which ones, a number that is written as it is
 KYT_HOST_API int queue_motion_push_back_conveyor_clear_robot(SOCKETFD socketFd, int robotNum, int conveyorId,
                                                              int removeType);
 inline int queue_motion_push_back_conveyor_clear(SOCKETFD socketFd, int conveyorId, int removeType) {

@@ -7,29 +7,20 @@
 #include "kyt_host/types.h"
 
 // Where the robot is, how its motors are loaded, and the variables and positions that the controller keeps by name.
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
 //
-// Unless a function says otherwise:
-// - `robotNum` is 1..4; the form without `_robot` addresses robot 1.
-// - A query waits for its reply for at most a second and returns 0; -1 when none comes; -2 when not connected; -5 when
-//   the reply has the wrong shape. A reply that is not JSON, or lacks the value, gives 0 and leaves the output as it
-//   was prepared.
-// - A number that is not finite, and a name that does not fit one frame of 65,535 bytes, is refused with -3, a name
-//   that is not UTF-8 with -5; nothing is sent.
-// - Lists of positions, motor and sensor data are brought to their length before anything is sent, and what is new in
-// them is
-//   -2147483648: a value that no reply has overwritten shows.
-// - A command returns 0 as soon as it is sent, whatever the controller makes of it; -2 when not connected, before its
-//   arguments are looked at.
-// - Positions are 7 values, joints 1..7 in degrees or X, Y, Z in mm, A, B, C and one more, and 5 external axes. Which
-//   coordinate system has which number, and the units of orientations, are the controller's.
+// Positions, torques, speeds, loads and sensor data are prepared with -2147483648, so that a value that no reply has
+// overwritten shows: see "Missing values" there.
 
 // --- where the robot is ---
 
 /// Reads where the robot is.
-/// @param coord  coordinate system of the answer; 0 is joint coordinates, in degrees
-/// @param pos    receives 7 or more values, as many as the controller sends. Before anything else it is set to 7 times
-///               -2147483648.0, and that is what a failed query leaves: an old position must never be taken for the
-///               robot's. A reply with fewer than 7 values, or with none of the keys, leaves it empty.
+/// @param coord  coordinate system of the answer; 0 is joint coordinates. Virtual controller: 1 base, 2 as 1, 3 the
+///               selected user coordinate system, 4 world; the place is that of the selected tool.
+/// @param pos    receives 7 or more values, as many as the controller sends: joints 1..7 in degrees, or X, Y, Z in mm,
+///               A, B, C in degrees and one more. Before anything else it is set to 7 times -2147483648.0, and that is
+///               what a failed query leaves: an old position must never be taken for the robot's. A reply with fewer
+///               than 7 values, or without a position, leaves it empty.
 KYT_HOST_API int get_current_position_robot(SOCKETFD socketFd, int robotNum, int coord, std::vector<double>& pos);
 inline int get_current_position(SOCKETFD socketFd, int coord, std::vector<double>& pos) {
   return get_current_position_robot(socketFd, const_robot, coord, pos);
@@ -37,7 +28,8 @@ inline int get_current_position(SOCKETFD socketFd, int coord, std::vector<double
 
 /// Asks for the position of the robot and its external axes, and only confirms that the controller answers: the reply
 /// is not read. `get_current_position` and `get_current_extra_position` read.
-/// @param pos  is set to 12 times -2147483648.0
+/// @param coord  as above
+/// @param pos    is set to 12 times -2147483648.0
 KYT_HOST_API int get_current_positon_and_extra_position_robot(SOCKETFD socketFd, int robotNum, int coord,
                                                               std::vector<double>& pos);
 inline int get_current_positon_and_extra_position(SOCKETFD socketFd, int coord, std::vector<double>& pos) {
@@ -45,7 +37,7 @@ inline int get_current_positon_and_extra_position(SOCKETFD socketFd, int coord, 
 }
 
 /// Reads where the external axes are.
-/// @param pos  receives 5 values
+/// @param pos  receives 5 values, mm or degrees
 KYT_HOST_API int get_current_extra_position_robot(SOCKETFD socketFd, int robotNum, std::vector<double>& pos);
 inline int get_current_extra_position(SOCKETFD socketFd, std::vector<double>& pos) {
   return get_current_extra_position_robot(socketFd, const_robot, pos);
@@ -53,7 +45,7 @@ inline int get_current_extra_position(SOCKETFD socketFd, std::vector<double>& po
 
 /// Declares the present position of an axis its zero position, without clearing the encoder, and waits for the
 /// controller's confirmation.
-/// @param axis  as the controller counts them
+/// @param axis  Virtual controller: 1..6, or 8..12 for the external axes, of a robot at rest
 KYT_HOST_API int set_axis_zero_position_robot(SOCKETFD socketFd, int robotNum, int axis);
 inline int set_axis_zero_position(SOCKETFD socketFd, int axis) {
   return set_axis_zero_position_robot(socketFd, const_robot, axis);
@@ -61,7 +53,7 @@ inline int set_axis_zero_position(SOCKETFD socketFd, int axis) {
 
 // --- motors and speeds ---
 
-/// Reads the motors' torque.
+/// Reads the motors' torque. Virtual controller: in thousandths of the rated one, with the sign of the motion.
 /// @param torq      receives 7 values, one per joint
 /// @param torqSync  receives 5 values, one per external axis
 KYT_HOST_API int get_curretn_motor_torque_robot(SOCKETFD socketFd, int robotNum, std::vector<int>& torq,
@@ -70,7 +62,7 @@ inline int get_curretn_motor_torque(SOCKETFD socketFd, std::vector<int>& torq, s
   return get_curretn_motor_torque_robot(socketFd, const_robot, torq, torqSync);
 }
 
-/// Reads the motors' speed, as a rule in revolutions a minute.
+/// Reads the motors' speed. Virtual controller: in revolutions a minute, before a gear of 100:1.
 /// @param vel      receives 7 values, one per joint
 /// @param velSync  receives 5 values, one per external axis
 KYT_HOST_API int get_curretn_motor_speed_robot(SOCKETFD socketFd, int robotNum, std::vector<int>& vel,
@@ -79,7 +71,7 @@ inline int get_curretn_motor_speed(SOCKETFD socketFd, std::vector<int>& vel, std
   return get_curretn_motor_speed_robot(socketFd, const_robot, vel, velSync);
 }
 
-/// Reads the motors' load, as a rule in percent of the rated one.
+/// Reads the motors' load. Virtual controller: in percent of the rated one.
 /// @param load      receives 7 values, one per joint
 /// @param loadSync  receives 5 values, one per external axis
 KYT_HOST_API int get_curretn_motor_payload_robot(SOCKETFD socketFd, int robotNum, std::vector<double>& load,
@@ -89,9 +81,9 @@ inline int get_curretn_motor_payload(SOCKETFD socketFd, std::vector<double>& loa
 }
 
 /// Reads how fast the tool and the joints move now.
-/// @param lineVel       mm/s
+/// @param lineVel       of the tool's centre point, mm/s; not prepared
 /// @param jointVel      receives 7 values, one per joint, degrees/s
-/// @param jointVelSync  receives 5 values, one per external axis
+/// @param jointVelSync  receives 5 values, one per external axis, mm/s or degrees/s
 KYT_HOST_API int get_current_line_speed_and_joint_speed_robot(SOCKETFD socketFd, int robotNum, double& lineVel,
                                                               std::vector<double>& jointVel,
                                                               std::vector<double>& jointVelSync);
@@ -101,7 +93,7 @@ inline int get_current_line_speed_and_joint_speed(SOCKETFD socketFd, double& lin
 }
 
 /// Reads the force sensor.
-/// @param data  receives 6 values
+/// @param data  receives 6 values, whole numbers. Virtual controller: three forces in N, three torques in Nm.
 KYT_HOST_API int get_sensor_data_robot(SOCKETFD socketFd, int robotNum, std::vector<int>& data);
 inline int get_sensor_data(SOCKETFD socketFd, std::vector<int>& data) {
   return get_sensor_data_robot(socketFd, const_robot, data);
@@ -110,8 +102,8 @@ inline int get_sensor_data(SOCKETFD socketFd, std::vector<int>& data) {
 /// Reads the position that a static search has found.
 /// @param craftid    number of the craft
 /// @param tableid    number of its table
-/// @param delaytime  how long the controller waits before it reads, as a rule ms
-/// @param pos        receives 6 values, whole numbers
+/// @param delaytime  how long the controller waits before it reads. Virtual controller: it does not wait.
+/// @param pos        receives 6 values, whole numbers: X, Y, Z in mm and A, B, C in degrees
 KYT_HOST_API int get_static_search_position_robot(SOCKETFD socketFd, int robotNum, int craftid, int tableid,
                                                   int delaytime, std::vector<double>& pos);
 inline int get_static_search_position(SOCKETFD socketFd, int craftid, int tableid, int delaytime,
@@ -122,9 +114,10 @@ inline int get_static_search_position(SOCKETFD socketFd, int craftid, int tablei
 // --- global variables ---
 
 /// Sets a global variable.
-/// @param name   at least 5 characters; the first two say the type: GI a whole number, GD a number, GB 0 or 1, GS a
-/// text.
-///               Others are sent with type -1.
+/// @param name   at least 5 characters; the first two say the type: GI (0) a whole number, GD (1) a number, GB (2) 0 or
+///               1, GS (3). Others are sent with type -1. Virtual controller: up to 64 characters, and all but GD and
+///               GB are whole numbers of 32 bits.
+/// @param value  a number, whatever the type
 /// @return 0 sent; -1 name too short (nothing sent); -2
 KYT_HOST_API int set_global_variant_robot(SOCKETFD socketFd, int robotNum, const std::string& name, double value);
 inline int set_global_variant(SOCKETFD socketFd, const std::string& name, double value) {
@@ -132,7 +125,7 @@ inline int set_global_variant(SOCKETFD socketFd, const std::string& name, double
 }
 
 /// Reads a global variable.
-/// @param value  a variable that is true reads as 1
+/// @param value  the number; one that is true reads as 1. Virtual controller: 0 for a variable that was never set.
 KYT_HOST_API int get_global_variant_robot(SOCKETFD socketFd, int robotNum, const std::string& name, double& value);
 inline int get_global_variant(SOCKETFD socketFd, const std::string& name, double& value) {
   return get_global_variant_robot(socketFd, const_robot, name, value);
@@ -141,10 +134,11 @@ inline int get_global_variant(SOCKETFD socketFd, const std::string& name, double
 // --- global positions ---
 
 /// Sets a global position.
-/// @param posName  its name on the controller
-/// @param pos      14 values: coordinate system 0..3; 0 for degrees or 1 for radians; configuration 0..8; tool 0..999;
-///                 user frame 0..999; two that the controller knows; then the 7 values of the position, each within
-///                 -10000..10000 when the second value is 0
+/// @param posName  its name on the controller, such as "GP0001". Virtual controller: any, up to 64 characters.
+/// @param pos      14 values, in the order of `Position`: coordinate system 0..3; unit of the angles, 0 degrees or 1
+///                 radians; configuration 0..8; tool 0..999; user coordinate system 0..999; two that the controller
+///                 knows; then the 7 values of the position, each within -10000..10000 in degrees. Virtual controller:
+///                 moves take them in degrees, with the tool and the user coordinate system that are selected.
 /// @return 0 sent; -3 fewer than 14 values, one of them out of its range or not finite (nothing sent); -2
 KYT_HOST_API int set_global_position_robot(SOCKETFD socketFd, int robotNum, std::string posName,
                                            std::vector<double> pos);
@@ -153,7 +147,8 @@ inline int set_global_position(SOCKETFD socketFd, std::string posName, std::vect
 }
 
 /// Reads a global position.
-/// @param pos  receives 14 values, as `set_global_position_robot` takes them
+/// @param pos  receives 14 values, as `set_global_position_robot` takes them. Virtual controller: zeros for a position
+///             that was never set.
 KYT_HOST_API int get_global_position_robot(SOCKETFD socketFd, int robotNum, std::string posName,
                                            std::vector<double>& pos);
 inline int get_global_position(SOCKETFD socketFd, std::string posName, std::vector<double>& pos) {
@@ -162,7 +157,8 @@ inline int get_global_position(SOCKETFD socketFd, std::string posName, std::vect
 
 /// Sets a global position that includes external axes.
 /// @param varname  its name on the controller
-/// @param pos      the values, sent as they are: the 14 of a global position, then those of the external axes
+/// @param pos      the values, sent as they are, without a look at them: the 14 of a global position, then up to 7 of
+///                 the external axes, in mm or degrees. Virtual controller: zeros for those that are left out.
 KYT_HOST_API int set_global_sync_position_robot(SOCKETFD socketFd, int robotNum, const std::string& varname,
                                                 std::vector<double> pos);
 inline int set_global_sync_position(SOCKETFD socketFd, const std::string& varname, std::vector<double> pos) {

@@ -11,12 +11,14 @@
 #include "kyt_host/records/vision.h"
 #include "kyt_host/records/welding.h"
 
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+//
 // Decoders for applications that exchange messages themselves (`send_message`, `recv_message`): each turns the text of
 // one reply into values, as the operation that asks for that reply does.
 //
-// All return 0, or -5 when the text is not JSON or not of the reply's shape; then no output has been touched. Where a
-// key is missing its output keeps its value. A list of fixed length has that length however many values the reply has:
-// those that it lacks are 0. None of them throws.
+// All return 0, or -5 when the text is not JSON or not of the reply's shape; then no output has been touched. What is
+// missing is treated as the operations treat it, but nothing is prepared, and empty lists of values of ports are taken
+// as they are.
 
 // --- state and settings of the robot ---
 

@@ -9,19 +9,13 @@
 #include "kyt_host/types.h"
 
 // Tool frames, user coordinate systems, and their calibration.
-//
-// - `robotNum` is 1..4; the form without `_robot` addresses robot 1.
-// - A query waits for its reply for at most a second and returns 0; -1 when none comes; -2 when not connected; -5 when
-//   the reply has the wrong shape. A reply that is not JSON, or lacks the value, gives 0 and leaves the output alone.
-// - A command returns 0 as soon as it is sent, whatever the controller makes of it; -2 when not connected.
-// - A number that is not finite is refused with -3, a text that is not UTF-8 with -5; nothing is sent.
-// - Units are the controller's, as a rule mm and degrees.
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
 
 // --- tools ---
 
 /// Selects a tool.
-/// @param toolNum  up to 999
-/// @return 0 sent; -3 above 999 (nothing sent); -2
+/// @param toolNum  up to 999. Virtual controller: from 0, which is the flange.
+/// @return 0 sent; -3 above 999 (nothing sent), before the handle is looked up; -2
 KYT_HOST_API int set_tool_hand_number_robot(SOCKETFD socketFd, int robotNum, int toolNum);
 inline int set_tool_hand_number(SOCKETFD socketFd, int toolNum) {
   return set_tool_hand_number_robot(socketFd, const_robot, toolNum);
@@ -34,12 +28,14 @@ inline int get_tool_hand_number(SOCKETFD socketFd, int& toolNum) {
 }
 
 /// Sets the frame and the payload of a tool.
+/// @param toolNum  Virtual controller: 1..999
 KYT_HOST_API int set_tool_hand_param_robot(SOCKETFD socketFd, int robotNum, int toolNum, ToolParam param);
 inline int set_tool_hand_param(SOCKETFD socketFd, int toolNum, ToolParam param) {
   return set_tool_hand_param_robot(socketFd, const_robot, toolNum, param);
 }
 
 /// Reads the frame and the payload of a tool.
+/// @param toolNum  Virtual controller: 0..999; zeros for a tool that was never set
 KYT_HOST_API int get_tool_hand_param_robot(SOCKETFD socketFd, int robotNum, int toolNum, ToolParam& param);
 inline int get_tool_hand_param(SOCKETFD socketFd, int toolNum, ToolParam& param) {
   return get_tool_hand_param_robot(socketFd, const_robot, toolNum, param);
@@ -47,17 +43,20 @@ inline int get_tool_hand_param(SOCKETFD socketFd, int toolNum, ToolParam& param)
 
 // --- calibration of a tool ---
 // Bring the tool's tip to one fixed point in several orientations, record each, and let the controller calculate. The
-// controller keeps the points. Points are counted from 1.
+// controller keeps the points. Points are counted from 1. The virtual controller needs three that differ enough in
+// their orientation, solves for the tip, and leaves the tool's orientation.
 
-/// Records the present position as a point of the 2-or-20-point calibration. `robotNum` is not sent.
+/// Records the present position as a point of the 2-or-20-point calibration. `robotNum` is not sent. Virtual
+/// controller: of the selected tool, in this and the next two.
+/// @param pointNum  1..20
 KYT_HOST_API int tool_hand_2_or_20_point_calibrate_robot(SOCKETFD socketFd, int robotNum, int pointNum);
 inline int tool_hand_2_or_20_point_calibrate(SOCKETFD socketFd, int pointNum) {
   return tool_hand_2_or_20_point_calibrate_robot(socketFd, const_robot, pointNum);
 }
 
 /// Lets the controller calculate the 2-or-20-point calibration. `robotNum` is not sent.
-/// @param calNum     how many points it goes by
-/// @param noCalZero  true: without calibrating the zero positions
+/// @param calNum     how many points it goes by, from the first
+/// @param noCalZero  true: without calibrating the zero positions. Virtual controller: never calibrates them.
 KYT_HOST_API int tool_hand_2_or_20_point_calibrate_caculate_robot(SOCKETFD socketFd, int robotNum, int calNum,
                                                                   bool noCalZero);
 inline int tool_hand_2_or_20_point_calibrate_caculate(SOCKETFD socketFd, int calNum, bool noCalZero) {
@@ -65,26 +64,29 @@ inline int tool_hand_2_or_20_point_calibrate_caculate(SOCKETFD socketFd, int cal
 }
 
 /// Forgets a point of the 2-or-20-point calibration. `robotNum` is not sent.
+/// @param pointNum  1..20
 KYT_HOST_API int tool_hand_2_or_20_point_calibrate_clear_robot(SOCKETFD socketFd, int robotNum, int pointNum);
 inline int tool_hand_2_or_20_point_calibrate_clear(SOCKETFD socketFd, int pointNum) {
   return tool_hand_2_or_20_point_calibrate_clear_robot(socketFd, const_robot, pointNum);
 }
 
 /// Records the present position as a point of the 7-point calibration of a tool. `robotNum` is not sent.
+/// @param pointNum  1..7
+/// @param toolNum   the tool. Virtual controller: 1..999.
 KYT_HOST_API int tool_hand_7_point_calibrate_robot(SOCKETFD socketFd, int robotNum, int pointNum, int toolNum);
 inline int tool_hand_7_point_calibrate(SOCKETFD socketFd, int pointNum, int toolNum) {
   return tool_hand_7_point_calibrate_robot(socketFd, const_robot, pointNum, toolNum);
 }
 
 /// Lets the controller calculate a tool from the points recorded for it. `robotNum` is not sent.
-/// @param calibrationPointNum  how many points it goes by
+/// @param calibrationPointNum  how many points it goes by, from the first
 KYT_HOST_API int tool_hand_7_point_calibrate_caculate_robot(SOCKETFD socketFd, int robotNum, int toolNum,
                                                             int calibrationPointNum);
 inline int tool_hand_7_point_calibrate_caculate(SOCKETFD socketFd, int toolNum, int calibrationPointNum) {
   return tool_hand_7_point_calibrate_caculate_robot(socketFd, const_robot, toolNum, calibrationPointNum);
 }
 
-/// Forgets a point of the 7-point calibration of a tool. `robotNum` is not sent.
+/// Forgets a point of the 7-point calibration of a tool; arguments as where it is recorded. `robotNum` is not sent.
 KYT_HOST_API int tool_hand_7_point_calibrate_clear_robot(SOCKETFD socketFd, int robotNum, int pointNum, int toolNum);
 inline int tool_hand_7_point_calibrate_clear(SOCKETFD socketFd, int pointNum, int toolNum) {
   return tool_hand_7_point_calibrate_clear_robot(socketFd, const_robot, pointNum, toolNum);
@@ -94,7 +96,7 @@ inline int tool_hand_7_point_calibrate_clear(SOCKETFD socketFd, int pointNum, in
 
 /// Selects a user coordinate system.
 /// @param userNum  1..999
-/// @return 0 sent; -3 outside of that (nothing sent); -2
+/// @return 0 sent; -3 outside of that (nothing sent), before the handle is looked up; -2
 KYT_HOST_API int set_user_coord_number_robot(SOCKETFD socketFd, int robotNum, int userNum);
 inline int set_user_coord_number(SOCKETFD socketFd, int userNum) {
   return set_user_coord_number_robot(socketFd, const_robot, userNum);
@@ -108,7 +110,8 @@ inline int get_user_coord_number(SOCKETFD socketFd, int& userNum) {
 
 /// Reads a user coordinate system.
 /// @param userNum  1..999
-/// @param pos      receives 6 values: X, Y, Z, A, B, C
+/// @param pos      receives 6 values: X, Y, Z in mm and A, B, C in degrees. Virtual controller: as seen from the base;
+///                 zeros for one that was never set.
 /// @return as every query; -1 also for a `userNum` out of its range (nothing sent)
 KYT_HOST_API int get_user_coord_para_robot(SOCKETFD socketFd, int robotNum, int userNum, std::vector<double>& pos);
 inline int get_user_coord_para(SOCKETFD socketFd, int userNum, std::vector<double>& pos) {
@@ -116,7 +119,8 @@ inline int get_user_coord_para(SOCKETFD socketFd, int userNum, std::vector<doubl
 }
 
 /// Sets a user coordinate system. `robotNum` is not sent.
-/// @param pos  6 values: X, Y, Z, A, B, C; sent as they are
+/// @param userNum  Virtual controller: 1..999
+/// @param pos      6 values: X, Y, Z in mm and A, B, C in degrees; sent as they are, however many they are
 KYT_HOST_API int set_user_coordinate_data_robot(SOCKETFD socketFd, int robotNum, int userNum, std::vector<double> pos);
 inline int set_user_coordinate_data(SOCKETFD socketFd, int userNum, std::vector<double> pos) {
   return set_user_coordinate_data_robot(socketFd, const_robot, userNum, std::move(pos));
@@ -124,13 +128,14 @@ inline int set_user_coordinate_data(SOCKETFD socketFd, int userNum, std::vector<
 
 /// Records the present position as a point of the calibration of a user coordinate system: its origin, a point on its X
 /// axis, or a point on the positive side of its XY plane.
-/// @param point  which of the three, as the controller names them
+/// @param point  which of the three. Virtual controller: "O", "X" or "Y".
 KYT_HOST_API int calibration_oxy_robot(SOCKETFD socketFd, int robotNum, int userNum, std::string point);
 inline int calibration_oxy(SOCKETFD socketFd, int userNum, std::string point) {
   return calibration_oxy_robot(socketFd, const_robot, userNum, std::move(point));
 }
 
-/// Lets the controller calculate a user coordinate system from its three points.
+/// Lets the controller calculate a user coordinate system from its three points. Virtual controller: refused when one
+/// is missing, or all lie on one line.
 KYT_HOST_API int calculate_user_coordinate_robot(SOCKETFD socketFd, int robotNum, int userNum);
 inline int calculate_user_coordinate(SOCKETFD socketFd, int userNum) {
   return calculate_user_coordinate_robot(socketFd, const_robot, userNum);

@@ -3,7 +3,9 @@
 #include <string>
 #include <vector>
 
-/// How workpieces on a conveyor are detected.
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
+/// How workpieces on a conveyor are detected; numbers as the controller keeps them. The virtual controller has none.
 struct ConveyorIdentificationParams {
   int conveyorID = 0;
   int detectSrc = 0;
@@ -25,7 +27,7 @@ struct ConveyorSensorParams {
   double x = 0;                      ///< mm
   double y = 0;
   double z = 0;
-  double a = 0;
+  double a = 0;  ///< degrees
   double b = 0;
   double c = 0;
 };

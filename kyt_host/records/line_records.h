@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
 // What program lines are built from.
 
 /// What a program line does, as controllers number it.
@@ -54,7 +56,7 @@ enum class CmdType : int {
 enum class Unit : int { Unspecified = 0, MillimetresPerSecond = 1, Percent = 2 };
 
 /// A parameter that is a constant or a variable. Controllers tell by `value` which: 0 the constant `data`, 3 the local
-/// and 6 the global variable `varname`.
+/// and 6 the global variable `varname`. Virtual controller: all but 0 the variable of that name, 0 before it is set.
 struct ParaGroup {
   double data = 0;
   int secondvalue = 0;
@@ -62,13 +64,15 @@ struct ParaGroup {
   std::string varname;
 };
 
-/// A condition of an if, while, until or jump line. What `desValue`, `key` and `logicType` may be is the controller's.
+/// A condition of an if, while, until or jump line. Virtual controller, in `key`: "DIN", "DOUT", "AIN" or "AOUT" for
+/// the port whose number is in `paraGroupOne`, "" for `paraGroupOne` itself, and anything else for the variable of that
+/// name.
 struct Condition {
-  std::string desValue;    ///< the value compared with, as text
-  std::string key;         ///< what is compared: a variable, an input
-  int logicType = 0;       ///< how it compares: `EQUAL_TO`, `LESS`, ...
-  ParaGroup paraGroupOne;  ///< the left side
-  ParaGroup paraGroupTwo;  ///< the right side
+  std::string desValue;    ///< the right side as text. Virtual controller: a number or the name of a variable; or ""
+  std::string key;         ///< what is compared, on the left side
+  int logicType = 0;       ///< how it compares: `EQUAL_TO` (1), `LESS`, ... `NOT_EQUAL_TO` (6)
+  ParaGroup paraGroupOne;  ///< the left side, or the port
+  ParaGroup paraGroupTwo;  ///< the right side, where `desValue` is ""
 };
 
 /// A named position of a job.
@@ -76,17 +80,18 @@ struct PositionData {
   std::string key;           ///< its name, such as "P0001"
   std::string note;          ///< a remark
   int ctype = 0;             ///< type of the position, a `PosType`
-  std::vector<double> data;  ///< 7 to 21 values: coordinate system, 0 for joint coordinates and 1 for others, arm
-                             ///< configuration, tool, user coordinate system, 0, 0; then 7 values of the robot, and 7
-                             ///< of the external axes. More than 21 are not sent.
+  std::vector<double> data;  ///< 7 to 21 values: coordinate system, unit of the angles (0 degrees, 1 radians), arm
+                             ///< configuration, tool, user coordinate system, two of the controller's own, as in
+                             ///< `Position`; then 7 values of the robot, and 7 of the external axes. More than 21 are
+                             ///< not sent. Virtual controller: goes by the first and by the 14 last, in degrees.
 };
 
-/// An output and what becomes of it.
+/// An output and what becomes of it. Virtual controller: port and level alone, and the level is kept for good.
 struct IOCommandParams {
   std::string groupType;     ///< kind of port group, "" for a single port
-  int portId = 0;            ///< the port
-  int rate = 0;              ///< the controller's
-  int errorHanding = 0;      ///< what happens to the output when the program stops with an error, the controller's
+  int portId = 0;            ///< the port. Virtual controller: 1..32; 0: that in `paraGroupNum`.
+  int rate = 0;              ///< written as it is
+  int errorHanding = 0;      ///< what happens to the output when the program stops with an error, written as it is
   ParaGroup paraGroupValue;  ///< the level, 0 or 1
   ParaGroup paraGroupNum;    ///< the port once more, where it may be a variable
   ParaGroup paraGroupTime;   ///< how long the level is kept; 0 for good
@@ -97,7 +102,7 @@ struct OffsetCommandParam {
   int coord = 0;                ///< coordinate system of the offset
   int tool = 0;                 ///< tool number
   int user = 0;                 ///< number of the user coordinate system
-  int datatype = 0;             ///< where the offset comes from, the controller's
+  int datatype = 0;             ///< where the offset comes from, written as it is
   std::vector<double> calData;  ///< the offset, as a rule X, Y, Z in mm and A, B, C in degrees; all values are sent
 };
 
@@ -110,13 +115,13 @@ struct VisualTrajectoryPosition {
   std::string pointStorageNum;  ///< variable that receives the number of stored points, likewise
 };
 
-// Axes that are controlled on their own. Units are the controller's: as a rule mm or degrees, those per second, and
-// percent of the greatest acceleration or torque.
+// Axes that are controlled on their own. As a rule positions are in mm or degrees, speeds in those per second, and
+// accelerations and torques in percent of the greatest. The virtual controller has no such axes: the lines do nothing.
 
 /// Moves an axis to a position.
 struct AXISPostion {
   int axisSetNum = 0;   ///< number of the axis
-  int axisSetType = 0;  ///< kind of the axis, the controller's
+  int axisSetType = 0;  ///< kind of the axis, written as it is
   int runType = 0;      ///< a `RunType`: 0 PP, 1 CSP
   double axisTargetPos = 0;
   double axisSetVelocity = 0;
@@ -127,7 +132,7 @@ struct AXISPostion {
 /// Keeps an axis at a speed.
 struct AxisVelocity {
   int axisSetNum = 0;   ///< number of the axis
-  int axisSetType = 0;  ///< kind of the axis, the controller's
+  int axisSetType = 0;  ///< kind of the axis, written as it is
   int runType = 2;      ///< a `RunType`: 2 PV, 3 CSV
   double axisSetSpeed = 0;
   double axisSetAcc = 0;
@@ -137,7 +142,7 @@ struct AxisVelocity {
 /// Keeps an axis at a torque.
 struct AxisTorque {
   int axisSetNum = 0;   ///< number of the axis
-  int axisSetType = 0;  ///< kind of the axis, the controller's
+  int axisSetType = 0;  ///< kind of the axis, written as it is
   int runType = 4;      ///< a `RunType`: 4 PT
   double axisSetTorque = 0;
   double axisTorqueSlope = 0;

@@ -8,10 +8,13 @@
 
 #include "kyt_host/types.h"
 
-/// A position with all that tells how to read it, as global positions have it.
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
+/// A position with all that tells how to read it, as global positions have it and program lines carry it. Virtual
+/// controller: moves go by `coord` and `pos`, and take angles in degrees, whatever `angleUnit` says.
 struct Position {
-  int coord = 0;          ///< coordinate system of `pos`, 0..3; 0 is joint coordinates
-  int angleUnit = 0;      ///< unit of the angles in `pos`: 0 degrees, 1 radians
+  int coord = 0;          ///< coordinate system of `pos`, 0..3; 0 is joint coordinates, see `MoveCmd::coord`
+  int angleUnit = 0;      ///< unit of the angles in `pos`: 0 degrees, 1 radians; see `MoveCmd` for lines
   int configuration = 0;  ///< arm configuration, 0..8, as `get_robot_configuration` reads it
   int toolNum = 0;        ///< tool number, 0..999
   int userNum = 0;        ///< number of the user coordinate system, 0..999
@@ -35,9 +38,8 @@ inline std::vector<double> position_to_values(const Position& position) {
 
 /// Reads what `get_global_position_robot` fills in, in the same order. From the 21 values of a position with external
 /// axes it takes the first 14.
-/// @return 0; -3 fewer than 14 values, or one of the first five that is no whole number from 0 on, as where no reply
-/// has
-///         come (`position` stays as it was)
+/// @return 0; -3 fewer than 14 values, or one of the first five that is no whole number from 0 on, as where no
+///         reply has come (`position` stays as it was)
 inline int position_from_values(const std::vector<double>& values, Position& position) {
   const auto isNumber = [](double value) {
     return value >= 0 && value <= std::numeric_limits<int>::max() && value == std::trunc(value);

@@ -2,7 +2,9 @@
 
 #include <vector>
 
-/// The type of a robot, a number of the controller's, as `get_robot_type` reads it.
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
+/// The type of a robot, as `get_robot_type` reads it.
 using RobotType = int;
 
 /// The geometry of one link: its offset along and its angle about the joint axis, and the length of the common normal.

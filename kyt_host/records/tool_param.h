@@ -1,7 +1,9 @@
 #pragma once
 
-/// A tool frame: the tool centre point as seen from the flange, and the payload. Units are the controller's, as a rule
-/// mm, degrees and kg; the values are passed through.
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
+/// A tool frame: the tool centre point as seen from the flange, and the payload. Virtual controller: mm, degrees and
+/// kg; X to C within -1000000..1000000; the payload is only kept.
 struct ToolParam {
   double X = 0;                    ///< offset of the tool centre point
   double Y = 0;                    ///<

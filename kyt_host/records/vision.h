@@ -3,13 +3,15 @@
 #include <string>
 #include <vector>
 
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
 /// The cameras that a vision craft knows.
 struct VisionCameraList {
   std::string currentName;  ///< the one in use
   int listNum = 0;          ///< how many there are
 };
 
-/// How the controller talks to a vision system.
+/// How the controller talks to a vision system; times and numbers as it keeps them. The virtual controller has none.
 struct VisionParam {
   VisionCameraList cameraList;
 

@@ -1,6 +1,9 @@
 #pragma once
 
-/// One arc parameter set. Units are the welding machine's, as a rule V, A and s.
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
+/// One arc parameter set, no value of which may be negative. Virtual controller: V, A and s; it shows the welding
+/// voltage and current while the arc burns, and only keeps the others.
 struct ArcParam {
   double weldVoltage = 0;         ///< while welding
   double weldCurrent = 0;         ///<
@@ -18,7 +21,7 @@ struct ArcParam {
   double arcOffRampTime = 0;      ///<
 };
 
-/// One weaving parameter set.
+/// One weaving parameter set. Virtual controller: Hz, mm, s and degrees; it only keeps them.
 struct WaveParam {
   int type = 0;                   ///< weaving pattern, 0..3; decides which of the other fields count
   double swingFreq = 0;           ///< frequency
@@ -38,8 +41,8 @@ struct WeldState {
   int pistolSwitch = 0;    ///< the torch's trigger
   int arcingSuccess = 0;   ///< whether the arc burns
   int handWireFeed = 0;    ///< whether wire is fed by hand
-  double weldCurrent = 0;  ///< measured
-  double weldVoltage = 0;  ///< measured
-  double weldTime = 0;     ///< how long it has been welding
-  double weldPWM = 0;      ///< duty ratio
+  double weldCurrent = 0;  ///< measured, A
+  double weldVoltage = 0;  ///< measured, V
+  double weldTime = 0;     ///< how long it has been welding, s
+  double weldPWM = 0;      ///< duty ratio. Virtual controller: percent of the time that welding was enabled.
 };

@@ -11,6 +11,7 @@ from pathlib import Path
 import _kyt_host as kyt
 from support import HEADERS, PUBLIC_HEADERS, ROOT, run
 
+import headers
 import kyt_host_testing
 from stub import Stub
 
@@ -43,6 +44,19 @@ class Names(unittest.TestCase):
             self.assertIs(callable(thing), True, name)
             if name in functions:
                 self.assertGreater(len((thing.__doc__ or "").strip().splitlines()), 1, name)
+
+    def test_headers_and_help_tell_the_conventions(self):
+        page = ROOT / "docs/conventions.md"
+        self.assertEqual(kyt.__doc__, headers.page_text(str(page)))
+        communication = ROOT / "kyt_host/communication"  # what is behind the operations; but for the connection itself
+        for path in PUBLIC_HEADERS:
+            if path.name != "export.h" and (path.parent != communication or path.name == "connection_api.h"):
+                self.assertEqual(path.read_text(encoding="utf-8").count(str(page.relative_to(ROOT))), 1, path)
+
+    def test_every_operation_that_the_page_names_exists(self):
+        names = re.findall(r"`([a-z]\w+_\w+)`", (ROOT / "docs/conventions.md").read_text(encoding="utf-8"))
+        self.assertGreater(len(names), 10)
+        self.assertEqual([name for name in names if not hasattr(kyt, name)], [])
 
     def test_the_stub_has_the_names_of_the_module(self):
         tree = ast.parse(STUB.read_text(encoding="utf-8"))

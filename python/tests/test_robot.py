@@ -1,10 +1,11 @@
 """A robot that is told what to do from Python: what it does, and what it keeps."""
 
 import json
+import re
 import unittest
 
 import _kyt_host as kyt
-from support import start_controller
+from support import HEADERS, start_controller
 
 
 def filled(record):
@@ -12,6 +13,9 @@ def filled(record):
     for number, field in enumerate(record.__match_args__, 1):
         setattr(record, field, type(getattr(record, field))(number))
     return record
+
+
+LENGTH = re.compile(r":param (\w+): (?:receives|is set to) (\d+) (?:values|times)")
 
 
 class Robot(unittest.TestCase):
@@ -48,6 +52,20 @@ class Robot(unittest.TestCase):
         programs = kyt.VectorRemoteProgramSetting()
         self.assertEqual(kyt.set_remote_program(robot, 1, [program] * 10), 0)
         self.assertEqual((kyt.get_remote_program(robot, 1, 0, programs), programs), ([0, 10], [program] * 10))
+
+    def test_lists_are_as_long_as_the_headers_say(self):
+        functions = [each for header in HEADERS for each in header.functions if LENGTH.search(each.doc)]
+        self.assertGreater(len(functions), 8)
+        kinds = {"SOCKETFD": lambda: self.robot, "int": lambda: 1, "double&": kyt.DoubleRef}
+        for function in functions:
+            arguments = {
+                parameter.name: [] if "vector" in parameter.type else kinds.get(parameter.type, lambda: "GP0001")()
+                for parameter in function.parameters
+            }
+            with self.subTest(function=function.name):
+                self.assertEqual(getattr(kyt, function.name)(*arguments.values()), kyt.SUCCESS)
+                lengths = {name: int(length) for name, length in LENGTH.findall(function.doc)}
+                self.assertEqual({name: len(arguments[name]) for name in lengths}, lengths)
 
     def test_positions_are_the_14_values_of_global_positions(self):
         position, values, read = filled(kyt.Position()), [], kyt.Position()
