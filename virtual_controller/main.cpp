@@ -14,7 +14,7 @@ namespace {
 
 constexpr int emergencyStopCode = 1001;
 
-/// Serves until SIGINT or SIGTERM.
+/// Serves until SIGINT or SIGTERM; a second one ends the program at once, whatever holds it up.
 void serve(const virtual_controller::Settings& settings) {
   asio::io_context io;
   asio::signal_set signals(io, SIGINT, SIGTERM, SIGUSR1);
@@ -24,7 +24,8 @@ void serve(const virtual_controller::Settings& settings) {
 
   std::function<void()> awaitSignal = [&] {
     signals.async_wait([&](std::error_code error, int signal) {
-      if (error || signal != SIGUSR1) return;
+      if (error) return;
+      if (signal != SIGUSR1) return signals.clear();
       controller.raiseError(1, emergencyStopCode, "emergency stop pressed (demo)");
       awaitSignal();
     });

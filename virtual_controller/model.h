@@ -12,7 +12,7 @@
 #include "virtual_controller/program/runner.h"
 #include "virtual_controller/request.h"
 #include "virtual_controller/robot.h"
-#include "virtual_controller/virtual_controller.h"
+#include "virtual_controller/state.h"
 
 namespace virtual_controller {
 

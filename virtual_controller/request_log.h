@@ -5,7 +5,7 @@
 #include <map>
 #include <vector>
 
-#include "virtual_controller/virtual_controller.h"
+#include "virtual_controller/state.h"
 
 namespace virtual_controller {
 

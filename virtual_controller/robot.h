@@ -5,7 +5,7 @@
 
 #include "virtual_controller/motion/controller_clock.h"
 #include "virtual_controller/motion/trajectory.h"
-#include "virtual_controller/virtual_controller.h"
+#include "virtual_controller/state.h"
 
 namespace virtual_controller {
 

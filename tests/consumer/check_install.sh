@@ -12,12 +12,20 @@ fail() {
   exit 1
 }
 
-# build_consumer PREFIX: with CMake, against what is installed there and nothing else of ours; then run it.
+# build_consumer PREFIX [OPTION...]: with CMake, against what is installed there and nothing else of ours; then run it.
 build_consumer() {
   rm -rf "$1.cmake"
-  cmake -S "$project" -B "$1.cmake" -DCMAKE_PREFIX_PATH="$1"
+  cmake -S "$project" -B "$1.cmake" -DCMAKE_PREFIX_PATH="$1" "${@:2}"
   cmake --build "$1.cmake"
   "$1.cmake/consumer"
+}
+
+# refused PREFIX TEXT OPTION...: configuring against what is installed there ends with that text.
+refused() {
+  if cmake -S "$project" -B "$1.refused" -DCMAKE_PREFIX_PATH="$1" "${@:3}" 2>"$1.refusal"; then
+    fail "find_package was content with ${*:3}"
+  fi
+  tr -s '[:space:]' ' ' <"$1.refusal" | grep "$2" || fail "$(<"$1.refusal")"
 }
 
 # compile_consumer PREFIX [--static]: with pkg-config and the compiler alone; then run it.
@@ -38,15 +46,13 @@ case $step in
     ;;
 
   find_package)
-    build_consumer "$prefix"
+    build_consumer "$prefix" -DWITH_VIRTUAL_CONTROLLER=ON
+    "$prefix.cmake/in_process"
     ;;
 
   wrong_version)
     for wanted in 1.0 2.1 3.0; do
-      if cmake -S "$project" -B "$work/wrong_version" -DCMAKE_PREFIX_PATH="$prefix" -DWANTED=$wanted 2>"$work/refusal"; then
-        fail "find_package(kyt_host $wanted) was content"
-      fi
-      grep "$prefix.*kyt_hostConfig.cmake, version: 2\.0\." "$work/refusal" || fail "$(<"$work/refusal")"
+      refused "$prefix" "$prefix.*kyt_hostConfig.cmake, version: 2\.0\." -DWANTED=$wanted
     done
     ;;
 
@@ -59,7 +65,7 @@ case $step in
     if find . -path '*/detail*' | grep .; then
       fail "internal headers are installed"
     fi
-    if grep -rE '^ *# *include' . | grep -vE '<[a-z_]+>|"kyt_host/[a-z0-9_/]+\.h"'; then
+    if grep -rE '^ *# *include' . | grep -vE '<[a-z_]+>|"(kyt_host|virtual_controller)/[a-z0-9_/]+\.h"'; then
       fail "public headers include the standard library and one another, nothing else"
     fi
     find . -name '*.h' -print0 |
@@ -67,10 +73,13 @@ case $step in
     ;;
 
   exports)
-    nm --dynamic --defined-only --demangle "$prefix/lib/libkyt_host.so" >"$work/exports"
+    nm --dynamic --defined-only --demangle "$prefix"/lib/libkyt_host{,_virtual_controller}.so >"$work/exports"
     grep -q ' T connect_robot(' "$work/exports" || fail "connect_robot is not exported"
-    if grep -E '(asio|nlohmann)::' "$work/exports"; then
+    if grep -E '(asio|nlohmann|Eigen)::' "$work/exports"; then
       fail "a library that we use inside is exported"
+    fi
+    if grep -E 'Eigen|json|asio' "$prefix"/lib/cmake/kyt_host/kyt_host_virtual_controllerTargets*.cmake; then
+      fail "users of the virtual controller would need a library that we use inside"
     fi
     ;;
 
@@ -81,6 +90,7 @@ case $step in
     cmake --install "$work/static" --prefix "$static_prefix"
     build_consumer "$static_prefix"
     compile_consumer "$static_prefix" --static
+    refused "$static_prefix" 'installed without the component virtual_controller' -DWITH_VIRTUAL_CONTROLLER=ON
     ;;
 
   *)

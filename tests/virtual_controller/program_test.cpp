@@ -1,6 +1,12 @@
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,8 +15,20 @@
 #include <spawn.h>
 
 #include "tests/virtual_controller/frame_client.h"
+#include "virtual_controller/virtual_controller.h"
 
 namespace {
+
+/// Whether `condition` comes true within ten seconds.
+template <class Condition>
+bool comesTrue(Condition condition) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  return true;
+}
 
 /// The executable `virtual_controller`, its output read through a pipe.
 class Program {
@@ -41,7 +59,24 @@ class Program {
     char text[1000]{};
     return fgets(text, sizeof text, output_) ? text : "";
   }
+  /// How many bytes of its output have not been read.
+  int unread() const {
+    int size = 0;
+    ioctl(fileno(output_), FIONREAD, &size);
+    return size;
+  }
+  /// The port that its first line tells; empty when it did not come up.
+  std::string port() {
+    const auto ready = line();
+    const std::string address = " 127.0.0.1:";
+    const auto found = ready.find(address);
+    return found == std::string::npos ? "" : std::to_string(std::stoi(ready.substr(found + address.size())));
+  }
   void signal(int number) const { kill(id_, number); }
+  bool isGone() {
+    if (id_ != 0 && waitpid(id_, nullptr, WNOHANG) == id_) id_ = 0;
+    return id_ == 0;
+  }
   /// Waits for its end; -1 unless it ended by itself.
   int exitCode() {
     int status = 0;
@@ -82,4 +117,48 @@ TEST(VirtualControllerProgram, ServesUntilItIsToldToStop) {
   program.signal(SIGTERM);
   EXPECT_EQ(program.exitCode(), 0);
   EXPECT_EQ(client.receiveSome(), "");
+}
+
+TEST(VirtualControllerProgram, EndsOnEitherSignalAndTakesItsFolderAlong) {
+  const std::filesystem::path folder = ::testing::TempDir() + "ends_on_either_signal";
+  for (const int signal : {SIGINT, SIGTERM}) {
+    std::filesystem::remove_all(folder);
+    std::filesystem::create_directories(folder);
+    setenv("TMPDIR", folder.c_str(), 1);
+    Program program({"--port", "0", "--servo-port", "0", "--file-port", "0", "--state-period", "1"});
+    unsetenv("TMPDIR");
+    FrameClient client(program.port());
+    client.send(Strategy::CreateJob, R"({"robot":1,"jobname":"A"})");
+    EXPECT_TRUE(comesTrue([&] { return !std::filesystem::is_empty(folder); }));
+    program.signal(signal);
+    EXPECT_EQ(program.exitCode(), 0) << signal;
+    EXPECT_TRUE(std::filesystem::is_empty(folder)) << signal;
+  }
+  std::filesystem::remove_all(folder);
+}
+
+TEST(VirtualControllerProgram, EndsWhenToldTwiceWhateverHoldsItUp) {
+  Program program({"--port", "0", "--servo-port", "0", "--file-port", "0", "--state-period", "0", "--verbose"});
+  FrameClient client(program.port());
+  for (int i = 0; i < 2000; ++i) client.send(Strategy::GetSpeed, R"({"robot":1})");
+  int written = 0;  // until nobody takes what it prints, and it waits for ever
+  EXPECT_TRUE(comesTrue([&] { return std::exchange(written, program.unread()) == written && written > 60'000; }));
+  EXPECT_TRUE(comesTrue([&] {
+    program.signal(SIGTERM);
+    return program.isGone();
+  }));
+}
+
+TEST(VirtualControllerProgram, TellsWhichPortIsTaken) {
+  const virtual_controller::VirtualController other;
+  const std::vector<std::string> options{"--port", "--servo-port", "--file-port"};
+  for (const auto& taken : options) {
+    std::vector<std::string> arguments;
+    for (const auto& option : options)
+      arguments.insert(arguments.end(), {option, option == taken ? other.port() : "0"});
+    Program program(arguments);
+    EXPECT_EQ(program.line(),
+              "virtual controller: cannot listen on 127.0.0.1:" + other.port() + ": Address already in use\n");
+    EXPECT_EQ(program.exitCode(), 1) << taken;
+  }
 }

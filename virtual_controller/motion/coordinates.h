@@ -5,7 +5,7 @@
 #include <Eigen/Geometry>
 
 #include "virtual_controller/motion/arm.h"
-#include "virtual_controller/virtual_controller.h"
+#include "virtual_controller/state.h"
 
 /// Where an arm is, seen from here and there.
 namespace virtual_controller {

@@ -2,7 +2,7 @@
 
 #include <Eigen/Geometry>
 
-#include "virtual_controller/virtual_controller.h"
+#include "virtual_controller/state.h"
 
 namespace virtual_controller {
 

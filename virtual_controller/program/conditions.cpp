@@ -4,12 +4,12 @@
 #include <stdexcept>
 #include <utility>
 
+#include "kyt_host/types.h"
+
 namespace virtual_controller {
 namespace {
 
 using Source = Condition::Source;
-
-enum Comparison { EqualTo = 1, Less, Greater, LessOrEqual, GreaterOrEqual, NotEqualTo };
 
 Source sourceOf(const std::string& key) {
   if (key == "DIN") return Source::DigitalInput;
@@ -35,7 +35,7 @@ Condition conditionFrom(const Json& object) {
   const auto isVariable = condition.source == Source::Value && !key.empty();
   condition.left = isVariable ? Parameter{0, key} : parameterFrom(value(object, {"paraGroupOne"}));
   condition.comparison = integer(object, {"logicType"});
-  if (condition.comparison < EqualTo || condition.comparison > NotEqualTo) {
+  if (condition.comparison < EQUAL_TO || condition.comparison > NOT_EQUAL_TO) {
     throw std::invalid_argument("logicType is no comparison");
   }
   const auto desired = name(object, {"desValue"});
@@ -94,15 +94,15 @@ bool Condition::holds(const ControllerState& state) const {
   const auto found = read(source, left.in(state), state.io);
   const auto wanted = right.in(state);
   switch (comparison) {
-    case EqualTo:
+    case EQUAL_TO:
       return found == wanted;
-    case Less:
+    case LESS:
       return found < wanted;
-    case Greater:
+    case GREATER:
       return found > wanted;
-    case LessOrEqual:
+    case LESS_EQUAL:
       return found <= wanted;
-    case GreaterOrEqual:
+    case GREATER_EQUAL:
       return found >= wanted;
     default:
       return found != wanted;

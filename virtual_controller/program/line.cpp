@@ -3,28 +3,12 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "kyt_host/records/line_records.h"
 #include "virtual_controller/json_text.h"
 #include "virtual_controller/motion/coordinates.h"
 
 namespace virtual_controller {
 namespace {
-
-/// Values of "type".
-enum Type {
-  MoveJ = 1,
-  MoveL = 2,
-  MoveC = 3,
-  MoveCA = 4,
-  IMove = 5,
-  MoveS = 6,
-  TimerType = 7,
-  DOut = 16,
-  MoveJExtra = 32,
-  MoveLExtra = 33,
-  MoveCExtra = 34,
-  LabelType = 50,
-  JumpType = 51,
-};
 
 Line::Move move(const Json& json, Line::Move::Kind kind, bool external) {
   const auto& place = object(json, {"RobotPos"});
@@ -72,30 +56,30 @@ std::size_t Line::weight() const {
 
 Line lineFrom(const Json& json) {
   using Kind = Line::Move::Kind;
-  const auto type = integer(json, {"type"});
+  const auto type = static_cast<CmdType>(integer(json, {"type"}));
   switch (type) {
-    case MoveJ:
-    case MoveJExtra:
-      return {type, move(json, Kind::Joint, type == MoveJExtra)};
-    case MoveL:
-    case MoveC:  // a circle is cut short: the points of its lines are joined by straight ones
-    case MoveCA:
-    case MoveS:
-    case MoveLExtra:
-    case MoveCExtra:
-      return {type, move(json, Kind::Linear, type == MoveLExtra || type == MoveCExtra)};
-    case IMove:
-      return {type, move(json, Kind::Increment, true)};
-    case TimerType:
-      return {type, Line::Timer{parameterFrom(value(json, {"paraTime"}))}};
-    case DOut:
-      return {type, output(json)};
-    case LabelType:
-      return {type, Line::Label{name(json, {"label"})}};
-    case JumpType:
-      return {type, jump(json)};
+    case CmdType::MoveJ:
+    case CmdType::MoveJExtra:
+      return {move(json, Kind::Joint, type == CmdType::MoveJExtra)};
+    case CmdType::MoveL:
+    case CmdType::MoveC:  // a circle is cut short: the points of its lines are joined by straight ones
+    case CmdType::MoveCA:
+    case CmdType::MoveS:
+    case CmdType::MoveLExtra:
+    case CmdType::MoveCExtra:
+      return {move(json, Kind::Linear, type == CmdType::MoveLExtra || type == CmdType::MoveCExtra)};
+    case CmdType::IMove:
+      return {move(json, Kind::Increment, true)};
+    case CmdType::Timer:
+      return {Line::Timer{parameterFrom(value(json, {"paraTime"}))}};
+    case CmdType::DOut:
+      return {output(json)};
+    case CmdType::Label:
+      return {Line::Label{name(json, {"label"})}};
+    case CmdType::Jump:
+      return {jump(json)};
     default:
-      return {type, Line::Skipped()};
+      return {Line::Skipped()};
   }
 }
 

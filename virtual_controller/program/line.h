@@ -49,7 +49,6 @@ struct Line {
   /// block: those come without conditions, so that the block is run once.
   struct Skipped {};
 
-  int type{};
   std::variant<Skipped, Move, Timer, Output, Label, Jump> action;
 
   /// What it takes up: 1, and more with conditions.

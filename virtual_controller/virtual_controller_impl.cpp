@@ -1,0 +1,236 @@
+#include "virtual_controller/virtual_controller_impl.h"
+
+#include <exception>
+#include <iostream>
+#include <stdexcept>
+#include <utility>
+
+#include "kyt_host/communication/wire_frame.h"
+#include "virtual_controller/json_text.h"
+#include "virtual_controller/text.h"
+
+namespace virtual_controller {
+namespace {
+
+constexpr int refusedCode = 1;  // the error number of a refused request
+
+std::string frameOf(Strategy code, const std::string& text) {
+  if (text.size() >= frameMaxPayload) throw std::length_error("the text does not fit one frame");
+  return assemblySendMessage(code, text + "\n");
+}
+
+}  // namespace
+
+VirtualController::Impl::Impl(Settings wanted)
+    : settings(std::move(wanted)),
+      data(settings.dataDirectory, dumped({{"robots", settings.robots}})),
+      model(checked(settings), loop, data,
+            [this](Strategy code, const Json& message) { push(code, dumped(message)); }) {
+  const auto locked = loop.lock();
+  control_ = &listen(settings.port);
+  if (settings.servoPort) servo_ = &listen(*settings.servoPort);
+  if (settings.filePort) files_ = &listen(*settings.filePort, true);
+  start();
+  if (settings.statePeriod.count() > 0) pushStates();
+  loop.start();  // last: a constructor that throws leaves no thread behind
+}
+
+const Settings& VirtualController::Impl::checked(const Settings& settings) {
+  if (settings.robots < 1 || settings.robots > 4) throw std::runtime_error("a controller has 1 to 4 robots");
+  if (!(settings.timeScale >= 0.1 && settings.timeScale <= 1000)) {
+    throw std::runtime_error("a controller's time runs 0.1 to 1000 times as fast as ours");
+  }
+  const auto programs = settings.remotePrograms;
+  if (programs != 0 && (programs < RemoteMode::fewestPrograms || programs > RemoteMode::mostPrograms)) {
+    throw std::runtime_error("a robot has 10 to 99 remote programs, or 0 for the older form");
+  }
+  return settings;
+}
+
+std::string VirtualController::Impl::portText(const Listener* listener) {
+  return listener == nullptr ? std::string() : std::to_string(listener->port());
+}
+
+const Listener& VirtualController::Impl::listen(unsigned short port, bool forFiles) {
+  const auto accept = [this, forFiles](asio::ip::tcp::socket socket) {
+    const auto session = std::make_shared<Session>(loop, *this, line_, std::move(socket), ++accepted_);
+    sessions_.emplace(session->number(), session);
+    if (forFiles) fileServer_.open(session->number());
+    trace(*session, "opened");
+    session->resume();
+    loop.changed();
+  };
+  return *listeners_.emplace_back(std::make_unique<Listener>(loop, settings.host, port, accept));
+}
+
+void VirtualController::Impl::start() {
+  for (auto& listener : listeners_) listener->open();
+}
+
+void VirtualController::Impl::stop() {
+  refuse();
+  closeSessions(&Session::close);
+}
+
+void VirtualController::Impl::refuse() {
+  for (auto& listener : listeners_) listener->close();
+}
+
+void VirtualController::Impl::closeSessions(void (Session::*how)()) {
+  for (auto& [number, session] : std::exchange(sessions_, {})) {
+    ((*session).*how)();
+    fileServer_.close(number);
+  }
+  held_.clear();
+  loop.changed();
+}
+
+void VirtualController::Impl::edit(const std::function<void(Model&)>& change) {
+  change(model);
+  model.actOnChanges();
+}
+
+void VirtualController::Impl::push(Strategy code, const std::string& text) {
+  const auto frame = frameOf(code, text);
+  for (auto& [number, session] : sessions_) send(*session, frame);
+  if (settings.verbose) std::cout << "push " << hexText(code) << " " << printable(text) << std::endl;
+}
+
+void VirtualController::Impl::pushRaw(const std::string& bytes) {
+  for (auto& [number, session] : sessions_) session->send(bytes);
+}
+
+void VirtualController::Impl::setReading(bool enable) {
+  line_.reading = enable;
+  const auto sessions = sessions_;  // reading on may end some
+  for (auto& [number, session] : sessions) session->resume();
+}
+
+void VirtualController::Impl::coalesce(int frames) {
+  coalesced_ = frames;
+  if (coalesced_ == 0) release();
+}
+
+void VirtualController::Impl::clearScript() {
+  script = {};
+  setSplitting(false);
+  coalesce(0);
+}
+
+std::vector<std::string> VirtualController::Impl::unusedScript() const {
+  auto left = script.unused();
+  if (coalesced_ > 0) left.push_back("coalesce frames: " + std::to_string(coalesced_) + " left");
+  return left;
+}
+
+void VirtualController::Impl::frameReceived(Session& session, Strategy code, const std::string& text) {
+  log.add({code, text, session.number()});
+  loop.changed();
+  const auto* const known = nameOf(session, code);
+  const auto& name = known != nullptr ? *known : unknown_;
+  trace(session, "<-", code, name, text);
+  try {
+    if (const auto reaction = script.next(code)) {
+      if (*reaction) reply(session, (*reaction)->code, name, (*reaction)->text);
+    } else if (known == nullptr) {
+      ++rejected.unknown;
+    } else if (fileServer_.serves(session.number())) {
+      for (const auto& answer : fileServer_.perform(session.number(), code, text))
+        reply(session, answer.code, name, answer.text);
+    } else {
+      perform(session, operations_.at(code), text);
+    }
+  } catch (const std::exception& exception) {
+    ++rejected.malformed;
+    trace(session, exception.what());
+  }
+}
+
+void VirtualController::Impl::frameDamaged(Session& session) {
+  ++rejected.damaged;
+  trace(session, "damaged frame");
+}
+
+void VirtualController::Impl::streamLost(Session& session) {
+  ++rejected.notFrames;
+  trace(session, "sent what is no frame");
+}
+
+void VirtualController::Impl::sessionEnded(Session& session) {
+  trace(session, "closed");
+  sessions_.erase(session.number());
+  fileServer_.close(session.number());
+  loop.changed();
+}
+
+const std::string* VirtualController::Impl::nameOf(const Session& session, Strategy code) const {
+  if (fileServer_.serves(session.number())) return fileServer_.nameOf(code);
+  const auto found = operations_.find(code);
+  return found == operations_.end() ? nullptr : &found->second.name;
+}
+
+void VirtualController::Impl::perform(Session& session, const Operation& operation, const std::string& text) {
+  const auto request = parsed(text);
+  if (request.is_null()) {
+    ++rejected.notJson;
+    return trace(session, "no JSON object");
+  }
+  try {
+    const auto answer = operation.perform(model, request);
+    if (answer) reply(session, answer->code, operation.name, dumped(answer->message));
+    model.actOnChanges();
+  } catch (const Refusal& refusal) {
+    ++rejected.refused;
+    const auto robot = request.contains("robot") ? integer(request, {"robot"}) : model.controller.currentRobot;
+    const auto message = Model::systemMessage(Strategy::ErrorMessage, robot, refusedCode, refusal.what());
+    reply(session, Strategy::ErrorMessage, operation.name, dumped(message));
+  }
+}
+
+void VirtualController::Impl::reply(Session& session, Strategy code, const std::string& operation,
+                                    const std::string& text) {
+  const auto deliver = [this, to = session.shared_from_this(), code, operation, text] {
+    send(*to, frameOf(code, text));
+    trace(*to, "->", code, operation, text);
+  };
+  if (const auto time = script.replyTime()) return loop.at(*time, deliver);
+  deliver();
+}
+
+void VirtualController::Impl::send(Session& session, std::string frame) {
+  if (!session.isOpen()) return;
+  if (script.takeCorrupted()) frame.back() = static_cast<char>(~frame.back());
+  if (coalesced_ == 0) return session.send(frame);
+  held_[session.number()] += frame;
+  if (--coalesced_ == 0) release();
+}
+
+void VirtualController::Impl::release() {
+  for (const auto& [number, frames] : std::exchange(held_, {})) {
+    if (const auto session = sessions_.find(number); session != sessions_.end()) session->second->send(frames);
+  }
+}
+
+void VirtualController::Impl::pushStates() {
+  for (const auto& robot : model.robots()) {
+    if (sessions_.empty()) break;
+    const auto frame = frameOf(Strategy::RobotState, dumped(Model::stateMessage(robot)));
+    for (auto& [number, session] : sessions_) {
+      if (!session->lagging() && !fileServer_.serves(number)) send(*session, frame);
+    }
+  }
+  loop.after(settings.statePeriod, [this] { pushStates(); });
+}
+
+void VirtualController::Impl::trace(const Session& session, const char* event) const {
+  if (settings.verbose) std::cout << "connection " << session.number() << " " << event << std::endl;
+}
+
+void VirtualController::Impl::trace(const Session& session, const char* arrow, Strategy code,
+                                    const std::string& operation, const std::string& text) const {
+  if (!settings.verbose) return;
+  std::cout << "connection " << session.number() << " " << arrow << " " << hexText(code) << " " << operation << " "
+            << printable(text) << std::endl;
+}
+
+}  // namespace virtual_controller
