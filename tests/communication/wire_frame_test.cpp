@@ -45,7 +45,7 @@ TEST(WireFrame, FramesAreAssembledToTheByte) {
       {Strategy::GetSpeed, std::string(65538, 'x'), "\x4E\x66\x00\x02\x26\x02"s + std::string(65538, 'x')},
   };
   for (const auto& row : rows) {
-    const std::string crc = bigEndian32(bitwiseCrc(row.beforeCrc.substr(2)));
+    const std::string crc = bigEndian32(calculateCRC32(row.beforeCrc.substr(2)));
     EXPECT_TRUE(assemblySendMessage(row.code, row.payload) == row.beforeCrc + crc) << row.beforeCrc.substr(0, 30);
   }
 }
@@ -59,7 +59,7 @@ TEST(WireFrame, EveryDamagedByteIsNoticedAndReported) {
     std::uint32_t received = 0;
     for (const char byte : damaged.substr(damaged.size() - 4))
       received = received << 8 | static_cast<unsigned char>(byte);
-    const auto computed = bitwiseCrc(damaged.substr(2, damaged.size() - 6));
+    const auto computed = calculateCRC32(damaged.substr(2, damaged.size() - 6));
     testing::internal::CaptureStdout();
     EXPECT_EQ(verify(damaged), -1) << at;
     EXPECT_EQ(testing::internal::GetCapturedStdout(),

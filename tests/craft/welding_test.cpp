@@ -1,4 +1,6 @@
-// Arc welding: its tables.
+// Arc welding: its tables, and the rules of its own.
+
+#include <limits>
 
 #include "tests/support/operation_table.h"
 
@@ -90,5 +92,22 @@ const QueryRow queryRows[] = {
 
 INSTANTIATE_TEST_SUITE_P(Welding, Commands, ::testing::ValuesIn(commandRows));
 INSTANTIATE_TEST_SUITE_P(Welding, Queries, ::testing::ValuesIn(queryRows));
+
+class Welding : public ConnectedTest {};
+
+TEST_F(Welding, RefusesWhatIsOutOfRangeAndSendsNothing) {
+  for (const double outside :
+       {-0.5, std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
+    ArcParam param = arc;
+    param.arcOffRampTime = outside;
+    EXPECT_EQ(weld_set_config(robot, 1, param), PARAM_ERR) << outside;
+  }
+  EXPECT_EQ(weld_set_wave_weld_param(unknownHandle, 1, waveOf(4)), DISCONNECT);
+  EXPECT_EQ(weld_set_wave_weld_param(robot, 1, waveOf(4)), PARAM_ERR);
+  EXPECT_EQ(weld_set_wave_weld_param(robot, 1, waveOf(-1)), PARAM_ERR);
+  int synchronised = 0;
+  EXPECT_EQ(get_speed(robot, synchronised), SUCCESS);
+  EXPECT_EQ(controller.received().size(), 1U);  // nothing else was sent
+}
 
 }  // namespace
