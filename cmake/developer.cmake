@@ -3,6 +3,11 @@ add_library(developer_flags INTERFACE)
 if(KYT_HOST_DEVELOPER)
   target_compile_options(developer_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
                                                    -Woverloaded-virtual -Wold-style-cast -Werror)
+  # What has been compiled before is not compiled again, where ccache is installed.
+  find_program(CCACHE ccache)
+  if(CCACHE AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+  endif()
   # Programs side by side, where the scripts find them.
   set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 endif()

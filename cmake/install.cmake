@@ -4,7 +4,7 @@ set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kyt_host)
 
 install(TARGETS kyt_host EXPORT kyt_hostTargets)
 # What namespace kyt_host::detail holds is ours alone.
-install(DIRECTORY kyt_host DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h"
+install(DIRECTORY kyt_host DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT headers FILES_MATCHING PATTERN "*.h"
         PATTERN "detail" EXCLUDE PATTERN "codec" EXCLUDE PATTERN "exchange" EXCLUDE PATTERN "exchanges.h" EXCLUDE)
 
 # The component virtual_controller, in a file of its own: not every installation has it. State is what tests look at.

@@ -12,7 +12,7 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parent.parent / "kyt_host"
 
 # Each folder, and those whose headers it may include. kyt_host.h itself includes everything public.
-MAY_INCLUDE = {
+MAY_INCLUDE: "dict[str, set[str]]" = {
     "": {"communication", "command", "craft", "file", "interface", "records"},
     "detail": set(),
     "records": {"detail"},

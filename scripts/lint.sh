@@ -1,23 +1,77 @@
 #!/usr/bin/env bash
-# Checks the format of all sources, their names, and what static analysis finds: scripts/lint.sh [--fix]
-# With --fix it formats them first.
+# Checks the format of all sources, their names, the rooms they stand in, and what static analysis finds:
+# scripts/lint.sh [--fix] [--changed [BASE]]
+# --fix formats them first. --changed looks at the sources alone that differ from BASE (origin/HEAD, or else main).
 set -euo pipefail
 cd "$(dirname "$0")/.."
+
+folders=(kyt_host virtual_controller examples benchmarks tests python)
+fix=
+base=
+while (($#)); do
+  case $1 in
+    --fix) fix=1 ;;
+    --changed)
+      base=$(git rev-parse --verify --quiet origin/HEAD || echo main)
+      if [[ ${2:-} && $2 != --* ]]; then
+        base=$2
+        shift
+      fi
+      ;;
+    *)
+      echo "lint: what is $1?" >&2
+      exit 1
+      ;;
+  esac
+  shift
+done
 scripts/setup.sh checks
-cmake --preset release >/dev/null # for the compile commands
 
-mapfile -t sources < <(find kyt_host virtual_controller examples benchmarks tests python -name '*.cpp' | sort)
-mapfile -t headers < <(find kyt_host virtual_controller examples benchmarks tests python -name '*.h' | sort)
+# sources_with SUFFIX: one on each line.
+sources_with() {
+  if [[ $base ]]; then
+    {
+      git diff --name-only --diff-filter=d --merge-base "$base" -- "${folders[@]}"
+      git ls-files --others --exclude-standard -- "${folders[@]}"
+    } | grep "\.$1$" | sort -u || true
+  else
+    find "${folders[@]}" -name "*.$1" | sort
+  fi
+}
+mapfile -t sources < <(sources_with cpp)
+mapfile -t headers < <(sources_with h)
+formatted=("${sources[@]}" "${headers[@]}")
 
-if [[ ${1:-} == --fix ]]; then
-  clang-format -i "${sources[@]}" "${headers[@]}"
+if [[ $fix ]] && ((${#formatted[@]})); then
+  clang-format -i "${formatted[@]}"
 fi
-echo "shellcheck, clang-format ..."
+echo "rooms, shellcheck, clang-format ..."
+scripts/check_rooms.py
 shellcheck -x .ci/run scripts/*.sh tests/consumer/*.sh
-clang-format --dry-run -Werror "${sources[@]}" "${headers[@]}"
+((${#formatted[@]} == 0)) || clang-format --dry-run -Werror "${formatted[@]}"
 echo "mypy ..."
 mypy --strict --ignore-missing-imports python/kyt_host_testing python/headers.py python/stub.py python/build_wheel.py
-echo "clang-tidy (${#sources[@]} sources) ..."
-printf '%s\0' "${sources[@]}" | xargs -0 -n1 -P"$(nproc)" clang-tidy -p build/release --quiet \
-  2> >(grep -vE '^[0-9]+ warnings? generated' >&2)
+mypy --strict scripts/*.py tests/*/*.py
+
+# All of them: several sources of a library in one go, so that what they include is looked at once.
+preset=lint
+if [[ $base ]]; then
+  preset=release
+fi
+cmake --preset "$preset" >/dev/null # for the compile commands
+units=("${sources[@]}")
+options=()
+if [[ ! $base ]]; then
+  mapfile -t units < <(sed -n 's/^ *"file": "\(.*\)",\?$/\1/p' build/lint/compile_commands.json |
+    grep -v '_wrap\.cxx$' | sort -u) # SWIG's are its own
+  # The units stand outside the sources' folders, and include sources.
+  config=build/lint/clang-tidy
+  sed -e 's/^  readability-identifier-naming$/&,\n  -bugprone-suspicious-include/' \
+    -e "/^HeaderFilterRegex/s/\\\\.h\\$/\\\\.(h|cpp)$/" .clang-tidy >"$config"
+  options=(--config-file="$config")
+fi
+echo "clang-tidy (${#sources[@]} sources in ${#units[@]} units) ..."
+((${#units[@]} == 0)) || printf '%s\0' "${units[@]}" |
+  xargs -0 -n1 -P"$(nproc)" clang-tidy -p "build/$preset" --quiet "${options[@]}" \
+    2> >(grep -vE '^[0-9]+ warnings? generated' >&2)
 echo "checked in $SECONDS s"

@@ -1,13 +1,22 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that are missing: scripts/setup.sh [checks]
-# With "checks" also what static analysis and fuzzing need.
+# Installs the Debian packages that are missing: scripts/setup.sh [GROUP...]
+# Besides what building and testing take, by group:
+#   checks  static analysis and fuzzing, and ccache, with which a second build of anything is quick
+#   abi     comparing binary interfaces
 set -euo pipefail
 
 packages=(g++ cmake ninja-build pkg-config libasio-dev nlohmann-json3-dev libjsoncpp-dev libcli11-dev libeigen3-dev
   libgtest-dev swig python3-dev python3-venv)
-if [[ ${1:-} == checks ]]; then
-  packages+=(clang clang-format clang-tidy libclang-rt-14-dev shellcheck mypy)
-fi
+for group in "$@"; do
+  case $group in
+    checks) packages+=(clang clang-format clang-tidy libclang-rt-14-dev shellcheck mypy ccache) ;;
+    abi) packages+=(abigail-tools xz-utils) ;;
+    *)
+      echo "setup: no group is called $group" >&2
+      exit 1
+      ;;
+  esac
+done
 
 missing=()
 for package in "${packages[@]}"; do

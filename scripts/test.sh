@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds everything, and runs all tests: scripts/test.sh [CTEST ARGUMENT...]
-# With arguments only what ctest selects; otherwise the Python wheel too, on every CPython that is found.
+# With arguments only what ctest selects; otherwise the wheel too, for the python3 that comes first on PATH.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Tests the wheel, installed in a fresh virtual environment, on every CPython 3.8 or later that is found:
-# scripts/test_python.sh [PYTHON...]
-# Looked for are the python3 commands on PATH, and what pyenv has installed.
+# Tests the wheel, installed in a fresh virtual environment: scripts/test_python.sh [--all | PYTHON...]
+# On the python3 that comes first on PATH, whose wheel is put together from what the release build has made of it;
+# with --all on every other CPython 3.8 or later among the python3 commands on PATH and what pyenv has installed, as pip
+# builds it for anybody.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
@@ -23,6 +24,8 @@ if sys.version_info >= (3, 8) and platform.python_implementation() == "CPython":
   done | sort -u
 }
 
+first=$(python3 -c 'import os, sys; print(os.path.realpath(sys.executable))')
+
 # test_on PYTHON: from another folder and without this one's environment, so that only what is installed is there.
 test_on() {
   local environment=$work/environment
@@ -34,11 +37,15 @@ test_on() {
       "$environment/bin/python" -B -W error -m unittest discover --start-directory "$root/python/tests"
 }
 
-if (($#)); then
+if [[ ${1:-} == --all ]]; then
+  interpreters=$(find_interpreters | grep -v "^$first ") || true
+elif (($#)); then
   interpreters=$(printf '%s -\n' "$@")
 else
-  interpreters=$(find_interpreters)
+  export KYT_HOST_BUILD=$root/build/release
+  interpreters="$first -"
 fi
+[[ $interpreters ]] || exit 0
 
 failed=()
 while read -r python version; do

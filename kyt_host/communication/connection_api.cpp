@@ -95,7 +95,7 @@ void set_diagnostics_handler(void (*handler)(int level, const char* line)) { han
 void set_descriptor_limit_raising(bool enable) { allowRaisingDescriptorLimit(enable); }
 
 std::string get_library_version() {
-  const std::string version = "2.0.4";
+  const std::string version = KYT_HOST_VERSION;  // the project's, in CMakeLists.txt
   const std::string buildDate = "20260202";
   const std::string buildTag = "1b01ed1";
   return version + "-" + buildDate + "-" + buildTag;

@@ -1,7 +1,7 @@
 #pragma once
 
 // Operations as rows of tables: what each sends to the letter, and what it makes of every kind of reply. Values are
-// compared as text, so that one table serves every type. The tests stand in tests/interface/operation_table_test.cpp.
+// compared as text, so that one table serves every type. What each row has to show stands in operation_table_test.cpp.
 
 #include <functional>
 #include <locale>
