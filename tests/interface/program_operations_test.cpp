@@ -196,6 +196,7 @@ class ProgramOperations : public ConnectedTest {
 };
 
 TEST_F(ProgramOperations, RequestsOfOneOperationKeepTheirOrder) {
+  expectRejected.refused = 4;  // no job is open
   const std::string stop = R"({"robot":1,"type":1})"_line;
   Json::Value pos = Command::getParaJson(position.data);
   pos["note"] = "near";
