@@ -1,7 +1,8 @@
 """Makes the wheel: a build backend for pip, of the standard library alone.
 
 The library goes into the extension module; what it needs besides is the system's JsonCpp. Built is in build/wheel, which
-is kept, so that the wheels for several interpreters share the library's objects.
+is kept, so that the wheels for several interpreters share the library's objects; or, when KYT_HOST_BUILD names a build
+folder that has been configured for the running interpreter, from the objects that are there.
 """
 
 import base64
@@ -56,17 +57,25 @@ def build_wheel(
 
 def install(stage: Path) -> None:
     """Builds for the running interpreter, and puts what belongs into the wheel into `stage`."""
-    build = ROOT / "build/wheel"
+    configured = os.environ.get("KYT_HOST_BUILD")
+    build = configured or str(ROOT / "build/wheel")
+    if not configured:
+        configure(build)
+    for command in (
+        ["cmake", "--build", build, "--target", "kyt_host_wheel", "--parallel", str(os.cpu_count())],
+        ["cmake", "--install", build, "--component", "python", "--strip", "--prefix", str(stage)],
+    ):
+        subprocess.run(command, check=True)
+    if not (stage / f"_kyt_host.{sysconfig.get_config_var('SOABI')}.so").exists():
+        raise SystemExit(f"kyt_host: {build} is configured for another Python")
+
+
+def configure(build: str) -> None:
     # What an earlier build found out about its interpreter is forgotten.
     forget = ["-U", "Python3_*", "-U", "_Python3_*", f"-DPython3_EXECUTABLE={sys.executable}"]
     options = ["-DCMAKE_BUILD_TYPE=Release", "-DBUILD_SHARED_LIBS=OFF", "-DKYT_HOST_PYTHON=ON"]
     generator = ["-G", "Ninja"] if shutil.which("ninja") else []
-    for command in (
-        ["cmake", "-S", str(ROOT), "-B", str(build), *generator, *options, *forget],
-        ["cmake", "--build", str(build), "--parallel", str(os.cpu_count())],
-        ["cmake", "--install", str(build), "--component", "python", "--strip", "--prefix", str(stage)],
-    ):
-        subprocess.run(command, check=True)
+    subprocess.run(["cmake", "-S", str(ROOT), "-B", build, *generator, *options, *forget], check=True)
 
 
 def pack(stage: Path, record: Path, wheel: Path) -> None:

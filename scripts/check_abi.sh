@@ -9,7 +9,7 @@ scripts/setup.sh abi
 scripts/build.sh abi
 
 build=build/abi
-released=tests/abi/$(basename "$(find "$build/kyt_host" -name 'libkyt_host.so.?')").abi.xz
+released=tests/abi/$(basename "$(find "$build/kyt_host" -regex '.*\.so\.[0-9]+')").abi.xz
 suppressions=(--suppressions tests/abi/suppressions.ini)
 cmake --install "$build" --component headers --prefix "$build/public" >/dev/null
 abidw "${suppressions[@]}" --headers-dir "$build/public" --drop-private-types --exported-interfaces-only \

@@ -23,9 +23,10 @@ TEST(CallbackQueue, HoldsSmallMessagesInAsLittleMemoryAsItSays) {
 
   constexpr int messages = sanitized ? 30'000 : 300'000;  // more than fit, unless that takes too long
   std::thread reader([&] {
-    for (; published < messages; ++published) {
-      queue.add({0x0101, CallbackQueue::OfReceiver}, "{\"speed\":1}\n\n");
+    while (published < messages) {
+      for (int i = 0; i < 5; ++i) queue.add({0x0101, CallbackQueue::OfReceiver}, "{\"speed\":1}\n\n");
       queue.publish();
+      published += 5;
     }
   });
   std::thread callbacks([&] {

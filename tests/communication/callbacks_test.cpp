@@ -60,6 +60,7 @@ TEST_F(Callbacks, RunInOrderOfArrivalOneAtATime) {
 }
 
 TEST_F(Callbacks, MayCallAnyOperation) {
+  expectRejected.unknown = 1;
   MessageCallback::action = [this](int, const char*, int code) {
     EXPECT_EQ(get_connection_status(robot), SUCCESS);
     EXPECT_EQ(speedOf(robot), 50);

@@ -16,6 +16,11 @@ constexpr int anyCode = 0x0101;
 
 class StuckPeer : public ConnectedTest {
  protected:
+  void SetUp() override {
+    ConnectedTest::SetUp();
+    controller.silence(static_cast<Strategy>(anyCode), -1);
+  }
+
   // Sends until nothing goes any more. How many frames it tried to send.
   std::size_t fill() {
     controller.stopReading(true);
@@ -23,6 +28,12 @@ class StuckPeer : public ConnectedTest {
     std::size_t frames = 1;
     while (backend.sendData(anyCode, std::string(60'000, 'x'))) ++frames;
     return frames;
+  }
+
+  // What was sent means nothing to the controller; none of it may have come damaged.
+  void TearDown() override {
+    expectRejected.unknown = controller.rejected().unknown;
+    ConnectedTest::TearDown();
   }
 
   static std::chrono::duration<double> timeOf(const std::function<void()>& work) {
@@ -44,8 +55,6 @@ TEST_F(StuckPeer, CostsACallASecondAndTheStreamStaysWhole) {
   EXPECT_TRUE(eventually([&] { return speedOf(robot) == 50; }));  // what had begun to go has been finished before
   EXPECT_TRUE(controller.waitForRequests(static_cast<Strategy>(anyCode), frames - 1, 5s));
   EXPECT_LE(controller.received(static_cast<Strategy>(anyCode)).size(), frames);
-  EXPECT_EQ(controller.rejected().damaged, 0U);
-  EXPECT_EQ(controller.rejected().notFrames, 0U);
   EXPECT_EQ(controller.connections(), 1U);
   const std::string errors = testing::internal::GetCapturedStderr();
   EXPECT_NE(errors.find("Exception: Connection timed out"), std::string::npos) << errors;

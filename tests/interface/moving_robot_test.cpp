@@ -132,6 +132,7 @@ TEST_F(MovingRobot, ExternalAxesHomeAndJoggingMoveToo) {
 }
 
 TEST_F(MovingRobot, WhatCannotBeDoneIsSaidAndMovesNothing) {
+  expectRejected.refused = 5;
   const auto before = position(jointCoordinates);
   const double notANumber = std::nan("");
   EXPECT_EQ(robot_movel(robot, moveTo({5000, 0, 0, 0, 0, 0, 0}, baseCoordinates, 100)), SUCCESS);

@@ -168,8 +168,15 @@ INSTANTIATE_TEST_SUITE_P(Lines, Commands, ::testing::ValuesIn(lineRows));
 
 // ---- rules of their own
 
+// No job is open, and no queue: the lines are taken down and go no further.
 class ProgramOperations : public ConnectedTest {
  protected:
+  void SetUp() override {
+    ConnectedTest::SetUp();
+    controller.silence(Strategy::InsertJobCommand, -1);
+    controller.silence(Strategy::SendQueueMotion, -1);
+  }
+
   void expectSent(int status, const std::vector<std::pair<Strategy, std::string>>& expected) {
     EXPECT_EQ(status, SUCCESS);
     EXPECT_TRUE(controller.waitForRequests(expected.back().first, 1, std::chrono::seconds(5)));
@@ -189,6 +196,7 @@ class ProgramOperations : public ConnectedTest {
 };
 
 TEST_F(ProgramOperations, RequestsOfOneOperationKeepTheirOrder) {
+  expectRejected.refused = 4;  // no job is open
   const std::string stop = R"({"robot":1,"type":1})"_line;
   Json::Value pos = Command::getParaJson(position.data);
   pos["note"] = "near";

@@ -27,6 +27,7 @@ class CalibrationTest : public ControllerTest {
 };
 
 TEST_F(CalibrationTest, AUserFrameGoesThroughItsThreePoints) {
+  expectRejected.refused = 5;
   const auto user = R"({"robot":1,"userNum":7})";
   const std::vector<std::pair<std::string, Pose>> points{
       {"O", {}}, {"1", {100}}, {"Y", {100}}, {"y", {-400, 0.9}}, {"2", {30, 50}}};
@@ -43,6 +44,7 @@ TEST_F(CalibrationTest, AUserFrameGoesThroughItsThreePoints) {
 
 // The wrist's centre stands still while axes 4 to 6 turn: it is where a tool is that reaches back to it.
 TEST_F(CalibrationTest, TheToolCentrePointIsWhatStandsStill) {
+  expectRejected.refused = 5;
   const std::vector<std::array<double, 3>> wrists{{0, 0, 0}, {30, 20, 10}, {1, 0, 1}, {-40, -30, 60}};
   for (std::size_t i = 0; i < wrists.size(); ++i) {  // the third pose is too much like the first
     EXPECT_FALSE(takes(Strategy::CalculateToolHand7, R"({"calibrationPointNum":7,"toolNum":3})"));
