@@ -84,7 +84,8 @@ case $step in
     ;;
 
   static)
-    cmake -S "$source" -B "$work/static" -DBUILD_SHARED_LIBS=OFF -DKYT_HOST_VIRTUAL_CONTROLLER=OFF -DCMAKE_BUILD_TYPE=Debug
+    cmake -S "$source" -B "$work/static" -DBUILD_SHARED_LIBS=OFF -DKYT_HOST_VIRTUAL_CONTROLLER=OFF -DCMAKE_BUILD_TYPE=Debug \
+      -DKYT_HOST_UNITY=ON
     cmake --build "$work/static"
     rm -rf "$static_prefix"
     cmake --install "$work/static" --prefix "$static_prefix"
