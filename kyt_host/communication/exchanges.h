@@ -18,15 +18,16 @@ inline constexpr auto noRequest = static_cast<Strategy>(~0U);
 struct Exchange {
   Strategy request;  ///< or `noRequest`
   Strategy reply;
-  std::unique_ptr<MessageBaseStrategy> (*makeHandler)();  ///< null: nothing is made before somebody asks
+  bool hasHandler;  ///< from the start; else one is made when somebody asks
+  std::unique_ptr<MessageBaseStrategy> (*makeHandler)();
 };
 
 template <class Handler>
 constexpr Exchange row(Strategy request, Strategy reply) {
   if constexpr (std::is_void_v<Handler>) {
-    return {request, reply, nullptr};
+    return {request, reply, false, nullptr};
   } else {
-    return {request, reply, []() -> std::unique_ptr<MessageBaseStrategy> { return std::make_unique<Handler>(); }};
+    return {request, reply, true, []() -> std::unique_ptr<MessageBaseStrategy> { return std::make_unique<Handler>(); }};
   }
 }
 

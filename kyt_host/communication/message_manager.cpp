@@ -21,7 +21,7 @@ constexpr std::array<std::uint8_t, numberOfCodes> makePlaces() {
   std::uint8_t next = 0;
   for (const Exchange& row : exchanges) {
     auto& place = places[static_cast<std::size_t>(row.reply)];
-    if (row.makeHandler != nullptr && place == notRegistered) place = next++;
+    if (row.hasHandler && place == notRegistered) place = next++;
   }
   return places;
 }
@@ -39,8 +39,7 @@ MessageManager::MessageManager() {
   registered_.reserve(std::size(exchanges));
   for (const Exchange& row : exchanges) {
     // Several requests may have one reply: the first row makes its handler.
-    if (row.makeHandler != nullptr && placeOf(row.reply) == registered_.size())
-      registered_.push_back(row.makeHandler());
+    if (row.hasHandler && placeOf(row.reply) == registered_.size()) registered_.push_back(row.makeHandler());
   }
 }
 
