@@ -24,9 +24,9 @@ TEST(CallbackQueue, HoldsSmallMessagesInAsLittleMemoryAsItSays) {
   constexpr int messages = sanitized ? 30'000 : 300'000;  // more than fit, unless that takes too long
   std::thread reader([&] {
     while (published < messages) {
-      for (int i = 0; i < 5; ++i) queue.add({0x0101, CallbackQueue::OfReceiver}, "{\"speed\":1}\n\n");
+      for (int i = 0; i < 20; ++i) queue.add({0x0101, CallbackQueue::OfReceiver}, "{\"speed\":1}\n\n");
       queue.publish();
-      published += 5;
+      published += 20;
     }
   });
   std::thread callbacks([&] {
