@@ -13,7 +13,7 @@
 
 namespace kyt_host::detail {
 
-inline constexpr auto noRequest = static_cast<Strategy>(~0U);
+inline constexpr auto noRequest = static_cast<Strategy>(~0U);  // no code of a frame
 
 struct Exchange {
   Strategy request;  ///< or `noRequest`
@@ -150,19 +150,20 @@ inline constexpr Exchange exchanges[] = {
 };
 // clang-format on
 
-constexpr const Exchange* findExchange(Strategy request) {
+/// The reply that answers `request`; `noRequest` when no row tells.
+constexpr Strategy findReply(Strategy request) {
   for (const Exchange& exchange : exchanges) {
-    if (exchange.request == request) return &exchange;
+    if (exchange.request == request) return exchange.reply;
   }
-  return nullptr;
+  return noRequest;
 }
 
-/// The reply that answers `request`.
+/// The same for a request that has a row.
 template <Strategy request>
 constexpr Strategy replyTo() {
-  constexpr const Exchange* exchange = findExchange(request);
-  static_assert(exchange != nullptr, "exchanges.h has no row for this request");
-  return exchange->reply;
+  constexpr Strategy reply = findReply(request);
+  static_assert(reply != noRequest, "exchanges.h has no row for this request");
+  return reply;
 }
 
 }  // namespace kyt_host::detail
