@@ -104,7 +104,7 @@ std::error_code TcpLink::connect(const std::string& ip, const std::string& port,
   return error;
 }
 
-bool TcpLink::WriteTurn::try_lock_until(Deadline deadline) {
+bool TcpLink::WriteTurn::lockUntil(Deadline deadline) {
   std::unique_lock lock(mutex_);
   const auto isFree = [this] { return !taken_; };
   if (deadline == noDeadline) {
@@ -123,10 +123,14 @@ void TcpLink::WriteTurn::unlock() {
 }
 
 TcpLink::Writer::Writer(TcpLink& link, Deadline deadline)
-    : link_(link), deadline_(deadline), turn_(link.writeTurn_, deadline) {}
+    : link_(link), deadline_(deadline), hasTurn_(link.writeTurn_.lockUntil(deadline)) {}
+
+TcpLink::Writer::~Writer() {
+  if (hasTurn_) link_.writeTurn_.unlock();
+}
 
 std::error_code TcpLink::Writer::write(std::string_view bytes) {
-  if (!turn_.owns_lock()) return asio::error::timed_out;
+  if (!hasTurn_) return asio::error::timed_out;
   if (!link_.unfinished_.empty()) {
     std::string_view rest = link_.unfinished_;
     const std::error_code error = link_.send(rest, deadline_);

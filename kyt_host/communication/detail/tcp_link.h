@@ -38,8 +38,8 @@ class TcpLink {
   /// ThreadSanitizer does not see.)
   class WriteTurn {
    public:
-    void lock() { try_lock_until(noDeadline); }
-    bool try_lock_until(Deadline deadline);
+    void lock() { lockUntil(noDeadline); }
+    bool lockUntil(Deadline deadline);
     void unlock();
 
    private:
@@ -54,7 +54,11 @@ class TcpLink {
    public:
     /// Waits for its turn until `deadline`, which then holds for writing, too.
     Writer(TcpLink& link, Deadline deadline);
-    explicit operator bool() const { return turn_.owns_lock(); }
+    ~Writer();
+    Writer(const Writer&) = delete;
+    Writer& operator=(const Writer&) = delete;
+
+    explicit operator bool() const { return hasTurn_; }
 
     /// Writes all bytes, or says why not: `timed_out` at the deadline. The rest of a frame that had been begun by then
     /// goes out before whatever is written next.
@@ -63,7 +67,7 @@ class TcpLink {
    private:
     TcpLink& link_;
     Deadline deadline_;
-    std::unique_lock<WriteTurn> turn_;
+    bool hasTurn_;
   };
 
   /// Reads what has arrived, at most `size` bytes; waits until something has. 0: the peer has closed.
