@@ -163,7 +163,7 @@ class SomeTexts {
     add(text, 3);
     if (chance(3)) return text;
     const std::size_t place = random_() % (text.size() + 1);
-    if (chance(2)) return text.insert(place, 1, anything[random_() % anything.size()]);
+    if (chance(2)) return text.insert(place, 1, anything_[random_() % anything_.size()]);
     return text.erase(place, 1);
   }
 
@@ -206,7 +206,7 @@ class SomeTexts {
     blank(text);
   }
 
-  const std::string anything = "0123456789.eE+-,:[]{}\"\\/* \n\tItrue\x01\xFF";
+  const std::string anything_ = "0123456789.eE+-,:[]{}\"\\/* \n\tItrue\x01\xFF";
   std::mt19937 random_{4711};
 };
 
