@@ -45,6 +45,8 @@ using ConnectionApi = ConnectedTest;
 
 TEST_F(ConnectionApi, SaysWhetherItCouldDoItsPart) {
   for (const Row& row : rows) EXPECT_EQ(row.call(robot), row.connected) << row.name;
+  EXPECT_TRUE(controller.waitForRequests(static_cast<Strategy>(0x9999), 1, std::chrono::seconds(20)));
+  expectRejected.unknown = 1;  // it means nothing to the controller
   for (const SOCKETFD fd : {-1, 0, 999, 1001}) {
     for (const Row& row : rows) EXPECT_EQ(row.call(fd), row.notConnected) << row.name << ", handle " << fd;
   }
