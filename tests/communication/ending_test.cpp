@@ -120,6 +120,7 @@ TEST_F(Ending, WhileOthersWaitForReplies) {
 }
 
 TEST_F(Ending, WhileSendingIsStuck) {
+  controller.silence(otherCode, -1);
   controller.stopReading(true);
   std::atomic<int> sent{0};
   std::thread senders(onThreads<std::function<void(int)>>, 2, [&](int) {
@@ -135,8 +136,6 @@ TEST_F(Ending, WhileSendingIsStuck) {
   EXPECT_TRUE(disconnects(robot));
   senders.join();
   controller.stopReading(false);
-  EXPECT_TRUE(controller.waitForConnections(0, 20s));
-  expectRejected.unknown = controller.rejected().unknown;  // as many as had got through
 }
 
 TEST_F(Ending, WaitsForARunningCallbackEvenWhileReadingIsPaused) {
