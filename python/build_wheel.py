@@ -2,13 +2,15 @@
 
 The library goes into the extension module; what it needs besides is the system's JsonCpp. Built is in build/wheel, which
 is kept, so that the wheels for several interpreters share the library's objects; or, when KYT_HOST_BUILD names a build
-folder that has been configured for the running interpreter, from the objects that are there.
+folder that has been configured for the running interpreter, from the objects that are there. CMAKE_ARGS are more
+arguments for CMake.
 """
 
 import base64
 import hashlib
 import os
 import re
+import shlex
 import shutil
 import subprocess
 import sys
@@ -24,7 +26,7 @@ PROJECT = re.compile(r'project\(kyt_host VERSION (\S+) .*DESCRIPTION "(.*)"\)')
 ((VERSION, SUMMARY),) = PROJECT.findall((ROOT / "CMakeLists.txt").read_text(encoding="utf-8"))
 NAME = f"kyt_host-{VERSION}"
 METADATA = f"Metadata-Version: 2.1\nName: kyt_host\nVersion: {VERSION}\nSummary: {SUMMARY}\nRequires-Python: >=3.8\n"
-SDIST = ["CMakeLists.txt", "pyproject.toml", "cmake", "kyt_host", "python", "virtual_controller"]
+SDIST = ["CMakeLists.txt", "pyproject.toml", "cmake", "docs", "kyt_host", "python", "virtual_controller"]
 
 
 def get_requires_for_build_wheel(config_settings: Optional[Dict[str, str]] = None) -> List[str]:
@@ -74,6 +76,7 @@ def configure(build: str) -> None:
     # What an earlier build found out about its interpreter is forgotten.
     forget = ["-U", "Python3_*", "-U", "_Python3_*", f"-DPython3_EXECUTABLE={sys.executable}"]
     options = ["-DCMAKE_BUILD_TYPE=Release", "-DBUILD_SHARED_LIBS=OFF", "-DKYT_HOST_PYTHON=ON"]
+    options += shlex.split(os.environ.get("CMAKE_ARGS", ""))
     generator = ["-G", "Ninja"] if shutil.which("ninja") else []
     subprocess.run(["cmake", "-S", str(ROOT), "-B", build, *generator, *options, *forget], check=True)
 

@@ -10,7 +10,7 @@ root=$PWD
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# find_interpreters: one line for each, "REAL_PATH VERSION".
+# find_interpreters: one line for each.
 find_interpreters() {
   local candidate
   local -a candidates=()
@@ -20,41 +20,70 @@ find_interpreters() {
     "$candidate" -c '
 import os, platform, sys
 if sys.version_info >= (3, 8) and platform.python_implementation() == "CPython":
-    print(os.path.realpath(sys.executable), platform.python_version())' 2>/dev/null || true
+    print(os.path.realpath(sys.executable))' 2>/dev/null || true
   done | sort -u
 }
 
 first=$(python3 -c 'import os, sys; print(os.path.realpath(sys.executable))')
 
-# test_on PYTHON: from another folder and without this one's environment, so that only what is installed is there.
-test_on() {
-  local environment=$work/environment
-  rm -rf "$environment"
-  "$1" -m venv "$environment" &&
-    PIP_NO_INDEX=1 PIP_DISABLE_PIP_VERSION_CHECK=1 "$environment/bin/python" -m pip install "$root" &&
-    cd "$work" &&
+# build_for PYTHON: an environment with the wheel in it, whose folder it prints.
+build_for() {
+  local environment
+  environment=$(mktemp -d "$work/XXX")
+  "$1" -m venv "$environment" >&2 &&
+    PIP_NO_INDEX=1 PIP_DISABLE_PIP_VERSION_CHECK=1 "$environment/bin/python" -m pip install "$root" >&2 &&
+    echo "$environment"
+}
+
+# test_in ENVIRONMENT: from another folder and without this one's environment, so that only what is installed is there.
+test_in() {
+  cd "$work" &&
     env -u PYTHONPATH -u VIRTUAL_CONTROLLER \
-      "$environment/bin/python" -B -W error -m unittest discover --start-directory "$root/python/tests"
+      "$1/bin/python" -B -W error -m unittest discover --start-directory "$root/python/tests"
+}
+
+# report PYTHON STATUS LOG: how it went.
+failed=()
+report() {
+  if (($2 == 0)); then
+    echo "python: $1: $(grep -E '^(OK|Ran)' "$3" | paste -sd ' ')"
+  else
+    tail -n 100 "$3" >&2
+    echo "python: $1: FAILED" >&2
+    failed+=("$1")
+  fi
 }
 
 if [[ ${1:-} == --all ]]; then
-  interpreters=$(find_interpreters | grep -v "^$first ") || true
+  mapfile -t interpreters < <(find_interpreters | grep -vFx "$first")
+  # What is tried out is how each Python gets along with it; compilers need not take their time for that.
+  export CMAKE_ARGS="-DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DKYT_HOST_UNITY=ON"
 elif (($#)); then
-  interpreters=$(printf '%s -\n' "$@")
+  interpreters=("$@")
 else
   export KYT_HOST_BUILD=$root/build/release
-  interpreters="$first -"
+  interpreters=("$first")
 fi
-[[ $interpreters ]] || exit 0
 
-failed=()
-while read -r python version; do
-  if (test_on "$python") >"$work/log" 2>&1 </dev/null; then
-    echo "python: $version ($python): $(grep -E '^(OK|Ran)' "$work/log" | paste -sd ' ')"
+# The next one is built while one is tested.
+testing=
+finish_test() {
+  [[ $testing ]] || return 0
+  local status=0
+  wait "$process" || status=$?
+  report "$testing" "$status" "$log"
+  testing=
+}
+for python in "${interpreters[@]}"; do
+  if environment=$(build_for "$python" 2>"$work/build.log" </dev/null); then
+    finish_test
+    testing=$python
+    log=$environment/test.log
+    test_in "$environment" >"$log" 2>&1 </dev/null &
+    process=$!
   else
-    tail -n 100 "$work/log" >&2
-    echo "python: $version ($python): FAILED" >&2
-    failed+=("$python")
+    report "$python" 1 "$work/build.log"
   fi
-done <<<"$interpreters"
+done
+finish_test
 ((${#failed[@]} == 0))

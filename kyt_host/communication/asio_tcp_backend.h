@@ -6,6 +6,8 @@
 #include "kyt_host/communication/backend_base.h"
 #include "kyt_host/export.h"
 
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
 namespace kyt_host::detail {
 class Connection;
 }

@@ -13,6 +13,8 @@
 #include "kyt_host/communication/strategy.h"
 #include "kyt_host/export.h"
 
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
 namespace kyt_host::detail {
 class CallbackQueue;
 }

@@ -8,6 +8,8 @@
 #include "kyt_host/communication/motion_queue.h"
 #include "kyt_host/export.h"
 
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
 /// One connection: its backend, and the lines that wait to be sent to the motion queue of each of the four robots.
 class KYT_HOST_API Communication {
  public:

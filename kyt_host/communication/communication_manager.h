@@ -14,6 +14,8 @@
 #include "kyt_host/communication/communication.h"
 #include "kyt_host/export.h"
 
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
 /// The connections of this process by handle, 1..1000.
 ///
 /// There before the first object of the application and never destroyed, so that whatever still asks while the process

@@ -9,6 +9,8 @@
 
 #include "kyt_host/export.h"
 
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
 /// The handler of one reply code: the last text that arrived under it, and who waits for the next.
 ///
 /// A connection has one for each code. Texts are stored on its reading thread and awaited on the callers' threads.

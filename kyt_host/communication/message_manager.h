@@ -11,6 +11,8 @@
 #include "kyt_host/communication/strategy.h"
 #include "kyt_host/export.h"
 
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
 /// The reply store of one connection: command code -> handler.
 ///
 /// All reply codes that the library knows are registered from the start. They are found without a lock; handlers of

@@ -10,6 +10,8 @@
 #include "kyt_host/command/command.h"
 #include "kyt_host/export.h"
 
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
 /// The lines that wait to be sent to the motion queue of one robot, first in, first out. Several threads may use it.
 class KYT_HOST_API MotionQueue {
  public:

@@ -9,6 +9,8 @@
 #include "kyt_host/communication/message_base_strategy.h"
 #include "kyt_host/export.h"
 
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
 // The reply handlers by class. A caller that waits for a reply checks the class of the handler that it gets; most
 // classes are nothing but that name. Those that do more come first and last.
 

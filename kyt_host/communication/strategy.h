@@ -1,5 +1,7 @@
 #pragma once
 
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
 /// The command code of a frame: the high byte names a functional group, the low byte the operation.
 ///
 /// A request carries the name of its operation and its reply stands beside it. The pair is fixed for each operation;

@@ -8,6 +8,8 @@
 #include "kyt_host/communication/strategy.h"
 #include "kyt_host/export.h"
 
+// The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
+
 // The frame that carries every message, all integers big-endian:
 //
 //   offset 0      2 bytes   magic 0x4E 0x66

@@ -58,14 +58,14 @@ TEST_F(StuckPeer, IsWaitedForAsLongAsItsSystemAnswers) {
   controller.stopReading(true);
   auto sending = std::async(std::launch::async, [&] {
     std::string text;
-    text.resize(32'000'000, 'x');
+    text.resize(24'000'000, 'x');
     return ClientManager::getClient(robot)->sendPieces(anyCode, text, 60'000);
   });
   EXPECT_EQ(sending.wait_for(14s), std::future_status::timeout);  // longer than a peer that is gone is waited for
   controller.stopReading(false);
   ASSERT_EQ(sending.wait_for(20s), std::future_status::ready);
   EXPECT_TRUE(sending.get());
-  EXPECT_EQ(speedOf(robot), 50);
+  EXPECT_TRUE(eventually([&] { return speedOf(robot) == 50; }));  // the controller still has much to take in
   EXPECT_EQ(controller.connections(), 1U);
 }
 

@@ -64,7 +64,8 @@ TEST_F(BulkTransfer, ABackupTellsItsProgressAndTrustsNoName) {
 
   controller.silence(Strategy::ListJobFiles);
   const auto flood = [&] {
-    for (int i = 0; i < 30; ++i) controller.push(Strategy::JobFileNameReply, std::string(60'000, '['));
+    controller.push(Strategy::JobFileNameReply, std::string(60'000, '['));
+    for (int i = 0; i < 20; ++i) controller.push(Strategy::JobFileNameReply, '"' + std::string(60'000, 'x') + '"');
     controller.push(Strategy::JobFileListFinished, "");
   };
   controller.clearReceived();
