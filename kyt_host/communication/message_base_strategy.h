@@ -2,18 +2,21 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <mutex>
 #include <string>
 #include <string_view>
 
 #include "kyt_host/export.h"
 
+namespace kyt_host::detail {
+class Waiter;
+}
+
 // The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
 
 /// The handler of one reply code: the last text that arrived under it, and who waits for the next.
 ///
-/// A connection has one for each code. Texts are stored on its reading thread and awaited on the callers' threads.
+/// A connection has one for each code. Texts are stored by whoever reads and awaited on the callers' threads.
 class KYT_HOST_API MessageBaseStrategy {
  public:
   MessageBaseStrategy();
@@ -53,35 +56,32 @@ class KYT_HOST_API MessageBaseStrategy {
   /// A text that had arrived before, and that nobody has consumed, goes to whoever comes next.
   class KYT_HOST_API Ticket {
    public:
-    /// @param text   receives the text; stays in place as long as the ticket
-    /// @param fresh  forget a text that had arrived before
-    Ticket(MessageBaseStrategy& handler, std::string& text, bool fresh = false);
-    ~Ticket();
+    /// @param text    receives the text; stays in place as long as the ticket
+    /// @param waiter  is woken when there is something to look at
+    /// @param fresh   forget a text that had arrived before
+    Ticket(MessageBaseStrategy& handler, std::string& text, kyt_host::detail::Waiter& waiter, bool fresh = false);
+    ~Ticket();  ///< a text that has not been taken is left to whoever comes next
     Ticket(const Ticket&) = delete;
     Ticket& operator=(const Ticket&) = delete;
 
-    /// Waits for the text.
-    /// @param ended  once true, nothing can arrive any more: the wait gives up (see `endWaits`)
-    /// @return false at the deadline, or when `ended`
-    bool await(Deadline deadline, const std::atomic<bool>& ended);
+    /// Whether the text is there, which has been consumed then. To be read once the ticket is gone.
+    bool take() { return taken_ = served_; }
 
    private:
     friend class MessageBaseStrategy;
 
     MessageBaseStrategy& handler_;
     std::string& text_;
-    bool served_ = false;
+    kyt_host::detail::Waiter& waiter_;
+    std::atomic<bool> served_{false};
+    bool taken_ = false;
     Ticket* next_ = nullptr;
   };
 
   /// Takes a ticket and waits, milliseconds or, when they are 0, without limit.
-  /// @param text  if given, receives the text
+  /// @param ended  once true, nothing can arrive any more: the wait gives up (see `endWaits`)
+  /// @param text   if given, receives the text
   bool await(int timeoutMs, const std::atomic<bool>& ended, std::string* text = nullptr);
-
-  /// Waits for a text of one of two handlers, and consumes it; when both have one, that of `first`.
-  /// @return the handler whose text is now in `text`, or null at the deadline or when `ended`
-  static MessageBaseStrategy* awaitEither(MessageBaseStrategy& first, MessageBaseStrategy& second, Deadline deadline,
-                                          const std::atomic<bool>& ended, std::string& text);
 
   /// Makes everybody who waits here look at `ended` again.
   void endWaits();
@@ -95,15 +95,8 @@ class KYT_HOST_API MessageBaseStrategy {
   bool received_ = false;
 
  private:
-  template <class Done>
-  void sleepUntil(std::unique_lock<std::mutex>& lock, Deadline deadline, const Done& done);
   bool consume(std::string& text);
   bool deal(std::string_view data);
-  void wakeAll();
-
-  std::condition_variable arrived_;
-  unsigned int sleepers_ = 0;
-  MessageBaseStrategy* alsoWakes_ = nullptr;  // there somebody waits, or has waited, for a text of either
 
   Ticket* row_ = nullptr;  // first come, first served
   std::atomic<unsigned int> waiting_{0};

@@ -13,6 +13,7 @@
 #include "kyt_host/communication/communication_manager.h"
 #include "kyt_host/communication/detail/callback_queue.h"
 #include "kyt_host/communication/detail/quiet_thread.h"
+#include "kyt_host/communication/detail/watcher.h"
 
 using namespace kyt_host::detail;
 
@@ -97,9 +98,15 @@ void ClientManager::closeConnections() {
 
 void ClientManager::watchForks() { pthread_atfork(beforeFork, afterForkInParent, afterForkInChild); }
 
-void ClientManager::beforeFork() { mutex_.lock(); }
+void ClientManager::beforeFork() {
+  mutex_.lock();
+  Watcher::beforeFork();
+}
 
-void ClientManager::afterForkInParent() { mutex_.unlock(); }
+void ClientManager::afterForkInParent() {
+  Watcher::afterForkInParent();
+  mutex_.unlock();
+}
 
 // The connections are the parent's, and stay as they are. Their handles name nothing here, and are given out again only
 // after all others.
@@ -113,5 +120,6 @@ void ClientManager::afterForkInChild() {
   }
   leftBehind().clear();
   CallbackQueue::leaveAfterFork();
+  Watcher::afterForkInChild();
   mutex_.unlock();
 }

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "kyt_host/kyt_host.h"
+#include "tests/support/callbacks.h"
 #include "tests/support/process_state.h"
 #include "tests/support/raw_peer.h"
 
@@ -105,15 +106,28 @@ TEST_F(RunningOut, OfThreadsLeavesNothingBehind) {
   const ProcessState before;
   setStackSize(gigabyte << 16);  // more than there are addresses: not one thread can be started
   EXPECT_EQ(connect(), -1);
-  if (!sanitized) {  // room for the first of two threads: sanitizers reserve memory by the terabyte
-    setStackSize(4 * gigabyte);
-    limit(RLIMIT_AS, 7 * gigabyte, false);
-    EXPECT_EQ(connect(), -1);
-    limit(RLIMIT_AS, RLIM_INFINITY, false);
-  }
   EXPECT_TRUE(eventually([&] { return ProcessState() == before; })) << ProcessState() << ", before: " << before;
   setStackSize(8 * gigabyte / 1024);
-  EXPECT_EQ(connect(), sanitized ? 3 : 4);
+  const SOCKETFD fd = connect();
+  EXPECT_EQ(fd, 3);
+
+  // Callbacks begin at the next occasion.
+  EventLog received;
+  FrameCallback::action = [&](int code, const char*) { received.add(std::to_string(code)); };
+  recv_message(fd, FrameCallback::call);
+  for (int i = 0; i < 2; ++i) static_cast<void>(listener.accept());  // those that are gone
+  const Descriptor peer = listener.accept();
+  setStackSize(gigabyte << 16);
+  testing::internal::CaptureStderr();
+  peer.send(assemblySendMessage(static_cast<Strategy>(1), ""));
+  int speed = 0;
+  EXPECT_EQ(get_speed(fd, speed), RECEIVE_FAILED);
+  EXPECT_NE(testing::internal::GetCapturedStderr().find("No thread for callbacks"), std::string::npos);
+  setStackSize(8 * gigabyte / 1024);
+  peer.send(assemblySendMessage(static_cast<Strategy>(2), ""));
+  EXPECT_TRUE(received.waitFor(2));
+  EXPECT_EQ(received.all(), (std::vector<std::string>{"1", "2"}));
+  disconnect_robot(fd);
 }
 
 TEST(BrokenConnection, DoesNotKillWhoSends) {

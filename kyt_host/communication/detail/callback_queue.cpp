@@ -1,8 +1,11 @@
 #include "kyt_host/communication/detail/callback_queue.h"
 
 #include <algorithm>
+#include <new>
 #include <thread>
 #include <utility>
+
+#include <sys/mman.h>
 
 namespace kyt_host::detail {
 
@@ -14,7 +17,11 @@ constexpr std::size_t muchWaiting = 128 * 1024;
 constexpr std::size_t smallestBatch = 1024;
 
 // Small batches that wait share memory, up to this much.
-constexpr std::size_t largestShared = 16 * 1024;
+constexpr std::size_t largestShared = 256 * 1024;
+
+// From here on, memory is the system's own, and goes back to it at once: what a storm has taken would stay in a heap
+// whose last piece is in use.
+constexpr std::size_t smallestMapped = 64 * 1024;
 
 // Fresh memory costs more than what is done with it: a stream keeps its own, and most of it is let go when it pauses.
 constexpr std::size_t mostSpares = 64;
@@ -25,19 +32,34 @@ constexpr std::size_t largestSpare = 256 * 1024;
 
 thread_local CallbackQueue* CallbackQueue::runningHere_ = nullptr;
 
+void BatchRelease::operator()(char* bytes) const {
+  if (size < smallestMapped) {
+    delete[] bytes;
+  } else {
+    ::munmap(bytes, size);
+  }
+}
+
 void CallbackQueue::Batch::grow(std::size_t leastCapacity) {
-  const std::size_t headroom = capacity_ < largestShared ? capacity_ : capacity_ / 4;
-  capacity_ = std::max({leastCapacity, capacity_ + headroom, smallestBatch});
-  std::unique_ptr<char[]> bytes(new char[capacity_]);
-  std::copy(begin(), end(), bytes.get());
-  bytes_ = std::move(bytes);
+  const std::size_t roomy = capacity_ < largestShared ? std::min(2 * capacity_, largestShared) : capacity_ * 5 / 4;
+  const std::size_t capacity = std::max({leastCapacity, roomy, smallestBatch});
+  char* memory = nullptr;
+  if (capacity < smallestMapped) {
+    memory = new char[capacity];
+  } else {
+    void* const mapped = ::mmap(nullptr, capacity, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (mapped == MAP_FAILED) throw std::bad_alloc();
+    memory = static_cast<char*>(mapped);
+  }
+  std::copy(begin(), end(), memory);
+  bytes_ = std::unique_ptr<char[], BatchRelease>(memory, BatchRelease{capacity});
+  capacity_ = capacity;
 }
 
 void CallbackQueue::publish() {
   if (making_.size() == 0) return;
   if (handOver()) published_.notify_one();  // without the mutex, so that the thread that wakes need not wait for it
   if (occupiedBytes() > muchWaiting) std::this_thread::yield();
-  waitForRoom();
 }
 
 // Whether the delivering thread has to be woken.
@@ -72,11 +94,34 @@ std::size_t CallbackQueue::occupiedBytes() {
   return occupiedBytes_;
 }
 
-void CallbackQueue::waitForRoom() {
+bool CallbackQueue::hasRoom() {
+  const std::lock_guard lock(mutex_);
+  readerWaits_ = !isRoom();
+  return !readerWaits_;
+}
+
+bool CallbackQueue::awaitRoom(std::chrono::steady_clock::time_point deadline) {
   std::unique_lock lock(mutex_);
-  readerWaits_ = true;
-  room_.wait(lock, [&] { return occupiedBytes_ <= currentCapacity() || stopped_; });
+  const auto roomThere = [this] { return isRoom(); };
+  if (deadline == std::chrono::steady_clock::time_point::max()) return room_.wait(lock, roomThere), true;
+  return isRoom() || room_.wait_until(lock, deadline, roomThere);
+}
+
+// With the mutex held, but not while it is told.
+void CallbackQueue::tellRoom(std::unique_lock<std::mutex>& lock) {
+  room_.notify_all();
+  if (!readerWaits_ || !isRoom()) return;
   readerWaits_ = false;
+  lock.unlock();
+  if (onRoom) onRoom();
+  lock.lock();
+}
+
+bool CallbackQueue::needsThread() {
+  if (begun_) return false;
+  const std::lock_guard lock(mutex_);
+  if (batches_.empty()) return false;
+  return !begun_.exchange(true);
 }
 
 void CallbackQueue::run(const Deliver& deliver) {
@@ -96,7 +141,7 @@ void CallbackQueue::run(const Deliver& deliver) {
     lock.lock();
     delivering_ = false;
     occupiedBytes_ -= batch.capacity();
-    if (readerWaits_) room_.notify_one();
+    tellRoom(lock);
     if (batches_.empty() || stopped_) quiet_.notify_all();
     batch.clear();
     if (spares_.size() < mostSpares && batch.capacity() <= largestSpare) spares_.push_back(std::move(batch));
@@ -124,11 +169,11 @@ void CallbackQueue::deliverBatch(const Batch& batch, const Deliver& deliver) {
 }
 
 void CallbackQueue::stop() {
-  const std::lock_guard lock(mutex_);
+  std::unique_lock lock(mutex_);
   stopped_ = true;
   published_.notify_all();
-  room_.notify_all();
   quiet_.notify_all();
+  tellRoom(lock);
 }
 
 bool CallbackQueue::awaitQuiet(std::chrono::steady_clock::time_point deadline) {
@@ -141,9 +186,9 @@ bool CallbackQueue::awaitQuiet(std::chrono::steady_clock::time_point deadline) {
 
 CallbackQueue::WaitingForReply::WaitingForReply() {
   if (runningHere_ == nullptr) return;
-  const std::lock_guard lock(runningHere_->mutex_);
+  std::unique_lock lock(runningHere_->mutex_);
   runningHere_->callbackWaits_ = true;
-  runningHere_->room_.notify_one();
+  runningHere_->tellRoom(lock);
 }
 
 CallbackQueue::WaitingForReply::~WaitingForReply() {

@@ -16,10 +16,16 @@
 
 namespace kyt_host::detail {
 
-/// What one connection's reading thread hands to the thread that calls the user's callbacks.
+/// Gives back memory of a batch.
+struct BatchRelease {
+  std::size_t size = 0;
+  void operator()(char* bytes) const;
+};
+
+/// What the reader of one connection hands to the thread that calls the user's callbacks.
 ///
 /// The reader adds events and publishes them in batches; the other thread delivers them one at a time, in order.
-/// Nothing is dropped: when what waits occupies more than `capacity` bytes, publishing blocks, and with it the reading.
+/// Nothing is dropped: while what waits occupies more than `capacity` bytes there is no room, and nothing is read.
 class CallbackQueue {
  public:
   static constexpr std::size_t capacity = 4 * 1024 * 1024;
@@ -51,13 +57,28 @@ class CallbackQueue {
     bytes[sizeof record + text.size()] = '\0';
   }
 
-  /// Reader: hands over the batch in the making, if there is one; blocks while too much waits already.
+  /// Reader: hands over the batch in the making, if there is one.
   void publish();
+
+  /// Whether the reader may go on. If not, `onRoom` is called as soon as it may.
+  bool hasRoom();
+
+  /// Waits for that. @return false when it is not so by `deadline`
+  bool awaitRoom(std::chrono::steady_clock::time_point deadline);
+
+  /// Called on the thread that makes room. Set before anything is published.
+  std::function<void()> onRoom;
+
+  /// Whether something waits, and nobody has begun to deliver. Then whoever asks has to see to it.
+  bool needsThread();
+
+  /// That could not be done.
+  void hasNoThread() { begun_ = false; }
 
   /// Delivers events on the calling thread until `stop`.
   void run(const Deliver& deliver);
 
-  /// Ends `run` after the event being delivered, and any `publish` that blocks. What is added from then on is dropped.
+  /// Ends `run` after the event being delivered. What is added from then on is dropped, so that there is room.
   void stop();
 
   bool stopped() const { return stopped_; }
@@ -109,7 +130,7 @@ class CallbackQueue {
    private:
     void grow(std::size_t leastCapacity);
 
-    std::unique_ptr<char[]> bytes_;
+    std::unique_ptr<char[], BatchRelease> bytes_;
     std::size_t size_ = 0;
     std::size_t capacity_ = 0;
   };
@@ -117,7 +138,8 @@ class CallbackQueue {
   bool handOver();
   Batch takeSpare();
   std::size_t occupiedBytes();
-  void waitForRoom();
+  bool isRoom() const { return occupiedBytes_ <= currentCapacity() || stopped_; }
+  void tellRoom(std::unique_lock<std::mutex>& lock);
   void waitForBatch(std::unique_lock<std::mutex>& lock);
   void deliverBatch(const Batch& batch, const Deliver& deliver);
   std::size_t currentCapacity() const { return callbackWaits_ ? capacityWhileCallbackWaits : capacity; }
@@ -134,6 +156,7 @@ class CallbackQueue {
   bool delivering_ = false;
   bool idle_ = false;         // the delivering thread sleeps
   bool readerWaits_ = false;  // for room
+  std::atomic<bool> begun_{false};
   bool callbackWaits_ = false;
   std::atomic<bool> stopped_{false};  // set with the mutex held
 

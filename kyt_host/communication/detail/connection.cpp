@@ -11,7 +11,7 @@
 #include <asio/error.hpp>
 
 #include "kyt_host/communication/detail/append_frame.h"
-#include "kyt_host/communication/detail/frame_buffer.h"
+#include "kyt_host/communication/detail/descriptor_limit.h"
 #include "kyt_host/communication/wire_frame.h"
 #include "kyt_host/detail/guarded.h"
 
@@ -22,6 +22,7 @@ namespace {
 constexpr std::chrono::seconds reconnectPause{5};
 constexpr std::chrono::milliseconds lastCommandTime{100};
 constexpr std::chrono::seconds commandTimeLimit{1};
+constexpr std::chrono::milliseconds closeTimeLimit{900};
 constexpr std::string_view filePort = "5000";
 
 // Name look-up would take such a number modulo 65536.
@@ -85,13 +86,15 @@ bool Connection::open() {
   {
     const Changing changing(*this, false);
     const auto session = beginSession();
-    if (connect(*session, reason)) {
+    restored_ = false;
+    try {
+      if (!connect(*session, reason)) beginToRead(*session);
+    } catch (...) {
+      abandonAttempt();
       setSession(nullptr);
-    } else {
-      store.reopen();
-      state_ = State::Connected;
-      startThreads(session);
+      throw;
     }
+    if (!reason.empty()) setSession(nullptr);
   }
   if (!reason.empty()) printLine(std::cerr, "Connect error: " + reason);
   return reason.empty();
@@ -101,7 +104,7 @@ bool Connection::open() {
 std::shared_ptr<Session> Connection::beginSession() {
   const std::lock_guard lock(mutex_);
   if (session_ != nullptr) throw std::system_error(asio::error::already_open);
-  session_ = std::make_shared<Session>();
+  session_ = std::make_shared<Session>(owner_, store, link_, receiveCallback, static_cast<Reader::Events&>(*this));
   process_ = ::getpid();
   return session_;
 }
@@ -113,33 +116,44 @@ std::error_code Connection::connect(Session& session, std::string& reason) {
   return error;
 }
 
-void Connection::startThreads(const std::shared_ptr<Session>& session) try {
-  const auto self = shared_from_this();
-  session->start([self, session] { self->read(*session); });
-  session->start([self, session] {
-    session->callbacks.run([&](const auto& event, const char* text) { self->callBack(*session, event, text); });
-  });
-} catch (...) {  // the system has no threads left
-  state_ = State::Closed;
-  session->stop();
-  link_.shutdown();
-  session->join();
+// Throws when the system has no descriptors or threads left.
+void Connection::beginToRead(Session& session) {
+  std::error_code error;
+  auto watcher = Watcher::ofThisProcess(error);
+  while (error == asio::error::no_descriptors && raiseDescriptorLimit()) watcher = Watcher::ofThisProcess(error);
+  if (watcher == nullptr) throw std::system_error(error);
+  if (restored_) {
+    sendFailure_.over(std::cerr);
+    printLine(std::cout, DIAGNOSTICS_INFORMATION, "Service IP = " + ip + ". Successfully reconnected.");
+  } else {
+    store.reopen();
+  }
+  state_ = State::Connected;
+  if (restored_ && reconnectCallback.load() != nullptr) {
+    session.callbacks.add({0, CallbackQueue::OfReconnection}, {});  // as long as nobody reads
+    session.callbacks.publish();
+    if (session.callbacks.needsThread()) callbackDue();
+  }
+  session.reader.begin(std::move(watcher), weak_from_this());
+}
+
+void Connection::abandonAttempt() {
+  state_ = restored_ ? State::Broken : State::Closed;
   link_.close();
-  setSession(nullptr);
-  throw;
 }
 
 // --- sending ---
 
 // What is sent goes out in the order in which `onTurn` is called.
 template <class MakeFrames, class OnTurn>
-bool Connection::write(Deadline deadline, const MakeFrames& makeFrames, const OnTurn& onTurn) {
+bool Connection::write(Deadline deadline, const MakeFrames& makeFrames, const OnTurn& onTurn,
+                       const std::function<void()>& beforeWaiting) {
   std::string failure;
   try {
     const std::string frames = makeFrames();
     TcpLink::Writer writer(link_, deadline);
     if (writer) onTurn();
-    const std::error_code error = writer.write(frames);
+    const std::error_code error = writer.write(frames, beforeWaiting);
     lastSent_ = std::chrono::steady_clock::now();
     if (!error) return true;
     failure = "Error sending message to " + target() + ". Exception: " + error.message();
@@ -153,7 +167,7 @@ bool Connection::write(Deadline deadline, const MakeFrames& makeFrames, const On
 bool Connection::send(unsigned int code, const std::string& payload) {
   return write(
       std::chrono::steady_clock::now() + commandTimeLimit,
-      [&] { return assemblySendMessage(static_cast<Strategy>(code), payload); }, [] {});
+      [&] { return assemblySendMessage(static_cast<Strategy>(code), payload); }, [] {}, [] {});
 }
 
 // However long the peer takes: these are files.
@@ -165,102 +179,128 @@ bool Connection::sendPieces(unsigned int code, std::string_view bytes, std::size
       appendFrame(all, static_cast<Strategy>(code), bytes.substr(0, pieceSize));
     return all;
   };
-  return write(TcpLink::noDeadline, frames, [] {});
+  return write(
+      TcpLink::noDeadline, frames, [] {}, [] {});
 }
 
+// A caller who is to read the reply has to be known as the reader before it can come.
 MessageBaseStrategy* Connection::exchange(unsigned int requestCode, const std::string& payload, unsigned int replyCode,
                                           Deadline deadline, std::string& text) {
+  const auto session = this->session();
+  if (session == nullptr || store.ended()) return nullptr;
   MessageBaseStrategy* const handler = store.findOrAdd(static_cast<Strategy>(replyCode));
   const CallbackQueue::WaitingForReply waiting;
-  if (store.ended()) return nullptr;
+  Reader::Caller caller(session->reader);
   std::optional<MessageBaseStrategy::Ticket> ticket;
+  const auto onTurn = [&] {
+    caller.readIfNobodyDoes();
+    if (freshReplies) caller.catchUp();
+    ticket.emplace(*handler, text, caller.waiter, freshReplies);
+  };
   const bool sent = write(
-      deadline, [&] { return assemblySendMessage(static_cast<Strategy>(requestCode), payload); },
-      [&] { ticket.emplace(*handler, text, freshReplies); });
-  return sent && ticket->await(deadline, store.ended()) ? handler : nullptr;
+      deadline, [&] { return assemblySendMessage(static_cast<Strategy>(requestCode), payload); }, onTurn,
+      [&] { caller.letOthersRead(); });
+  return sent && caller.await(deadline, store.ended(), [&] { return ticket->take(); }) ? handler : nullptr;
 }
 
 // --- receiving ---
 
 MessageBaseStrategy* Connection::await(unsigned int code, int timeoutMs) {
+  const auto session = this->session();
   MessageBaseStrategy* const handler = store.findOrAdd(static_cast<Strategy>(code));
+  std::string unwanted;
+  if (session == nullptr) return handler->await(timeoutMs, store.ended()) ? handler : nullptr;
   const CallbackQueue::WaitingForReply waiting;
-  return handler->await(timeoutMs, store.ended()) ? handler : nullptr;
+  Reader::Caller caller(session->reader);
+  MessageBaseStrategy::Ticket ticket(*handler, unwanted, caller.waiter);
+  const Deadline deadline = MessageBaseStrategy::deadlineAfter(timeoutMs);
+  return caller.await(deadline, store.ended(), [&] { return ticket.take(); }) ? handler : nullptr;
 }
 
 MessageBaseStrategy* Connection::awaitEither(unsigned int first, unsigned int second, Deadline deadline,
                                              std::string& text) {
+  const auto session = this->session();
+  if (session == nullptr) return nullptr;
   const CallbackQueue::WaitingForReply waiting;
-  return MessageBaseStrategy::awaitEither(*store.findOrAdd(static_cast<Strategy>(first)),
-                                          *store.findOrAdd(static_cast<Strategy>(second)), deadline, store.ended(),
-                                          text);
+  Reader::Caller caller(session->reader);
+  MessageBaseStrategy* const handlers[] = {store.findOrAdd(static_cast<Strategy>(first)),
+                                           store.findOrAdd(static_cast<Strategy>(second))};
+  std::string ofSecond;
+  MessageBaseStrategy::Ticket ticketOfFirst(*handlers[0], text, caller.waiter);
+  MessageBaseStrategy::Ticket ticketOfSecond(*handlers[1], ofSecond, caller.waiter);
+  MessageBaseStrategy* reply = nullptr;
+  caller.await(deadline, store.ended(), [&] {
+    reply = ticketOfFirst.take() ? handlers[0] : ticketOfSecond.take() ? handlers[1] : nullptr;
+    return reply != nullptr;
+  });
+  if (reply == handlers[1]) text = std::move(ofSecond);
+  return reply;
 }
 
-// The reading thread, from the connection to its end.
-void Connection::read(Session& session) {
-  try {
-    bool restored = false;
-    do {
-      const bool heard = receive(session);
-      if (session.signal.stopped()) break;
-      state_ = State::Broken;
-      if (port == filePort) break;
-      printLine(std::cerr, DIAGNOSTICS_WARNING, "Service IP = " + ip + ". Connect break.");
-      // A peer that accepts only to close again is not called back at once, over and over.
-      if (restored && !heard) session.signal.sleepFor(reconnectPause);
-      restored = restore(session);
-    } while (restored);
-  } catch (const std::exception& exception) {  // the system has no memory left
-    printLine(std::cerr, "Service IP = " + ip + ". Reading ends: " + exception.what());
-    state_ = State::Broken;
-  }
-  if (!session.signal.stopped()) store.endWaits();
-  session.endReading();
+void Connection::readable() {
+  if (const auto session = this->session()) session->reader.readable();
 }
 
-// Takes frames until the connection breaks: one read for all that has arrived. Whether anything has. Once stopped, what
-// still comes is thrown away.
-bool Connection::receive(Session& session) {
-  bool heard = false;
-  FrameBuffer buffer;
-  FrameDispatcher dispatcher(owner_, store, session.callbacks, receiveCallback);
-  for (;;) {
-    std::error_code error;
-    const std::size_t count = link_.read(buffer.space(), buffer.spaceLeft(), error);
-    if (error || count == 0) return heard;
-    if (session.signal.stopped()) {
-      buffer.clear();
-      continue;
-    }
-    heard = true;
-    buffer.filled(count);
-    dispatcher.beginRead(buffer.waiting());
-    for (Frame frame; !session.signal.stopped() && buffer.next(frame);) {
-      if (frame.intact()) dispatcher.take(frame);
-    }
-    dispatcher.finishRead();
+// On the thread that has read. Others wait for that one perhaps, so the rest has a thread of its own.
+void Connection::broken(bool heard) {
+  const auto session = this->session();
+  if (session == nullptr || session->signal.stopped()) return;
+  state_ = State::Broken;
+  if (port != filePort) {
+    printLine(std::cerr, DIAGNOSTICS_WARNING, "Service IP = " + ip + ". Connect break.");
+    // A peer that accepts only to close again is not called back at once, over and over.
+    if (reconnect && startToRestore(session, heard || !restored_)) return;
   }
+  store.endWaits();
+}
+
+bool Connection::startToRestore(const std::shared_ptr<Session>& session, bool atOnce) try {
+  session->threads.start([self = shared_from_this(), session, atOnce] {
+    if (!atOnce) session->signal.sleepFor(reconnectPause);
+    if (!self->restore(*session) && !session->signal.stopped()) self->store.endWaits();
+  });
+  return true;
+} catch (const std::system_error& exception) {  // the system has no threads left
+  printLine(std::cerr, "Service IP = " + ip + ". No attempt to reconnect: " + exception.what());
+  return false;
 }
 
 // Restores a broken connection, however long that takes. False when it is not to be, or closed meanwhile.
 bool Connection::restore(Session& session) {
+  restored_ = true;
   while (reconnect && !session.signal.stopped()) {
     std::string reason;
-    const std::error_code error = connect(session, reason);
-    if (session.signal.stopped()) return false;
-    if (!error) {
-      sendFailure_.over(std::cerr);
-      printLine(std::cout, DIAGNOSTICS_INFORMATION, "Service IP = " + ip + ". Successfully reconnected.");
-      state_ = State::Connected;
-      session.callbacks.add({0, CallbackQueue::OfReconnection}, {});
-      session.callbacks.publish();
-      return true;
+    try {
+      const std::error_code error = connect(session, reason);
+      if (session.signal.stopped()) return false;
+      if (!error) {
+        beginToRead(session);
+        return true;
+      }
+    } catch (const std::exception& exception) {  // the system has no memory, descriptors or threads left
+      abandonAttempt();
+      reason = exception.what();
     }
     printLine(std::cerr, "Connect error: " + reason);
     printLine(std::cout, DIAGNOSTICS_INFORMATION, "Attempt to reconnect IP=" + ip + " ...");
     session.signal.sleepFor(reconnectPause);
   }
   return false;
+}
+
+// --- callbacks ---
+
+void Connection::callbackDue() {
+  const auto session = this->session();
+  if (session == nullptr) return;
+  try {
+    session->threads.start([self = shared_from_this(), session] {
+      session->callbacks.run([&](const auto& event, const char* text) { self->callBack(*session, event, text); });
+    });
+  } catch (const std::system_error& exception) {  // the system has no threads left: at the next occasion
+    session->callbacks.hasNoThread();
+    printLine(std::cerr, std::string("No thread for callbacks: ") + exception.what());
+  }
 }
 
 // On the calling-back thread. Callbacks are read at the last moment: one that was taken away is not called any more.
@@ -307,7 +347,9 @@ bool Connection::close() {
     store.endWaits();
     letLastCommandArrive(*session);
     link_.shutdown();
-    leftBehind = !session->join();
+    const Deadline deadline = std::chrono::steady_clock::now() + closeTimeLimit;
+    leftBehind = !session->reader.end(deadline);
+    leftBehind = !session->threads.join(deadline) || leftBehind;
     if (!leftBehind) link_.close();  // otherwise a thread that was left behind may still use the socket
     state_ = State::Closed;          // a reconnection may just have succeeded
     setSession(nullptr);
@@ -325,7 +367,7 @@ void Connection::letLastCommandArrive(Session& session) {
   const auto until = lastSent_.load() + lastCommandTime;
   if (std::chrono::steady_clock::now() >= until) return;
   link_.endWriting();
-  session.awaitEndOfReading(until);
+  session.reader.awaitEnd(until);
 }
 
 // Locks are as they were in the parent at that moment, and threads are not there at all: nothing of it is used again,

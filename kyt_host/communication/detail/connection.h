@@ -19,8 +19,9 @@
 
 namespace kyt_host::detail {
 
-/// A connection over TCP, from the attempt to connect to its end, as often as it is opened. Shared with its threads.
-class Connection : public std::enable_shared_from_this<Connection> {
+/// A connection over TCP, from the attempt to connect to its end, as often as it is opened. Shared with its threads,
+/// and with the watcher's.
+class Connection : public std::enable_shared_from_this<Connection>, public Watched, private Reader::Events {
  public:
   using Deadline = TcpLink::Deadline;
   using ReceiveCallback = FrameDispatcher::ReceiveCallback;
@@ -64,10 +65,13 @@ class Connection : public std::enable_shared_from_this<Connection> {
 
   std::shared_ptr<Session> beginSession();
   std::error_code connect(Session& session, std::string& reason);
-  void startThreads(const std::shared_ptr<Session>& session);
-  void read(Session& session);
-  bool receive(Session& session);
+  void beginToRead(Session& session);
+  void abandonAttempt();
+  void readable() override;
+  void broken(bool heard) override;
+  bool startToRestore(const std::shared_ptr<Session>& session, bool atOnce);
   bool restore(Session& session);
+  void callbackDue() override;
   void callBack(const Session& session, const CallbackQueue::Event& event, const char* text);
   void letLastCommandArrive(Session& session);
   bool inChildOfFork() const;
@@ -76,12 +80,14 @@ class Connection : public std::enable_shared_from_this<Connection> {
   std::shared_ptr<Session> session() const;
   void setSession(std::shared_ptr<Session> session);
   template <class MakeFrames, class OnTurn>
-  bool write(Deadline deadline, const MakeFrames& makeFrames, const OnTurn& onTurn);
+  bool write(Deadline deadline, const MakeFrames& makeFrames, const OnTurn& onTurn,
+             const std::function<void()>& beforeWaiting);
 
   BackendBase& owner_;
   TcpLink link_;
   std::atomic<State> state_{State::Closed};
   std::atomic<std::chrono::steady_clock::time_point> lastSent_{};
+  std::atomic<bool> restored_{false};  // it is not the application that has connected it
   RepeatedFailure sendFailure_;
 
   mutable std::mutex mutex_;  // guards what follows

@@ -1,48 +1,30 @@
 #pragma once
 
-#include <chrono>
-#include <condition_variable>
-#include <functional>
-#include <memory>
-#include <mutex>
-#include <thread>
-#include <vector>
-
 #include "kyt_host/communication/detail/callback_queue.h"
+#include "kyt_host/communication/detail/reader.h"
 #include "kyt_host/communication/detail/stop_signal.h"
+#include "kyt_host/communication/detail/thread_group.h"
 
 namespace kyt_host::detail {
 
 /// What lives from one Connect to its closeConnection. Its threads share it, so that one that had to be left behind (in
 /// a callback that closes its own connection, or does not return) finds everything in place, and stopped.
-class Session : public std::enable_shared_from_this<Session> {
- public:
+struct Session {
+  Session(BackendBase& owner, MessageManager& store, TcpLink& link,
+          const std::atomic<FrameDispatcher::ReceiveCallback>& receiveCallback, Reader::Events& events)
+      : reader(link, FrameDispatcher(owner, store, callbacks, receiveCallback), callbacks, signal, events) {
+    callbacks.onRoom = [this] { reader.goOn(); };
+  }
+
+  void stop() {
+    signal.stop();
+    callbacks.stop();
+  }
+
   StopSignal signal;
   CallbackQueue callbacks;
-
-  /// Runs `work` on a thread of its own. Throws when the system has no threads left.
-  void start(std::function<void()> work);
-
-  void stop();
-
-  /// The reading thread: nothing is read any more.
-  void endReading();
-
-  /// Whether that was so before `deadline`.
-  bool awaitEndOfReading(std::chrono::steady_clock::time_point deadline);
-
-  /// After `stop`: waits for the threads, but neither for the calling one nor longer than 0.9 seconds.
-  /// @return whether all threads but the calling one have ended
-  bool join();
-
- private:
-  void ended();
-
-  std::vector<std::thread> threads_;
-  std::mutex mutex_;
-  std::condition_variable progress_;
-  int running_ = 0;
-  bool reading_ = true;
+  Reader reader;
+  ThreadGroup threads;  ///< that calls back, and that restores a broken connection
 };
 
 }  // namespace kyt_host::detail

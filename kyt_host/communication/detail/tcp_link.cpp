@@ -129,22 +129,22 @@ TcpLink::Writer::~Writer() {
   if (hasTurn_) link_.writeTurn_.unlock();
 }
 
-std::error_code TcpLink::Writer::write(std::string_view bytes) {
+std::error_code TcpLink::Writer::write(std::string_view bytes, const std::function<void()>& beforeWaiting) {
   if (!hasTurn_) return asio::error::timed_out;
   if (!link_.unfinished_.empty()) {
     std::string_view rest = link_.unfinished_;
-    const std::error_code error = link_.send(rest, deadline_);
+    const std::error_code error = link_.send(rest, deadline_, beforeWaiting);
     link_.unfinished_.erase(0, link_.unfinished_.size() - rest.size());
     if (error) return error;
   }
   const std::size_t whole = bytes.size();
-  const std::error_code error = link_.send(bytes, deadline_);
+  const std::error_code error = link_.send(bytes, deadline_, beforeWaiting);
   if (error == asio::error::timed_out && bytes.size() < whole) link_.unfinished_ = bytes;
   return error;
 }
 
 // Takes what it sends off the front of `bytes`.
-std::error_code TcpLink::send(std::string_view& bytes, Deadline deadline) {
+std::error_code TcpLink::send(std::string_view& bytes, Deadline deadline, const std::function<void()>& beforeWaiting) {
   while (!bytes.empty()) {
     const ssize_t count = ::send(socket_, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
     if (count >= 0) {
@@ -157,6 +157,7 @@ std::error_code TcpLink::send(std::string_view& bytes, Deadline deadline) {
     }
     if (errno == EINTR) continue;
     if (errno != EAGAIN) return lastError();
+    beforeWaiting();
     if (const std::error_code error = waitForRoom(deadline)) return error;
   }
   return {};
@@ -191,9 +192,18 @@ void TcpLink::bePatient(std::chrono::milliseconds time) {
   setUserTimeout(socket_, std::chrono::duration_cast<std::chrono::milliseconds>(waited) + time);
 }
 
+bool TcpLink::awaitReadable(Deadline deadline) {
+  pollfd wait{socket_, POLLIN, 0};
+  if (deadline == noDeadline) return ::poll(&wait, 1, -1) > 0;
+  const auto left = std::max<Deadline::duration>(deadline - std::chrono::steady_clock::now(), 0s);
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
+  const timespec time{seconds.count(), std::chrono::nanoseconds(left - seconds).count()};
+  return ::ppoll(&wait, 1, &time, nullptr) > 0;
+}
+
 std::size_t TcpLink::read(char* bytes, std::size_t size, std::error_code& error) {
   for (;;) {
-    const ssize_t count = ::recv(socket_, bytes, size, 0);
+    const ssize_t count = ::recv(socket_, bytes, size, MSG_DONTWAIT);
     if (count >= 0) return static_cast<std::size_t>(count);
     if (errno == EINTR) continue;
     error = lastError();

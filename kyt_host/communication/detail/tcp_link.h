@@ -4,6 +4,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -15,8 +16,8 @@ namespace kyt_host::detail {
 
 /// The TCP socket of one connection, and the one descriptor that it costs.
 ///
-/// One thread reads, any thread writes, any thread shuts down; the reading thread replaces a broken socket by a new
-/// one. Reads block until something comes or `shutdown` ends them.
+/// One thread at a time reads, any thread writes, any thread shuts down; a broken socket is replaced by a new one while
+/// nobody reads. Waiting for something to read ends when something comes, and at `shutdown`.
 class TcpLink {
  public:
   static constexpr std::chrono::seconds connectTimeLimit{10};
@@ -62,7 +63,8 @@ class TcpLink {
 
     /// Writes all bytes, or says why not: `timed_out` at the deadline. The rest of a frame that had been begun by then
     /// goes out before whatever is written next.
-    std::error_code write(std::string_view bytes);
+    /// @param beforeWaiting  called when the peer does not take everything in at once
+    std::error_code write(std::string_view bytes, const std::function<void()>& beforeWaiting);
 
    private:
     TcpLink& link_;
@@ -70,8 +72,14 @@ class TcpLink {
     bool hasTurn_;
   };
 
-  /// Reads what has arrived, at most `size` bytes; waits until something has. 0: the peer has closed.
+  /// Waits until there is something to read, or an end to notice. False at the deadline, and when a signal interrupts.
+  bool awaitReadable(Deadline deadline);
+
+  /// Reads what has arrived, at most `size` bytes; `would_block` when nothing has. 0: the peer has closed.
   std::size_t read(char* bytes, std::size_t size, std::error_code& error);
+
+  /// The descriptor; stays what it is while somebody reads.
+  int socket() const { return socket_; }
 
   /// Says goodbye: what has been written still arrives, and reading goes on.
   void endWriting();
@@ -86,7 +94,7 @@ class TcpLink {
   void abandon();
 
  private:
-  std::error_code send(std::string_view& bytes, Deadline deadline);
+  std::error_code send(std::string_view& bytes, Deadline deadline, const std::function<void()>& beforeWaiting);
   std::error_code waitForRoom(Deadline deadline);
   void bePatient(std::chrono::milliseconds time);
   void shutdown(int what);

@@ -1,0 +1,228 @@
+#include "kyt_host/communication/detail/reader.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <asio/error.hpp>
+
+#include "kyt_host/detail/diagnostics.h"
+
+namespace kyt_host::detail {
+
+namespace {
+
+// So that a peer that never pauses leaves the watcher's threads to others, too.
+constexpr int readsInARow = 16;
+
+// For those who want to know whether it makes a difference.
+bool callersMayRead() {
+  static const bool may = [] {
+    const char* const readers = std::getenv("KYT_HOST_READERS");
+    return readers == nullptr || std::string_view(readers) != "watcher";
+  }();
+  return may;
+}
+
+}  // namespace
+
+Reader::Reader(TcpLink& link, const FrameDispatcher& dispatcher, CallbackQueue& callbacks, const StopSignal& signal,
+               Events& events)
+    : link_(link), dispatcher_(dispatcher), callbacks_(callbacks), signal_(signal), events_(events) {}
+
+// --- who reads ---
+
+void Reader::begin(std::shared_ptr<Watcher> watcher, std::weak_ptr<Watched> watched) {
+  const std::lock_guard lock(mutex_);
+  if (closed_) return;
+  buffer_.clear();
+  watched_ = watcher->add(link_.socket(), std::move(watched));
+  watcher_ = std::move(watcher);
+  state_ = State::Reading;
+  passOn();
+}
+
+// With the mutex held. Whether the caller, or the watcher, has the role now.
+bool Reader::take(Caller* caller) {
+  if (state_ != State::Resting || closed_) return false;
+  if (caller != nullptr) {
+    stopWatching();
+    caller->reads_ = true;
+  }
+  watching_ = false;
+  state_ = State::Reading;
+  readingThread_ = std::this_thread::get_id();
+  readingCaller_ = caller;
+  return true;
+}
+
+// With the mutex held: from whoever reads to the next one.
+void Reader::passOn() {
+  if (readingCaller_ != nullptr) readingCaller_->reads_ = false;
+  readingCaller_ = nullptr;
+  if (state_ != State::Reading) return;
+  const auto next = closed_ ? callers_.end() : std::find_if(callers_.begin(), callers_.end(), [](Caller* caller) {
+    return !caller->waiter.woken();  // otherwise it has what it has waited for, or its time is over
+  });
+  if (next != callers_.end()) {
+    readingCaller_ = *next;
+    readingThread_ = readingCaller_->thread_;
+    callers_.erase(next);
+    asleep_ = true;
+    readingCaller_->reads_ = true;  // first, so that it does not look as if nobody knew the caller any more
+    readingCaller_->queued_ = false;
+    readingCaller_->waiter.wake();
+    return;
+  }
+  state_ = State::Resting;
+  changed_.notify_all();
+  rest();
+}
+
+// With the mutex held. When callbacks are behind, they have to catch up first: see `goOn`.
+void Reader::rest() {
+  if (closed_ || watching_ || !callbacks_.hasRoom()) return;
+  watching_ = true;
+  watcher_->watch(link_.socket(), watched_);
+}
+
+void Reader::stopWatching() {
+  if (watching_) watcher_->stopWatching(link_.socket(), watched_);
+}
+
+void Reader::goOn() {
+  const std::lock_guard lock(mutex_);
+  if (state_ == State::Resting) rest();
+}
+
+bool Reader::awaitEnd(Deadline deadline) {
+  std::unique_lock lock(mutex_);
+  return changed_.wait_until(lock, deadline, [this] { return state_ == State::Ended; });
+}
+
+bool Reader::end(Deadline deadline) {
+  std::shared_ptr<Watcher> unused;  // without the mutex, since its threads are waited for
+  std::unique_lock lock(mutex_);
+  closed_ = true;
+  const auto nobodyReads = [this] { return state_ != State::Reading || readingThread_ == std::this_thread::get_id(); };
+  const bool ended = changed_.wait_until(lock, deadline, nobodyReads);
+  if (state_ == State::Resting) {
+    state_ = State::Ended;
+    watcher_->remove(link_.socket(), watched_);
+    unused = std::move(watcher_);
+  }
+  return ended;
+}
+
+// --- callers ---
+
+void Reader::Caller::readIfNobodyDoes() {
+  if (!callersMayRead()) return;
+  const std::lock_guard lock(reader_.mutex_);
+  reader_.take(this);
+}
+
+void Reader::Caller::catchUp() {
+  std::size_t count = 1;
+  for (int reads = 0; reads < readsInARow && reads_ && count > 0 && reader_.callbacks_.hasRoom(); ++reads)
+    reader_.readSome(count);
+}
+
+void Reader::Caller::letOthersRead() {
+  if (!reads_ && !queued_) return;
+  const std::lock_guard lock(reader_.mutex_);
+  if (queued_) reader_.callers_.erase(std::find(reader_.callers_.begin(), reader_.callers_.end(), this));
+  queued_ = false;
+  if (reads_) reader_.passOn();
+}
+
+bool Reader::Caller::mayRead() {
+  if (reads_) return true;
+  if (!callersMayRead()) return false;
+  const std::lock_guard lock(reader_.mutex_);
+  if (reads_ || reader_.take(this)) return true;
+  // A signal handler has interrupted the very thread that reads, and that waits for as long.
+  if (reader_.state_ == State::Reading && reader_.readingThread_ == thread_ && reader_.asleep_) return true;
+  if (!queued_) reader_.callers_.push_back(this);
+  queued_ = true;
+  return false;
+}
+
+// --- reading ---
+
+// A caller. Not in one system call: what interrupts it while it waits may read in its place.
+void Reader::read(Deadline deadline) {
+  if (!callbacks_.awaitRoom(deadline)) return;
+  asleep_ = true;
+  const bool readable = link_.awaitReadable(deadline);
+  asleep_ = false;
+  std::size_t count = 0;
+  if (readable) readSome(count);
+}
+
+void Reader::readable() {
+  {
+    const std::lock_guard lock(mutex_);
+    if (!take(nullptr)) return;
+  }
+  for (int reads = 0; reads < readsInARow && callbacks_.hasRoom(); ++reads) {
+    const std::size_t room = buffer_.spaceLeft();
+    std::size_t count = 0;
+    if (!readSome(count)) return;
+    const std::lock_guard lock(mutex_);
+    if (count < room || !callers_.empty()) break;
+  }
+  const std::lock_guard lock(mutex_);
+  passOn();
+}
+
+// Takes in all that has arrived, as far as it fits: one read. False when the connection has ended.
+bool Reader::readSome(std::size_t& count) {
+  std::error_code error;
+  count = link_.read(buffer_.space(), buffer_.spaceLeft(), error);
+  if (error == asio::error::would_block) return true;
+  try {
+    if (!error && count > 0) {
+      takeIn(count);
+      return true;
+    }
+  } catch (const std::exception& exception) {  // the system has no memory left
+    printLine(std::cerr, std::string("Reading ends: ") + exception.what());
+  }
+  lost();
+  return false;
+}
+
+// Once stopped, what still comes is thrown away.
+void Reader::takeIn(std::size_t count) {
+  if (signal_.stopped()) {
+    buffer_.clear();
+    return;
+  }
+  heard_ = true;
+  buffer_.filled(count);
+  dispatcher_.beginRead(buffer_.waiting());
+  for (Frame frame; !signal_.stopped() && buffer_.next(frame);) {
+    if (frame.intact()) dispatcher_.take(frame);
+  }
+  dispatcher_.finishRead();
+  if (callbacks_.needsThread()) events_.callbackDue();
+}
+
+void Reader::lost() {
+  std::shared_ptr<Watcher> unused;
+  {
+    const std::lock_guard lock(mutex_);
+    state_ = State::Ended;
+    passOn();
+    watcher_->remove(link_.socket(), watched_);
+    unused = std::move(watcher_);
+    changed_.notify_all();
+  }
+  events_.broken(std::exchange(heard_, false));
+}
+
+}  // namespace kyt_host::detail
