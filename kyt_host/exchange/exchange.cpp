@@ -1,5 +1,9 @@
 #include "kyt_host/exchange/exchange.h"
 
+#include <algorithm>
+#include <array>
+#include <cstdint>
+
 #include "kyt_host/communication/communication_manager.h"
 #include "kyt_host/communication/wire_frame.h"
 #include "kyt_host/detail/guarded.h"
@@ -37,6 +41,34 @@ std::string Request::text() const {
   if (const auto* const written = std::get_if<std::string>(&object_)) return *written;
   if (const auto* const object = std::get_if<nlohmann::json>(&object_)) return writeCompact(*object);
   return writeWithLineFeed(std::get<Json::Value>(object_));
+}
+
+// Most requests are a few whole numbers, for which no object has to be made.
+Request compact(std::initializer_list<Member> members) {
+  std::array<const Member*, 16> few{};
+  const bool plain =
+      members.size() <= few.size() && std::all_of(members.begin(), members.end(), [](const Member& member) {
+        return member.value.is_number_integer() || member.value.is_boolean();
+      });
+  if (!plain) {
+    nlohmann::json object = nlohmann::json::object();
+    for (const Member& member : members) object.emplace(member.key, std::move(member.value));
+    return Request(std::move(object));
+  }
+  const auto end =
+      std::transform(members.begin(), members.end(), few.begin(), [](const Member& member) { return &member; });
+  std::sort(few.begin(), end, [](const Member* left, const Member* right) { return left->key < right->key; });
+  std::string text = "{";
+  for (auto member = few.begin(); member != end; ++member) {
+    const nlohmann::json& value = (*member)->value;
+    text.append(text.size() > 1 ? ",\"" : "\"").append((*member)->key).append("\":");
+    if (value.is_boolean()) {
+      text += value.get<bool>() ? "true" : "false";
+    } else {
+      text += std::to_string(value.get<std::int64_t>());
+    }
+  }
+  return Request(text + '}');
 }
 
 Request withLineFeed(std::initializer_list<std::pair<const char*, Json::Value>> members) {

@@ -3,6 +3,7 @@
 #include <functional>
 #include <initializer_list>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -40,8 +41,17 @@ class Request {
   std::variant<nlohmann::json, Json::Value, std::string> object_;
 };
 
+/// A member of a compact request.
+struct Member {
+  template <class Value>
+  Member(std::string_view name, Value&& content) : key(name), value(std::forward<Value>(content)) {}
+
+  std::string_view key;
+  mutable nlohmann::json value;  // is moved on
+};
+
 /// A request sent as compact text.
-inline Request compact(nlohmann::json::initializer_list_t members) { return Request(nlohmann::json(members)); }
+Request compact(std::initializer_list<Member> members);
 
 /// A list of numbers, for `withLineFeed`.
 template <class Number>

@@ -112,8 +112,8 @@ int get_static_search_position_robot(SOCKETFD socketFd, int robotNum, int crafti
   prepare(pos, replies::staticSearchSize);
   return query<Strategy::GetStaticSearchPosition>(
       socketFd,
-      compact(
-          {{"robot", robotNum}, {"typeCfg", {{"craftid", craftid}, {"tableid", tableid}, {"delaytime", delaytime}}}}),
+      compact({{"robot", robotNum},
+               {"typeCfg", nlohmann::json{{"craftid", craftid}, {"tableid", tableid}, {"delaytime", delaytime}}}}),
       replies::staticSearch(pos));
 }
 

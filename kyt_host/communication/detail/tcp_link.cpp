@@ -195,10 +195,8 @@ void TcpLink::bePatient(std::chrono::milliseconds time) {
 bool TcpLink::awaitReadable(Deadline deadline) {
   pollfd wait{socket_, POLLIN, 0};
   if (deadline == noDeadline) return ::poll(&wait, 1, -1) > 0;
-  const auto left = std::max<Deadline::duration>(deadline - std::chrono::steady_clock::now(), 0s);
-  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
-  const timespec time{seconds.count(), std::chrono::nanoseconds(left - seconds).count()};
-  return ::ppoll(&wait, 1, &time, nullptr) > 0;
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+  return ::poll(&wait, 1, static_cast<int>(std::clamp<std::chrono::milliseconds>(left, 0ms, 1h).count())) > 0;
 }
 
 std::size_t TcpLink::read(char* bytes, std::size_t size, std::error_code& error) {
