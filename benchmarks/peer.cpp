@@ -1,6 +1,7 @@
 #include "peer.h"
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -51,7 +52,7 @@ std::uint32_t crcButOfUploads(const char* data, std::size_t size) {
   return raw::get16(data + 2) == raw::uploadData ? raw::get32(data + size) : raw::crc32(data, size);
 }
 
-void serve(int socket, const std::string& burst, int times) {
+void serve(int socket, const std::string& burst, int times, int delayMs) {
   // One byte more than the JSON text: receivers drop the last byte of a payload.
   const std::string reply =
       raw::makeFrame(raw::speedReply, R"({"robot":1,"speed":)" + std::to_string(Peer::speed) + "}\n");
@@ -61,6 +62,7 @@ void serve(int socket, const std::string& burst, int times) {
   raw::FrameReader reader(socket, crcButOfUploads);
   Files files(socket);
   const auto take = [&](unsigned code, const char*, std::size_t) {
+    if (delayMs > 0) std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
     if (code == raw::getSpeed) raw::sendAll(socket, reply);
     files.take(code);
     if (code == raw::getPosition) raw::sendAll(socket, position);
@@ -78,17 +80,17 @@ void serve(int socket, const std::string& burst, int times) {
   ::close(socket);
 }
 
-[[noreturn]] void accept(int listener, const std::string& burst, int times) {
+[[noreturn]] void accept(int listener, const std::string& burst, int times, int delayMs) {
   for (;;) {
     const int socket = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
     if (socket < 0) raw::fail("accept");
-    std::thread(serve, socket, std::cref(burst), times).detach();
+    std::thread(serve, socket, std::cref(burst), times, delayMs).detach();
   }
 }
 
 }  // namespace
 
-Peer::Peer(int cpu, const std::string& burst, int times) {
+Peer::Peer(int cpu, const std::string& burst, int times, int delayMs) {
   const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_in address{};
   socklen_t size = sizeof address;
@@ -111,7 +113,7 @@ Peer::Peer(int cpu, const std::string& burst, int times) {
       limit.rlim_cur = limit.rlim_max;
       ::setrlimit(RLIMIT_NOFILE, &limit);
       if (cpu >= 0) pinTo(cpu);
-      accept(listener, burst, times);
+      accept(listener, burst, times, delayMs);
     } catch (const std::exception& failure) {
       std::fprintf(stderr, "peer: %s\n", failure.what());
     }

@@ -18,7 +18,8 @@ class Peer {
 
   /// @param cpu    the core that it runs on, or -1 for the cores of the caller
   /// @param burst  the bytes it writes, `times` over, when a burst is asked for
-  explicit Peer(int cpu = -1, const std::string& burst = {}, int times = 1);
+  /// @param delayMs  how late it answers
+  explicit Peer(int cpu = -1, const std::string& burst = {}, int times = 1, int delayMs = 0);
   Peer(const Peer&) = delete;
   Peer& operator=(const Peer&) = delete;
   ~Peer();

@@ -5,7 +5,7 @@
 # A missed target is printed and is no error: the machine may be busy.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/setup.sh
+scripts/setup.sh bench
 scripts/build.sh release kyt_host_bench kyt_host_bench_python _kyt_host virtual_controller_program
 
 topics=()

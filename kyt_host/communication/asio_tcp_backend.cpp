@@ -54,6 +54,11 @@ MessageBaseStrategy* AsioTCPBackend::exchange(unsigned int requestCode, const st
   return connection_->exchange(requestCode, payload, replyCode, MessageBaseStrategy::deadlineAfter(timeoutMs), text);
 }
 
+std::unique_ptr<PendingReply> AsioTCPBackend::beginExchange(unsigned int requestCode, const std::string& payload,
+                                                            unsigned int replyCode, int timeoutMs) {
+  return connection_->beginExchange(requestCode, payload, replyCode, MessageBaseStrategy::deadlineAfter(timeoutMs));
+}
+
 bool AsioTCPBackend::sendPieces(unsigned int code, std::string_view bytes, std::size_t pieceSize) {
   return connection_->sendPieces(code, bytes, pieceSize);
 }

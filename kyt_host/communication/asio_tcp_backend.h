@@ -14,9 +14,10 @@ class Connection;
 
 /// A connection over TCP.
 ///
-/// Two threads of its own serve it while it is connected: one reads, files every frame with the handler of its code
-/// and, when reconnection is enabled, restores a broken connection every 5 seconds; the other calls the user's
-/// callbacks, one at a time and in order of arrival, so that a callback may take its time and call any operation.
+/// Every frame is filed with the handler of its code by whoever reads: a caller that waits for a reply, or the threads
+/// that all connections share. What the user's callbacks are to have goes to a thread of the connection's own, which
+/// calls them one at a time and in order of arrival, so that a callback may take its time and call any operation. When
+/// reconnection is enabled, a broken connection is restored, with an attempt every 5 seconds.
 class KYT_HOST_API AsioTCPBackend : public BackendBase {
  public:
   /// @param ip    address or host name
@@ -40,6 +41,8 @@ class KYT_HOST_API AsioTCPBackend : public BackendBase {
   void setCallbackWhenRecv(void (*callback)(int code, const char* text)) override;
   MessageBaseStrategy* exchange(unsigned int requestCode, const std::string& payload, unsigned int replyCode,
                                 int timeoutMs, std::string& text) override;
+  std::unique_ptr<PendingReply> beginExchange(unsigned int requestCode, const std::string& payload,
+                                              unsigned int replyCode, int timeoutMs) override;
   bool sendPieces(unsigned int code, std::string_view bytes, std::size_t pieceSize) override;
   MessageBaseStrategy* waitingForEither(unsigned int first, unsigned int second, int timeoutMs,
                                         std::string& text) override;

@@ -11,10 +11,27 @@ BackendBase::~BackendBase() = default;
 
 MessageBaseStrategy* BackendBase::exchange(unsigned int requestCode, const std::string& payload, unsigned int replyCode,
                                            int timeoutMs, std::string& text) {
+  return beginExchange(requestCode, payload, replyCode, timeoutMs)->await(text);
+}
+
+std::unique_ptr<PendingReply> BackendBase::beginExchange(unsigned int requestCode, const std::string& payload,
+                                                         unsigned int replyCode, int timeoutMs) {
+  class Later : public PendingReply {
+   public:
+    Later(BackendBase& backend, unsigned int code, int limitMs) : backend_(backend), code_(code), limitMs_(limitMs) {}
+    MessageBaseStrategy* await(std::string& text) override {
+      MessageBaseStrategy* const reply = backend_.waitingMessage(code_, limitMs_);
+      if (reply != nullptr) text = reply->text();
+      return reply;
+    }
+
+   private:
+    BackendBase& backend_;
+    unsigned int code_;
+    int limitMs_;
+  };
   sendData(requestCode, payload);
-  MessageBaseStrategy* const reply = waitingMessage(replyCode, timeoutMs);
-  if (reply != nullptr) text = reply->text();
-  return reply;
+  return std::make_unique<Later>(*this, replyCode, timeoutMs);
 }
 
 bool BackendBase::sendPieces(unsigned int code, std::string_view bytes, std::size_t pieceSize) {

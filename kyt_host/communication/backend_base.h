@@ -19,6 +19,20 @@ namespace kyt_host::detail {
 class CallbackQueue;
 }
 
+/// A request that has been sent, and its reply, which may still be to come.
+class KYT_HOST_API PendingReply {
+ public:
+  PendingReply() = default;
+  virtual ~PendingReply() = default;
+  PendingReply(const PendingReply&) = delete;
+  PendingReply& operator=(const PendingReply&) = delete;
+
+  /// Waits for the reply. Once only.
+  /// @param text  receives its text
+  /// @return its handler, or null when the request could not be sent, or no reply came, in time
+  virtual MessageBaseStrategy* await(std::string& text) = 0;
+};
+
 /// One connection to a controller, as the operations see it: send a text under a code, wait for the text of a code.
 class KYT_HOST_API BackendBase {
  public:
@@ -66,6 +80,10 @@ class KYT_HOST_API BackendBase {
   /// @return the handler of `replyCode`, or null when the request could not be sent, or no reply came, in time
   virtual MessageBaseStrategy* exchange(unsigned int requestCode, const std::string& payload, unsigned int replyCode,
                                         int timeoutMs, std::string& text);
+
+  /// The same in two steps: sends the request. The time runs from here.
+  virtual std::unique_ptr<PendingReply> beginExchange(unsigned int requestCode, const std::string& payload,
+                                                      unsigned int replyCode, int timeoutMs);
 
   /// Sends bytes that go out as frames of at most `pieceSize` bytes each, many frames in one write.
   /// @return true when all of them have been handed to the system

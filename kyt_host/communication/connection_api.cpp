@@ -1,12 +1,17 @@
 #include "kyt_host/communication/connection_api.h"
 
+#include <algorithm>
 #include <chrono>
+#include <deque>
+#include <memory>
 #include <thread>
 
 #include "kyt_host/communication/communication_manager.h"
 #include "kyt_host/communication/detail/descriptor_limit.h"
 #include "kyt_host/communication/reply_handlers.h"
+#include "kyt_host/communication/wire_frame.h"
 #include "kyt_host/detail/diagnostics.h"
+#include "kyt_host/detail/guarded.h"
 
 using namespace kyt_host::detail;
 
@@ -63,6 +68,34 @@ int send_message(SOCKETFD socketFd, int code, const std::string& text) {
   if (!client) return DISCONNECT;
   client->sendData(static_cast<unsigned int>(code), text);
   return SUCCESS;
+}
+
+int exchange_message_many(const std::vector<int>& socketFds, int requestCode, const std::string& text,
+                          int replyCode, int timeoutMs, std::vector<std::string>& replies, std::vector<int>& results) {
+  constexpr int highestCode = 0xFFFF;
+  const auto isCode = [](int code) { return code >= 0 && code <= highestCode; };
+  if (!isCode(requestCode) || !isCode(replyCode) || timeoutMs < 1 || text.size() > frameMaxPayload) return PARAM_ERR;
+  return guarded<int>(EXCEPTION, [&] {
+    struct One {
+      explicit One(SOCKETFD socketFd) : client(socketFd) {}
+      ClientManager::Client client;
+      std::unique_ptr<PendingReply> reply;
+    };
+    std::deque<One> all;
+    for (const SOCKETFD socketFd : socketFds) {
+      One& one = all.emplace_back(socketFd);
+      if (one.client)
+        one.reply = one.client->beginExchange(static_cast<unsigned int>(requestCode), text,
+                                              static_cast<unsigned int>(replyCode), timeoutMs);
+    }
+    replies.assign(socketFds.size(), {});
+    results.assign(socketFds.size(), DISCONNECT);
+    for (std::size_t i = 0; i < all.size(); ++i) {
+      if (all[i].reply != nullptr) results[i] = all[i].reply->await(replies[i]) == nullptr ? RECEIVE_FAILED : SUCCESS;
+    }
+    const auto failed = std::find_if(results.begin(), results.end(), [](int result) { return result != SUCCESS; });
+    return failed == results.end() ? static_cast<int>(SUCCESS) : *failed;
+  });
 }
 
 int recv_message(SOCKETFD socketFd, void (*callback)(int code, const char* text)) {

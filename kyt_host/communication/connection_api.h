@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "kyt_host/export.h"
 #include "kyt_host/types.h"
@@ -58,6 +59,23 @@ KYT_HOST_API int set_fresh_replies(SOCKETFD socketFd, bool enable);
 /// @param text  up to 65,535 bytes: a longer one costs the controller the frames after it
 /// @return 0 whether or not the frame could be sent; -2 when not connected
 KYT_HOST_API int send_message(SOCKETFD socketFd, int code, const std::string& text);
+
+/// Sends one request on each of several connections, and then collects the replies: that takes as long as the slowest
+/// of them, not as all together.
+/// @param socketFds    handles, in any order
+/// @param requestCode  command code of the request, 0..65535
+/// @param text         the request's JSON text, up to 65,535 bytes; the same on every connection
+/// @param replyCode    command code of the reply
+/// @param timeoutMs    milliseconds for each of them from its request on, 1 or more; operations take 1000
+/// @param replies      receives the replies' texts, in the order of the handles; empty where none has come. The
+/// decoders
+///                     of kyt_host/interface/reply_decoders.h read them.
+/// @param results      receives a status for each: 0; -2 when not connected; -1 when it could not be sent, or no reply
+///                     has come in time
+/// @return 0 when all are; -3 when an argument is out of its range; else the first of `results` that is not 0
+KYT_HOST_API int exchange_message_many(const std::vector<int>& socketFds, int requestCode, const std::string& text,
+                                       int replyCode, int timeoutMs, std::vector<std::string>& replies,
+                                       std::vector<int>& results);
 
 /// Installs what is called for every frame that arrives, replies included.
 /// @return 0; -3 when the callback is null; -2 when not connected

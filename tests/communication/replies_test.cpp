@@ -8,6 +8,7 @@
 
 #include "tests/support/connected_fixture.h"
 #include "tests/support/process_state.h"
+#include "tests/support/raw_peer.h"
 
 namespace {
 
@@ -78,4 +79,40 @@ TEST_F(Replies, ThatAreLateAnswerTheNextQueryUnlessFreshOnesAreWanted) {
   leaveALateReply(78);
   EXPECT_EQ(speedOf(robot), 50);
   EXPECT_EQ(set_fresh_replies(robot, false), SUCCESS);
+}
+
+TEST_F(Replies, OfManyConnectionsAreCollectedTogether) {
+  constexpr std::size_t many = 20;
+  const RawListener silent;
+  std::vector<SOCKETFD> robots{999, connect_robot(silent.host(), silent.port())};
+  while (robots.size() < many) robots.push_back(connect());
+  controller.delayReplies(200ms);
+  const auto ask = [&](std::vector<std::string>& texts, std::vector<int>& results) {
+    return exchange_message_many(robots, 0x2602, "{\"robot\":1}", 0x2603, 1000, texts, results);
+  };
+  std::vector<std::string> texts;
+  std::vector<int> results;
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(ask(texts, results), DISCONNECT);
+  EXPECT_LE(std::chrono::steady_clock::now() - start, 3s);  // one by one, they would take longer
+  ASSERT_EQ(results.size(), many);
+  ASSERT_EQ(texts.size(), many);
+  EXPECT_EQ(results[0], DISCONNECT);
+  EXPECT_EQ(results[1], RECEIVE_FAILED);
+  EXPECT_EQ(texts[0] + texts[1], "");
+  for (std::size_t i = 2; i < many; ++i) {
+    EXPECT_EQ(results[i], SUCCESS) << i;
+    EXPECT_NE(texts[i].find("\"speed\":50"), std::string::npos) << texts[i];
+  }
+  controller.delayReplies(0ms);
+  for (const SOCKETFD fd : robots) disconnect_robot(fd);
+
+  robots = {robot, robot, robot};  // dealt out in the order of the requests
+  EXPECT_EQ(ask(texts, results), SUCCESS);
+  EXPECT_EQ(results, std::vector<int>(3, SUCCESS));
+  robots.clear();
+  EXPECT_EQ(ask(texts, results), SUCCESS);
+  EXPECT_TRUE(texts.empty() && results.empty());
+  EXPECT_EQ(exchange_message_many({robot}, 0x10000, "", 0x2603, 1000, texts, results), PARAM_ERR);
+  EXPECT_EQ(exchange_message_many({robot}, 0x2602, std::string(65'536, 'x'), 0x2603, 1000, texts, results), PARAM_ERR);
 }

@@ -183,24 +183,73 @@ bool Connection::sendPieces(unsigned int code, std::string_view bytes, std::size
       TcpLink::noDeadline, frames, [] {}, [] {});
 }
 
-// A caller who is to read the reply has to be known as the reader before it can come.
+// A request and its reply. Who is to read the reply has to be known as the reader before it can come.
+class Connection::Exchange : public PendingReply {
+ public:
+  Exchange(Connection& connection, std::shared_ptr<Session> session, unsigned int replyCode, Deadline deadline,
+           bool neverReads)
+      : connection_(connection),
+        session_(std::move(session)),
+        handler_(connection.store.findOrAdd(static_cast<Strategy>(replyCode))),
+        deadline_(deadline),
+        caller_(session_->reader, neverReads) {}
+
+  void send(unsigned int code, const std::string& payload, std::string& text) {
+    const auto onTurn = [&] {
+      caller_.readIfNobodyDoes();
+      if (connection_.freshReplies) caller_.catchUp();
+      ticket_.emplace(*handler_, text, caller_.waiter, connection_.freshReplies);
+    };
+    const bool sent = connection_.write(
+        deadline_, [&] { return assemblySendMessage(static_cast<Strategy>(code), payload); }, onTurn,
+        [&] { caller_.letOthersRead(); });
+    if (!sent) ticket_.reset();
+  }
+
+  MessageBaseStrategy* await() {
+    const bool arrived =
+        ticket_ && caller_.await(deadline_, connection_.store.ended(), [&] { return ticket_->take(); });
+    ticket_.reset();
+    return arrived ? handler_ : nullptr;
+  }
+
+  MessageBaseStrategy* await(std::string& text) override {
+    const CallbackQueue::WaitingForReply waiting;
+    MessageBaseStrategy* const handler = await();
+    if (handler != nullptr) text = std::move(text_);
+    return handler;
+  }
+
+  void sendForLater(unsigned int code, const std::string& payload) { send(code, payload, text_); }
+
+ private:
+  Connection& connection_;
+  const std::shared_ptr<Session> session_;
+  MessageBaseStrategy* const handler_;
+  const Deadline deadline_;
+  Reader::Caller caller_;
+  std::string text_;
+  std::optional<MessageBaseStrategy::Ticket> ticket_;
+};
+
 MessageBaseStrategy* Connection::exchange(unsigned int requestCode, const std::string& payload, unsigned int replyCode,
                                           Deadline deadline, std::string& text) {
-  const auto session = this->session();
+  auto session = this->session();
   if (session == nullptr || store.ended()) return nullptr;
-  MessageBaseStrategy* const handler = store.findOrAdd(static_cast<Strategy>(replyCode));
   const CallbackQueue::WaitingForReply waiting;
-  Reader::Caller caller(session->reader);
-  std::optional<MessageBaseStrategy::Ticket> ticket;
-  const auto onTurn = [&] {
-    caller.readIfNobodyDoes();
-    if (freshReplies) caller.catchUp();
-    ticket.emplace(*handler, text, caller.waiter, freshReplies);
-  };
-  const bool sent = write(
-      deadline, [&] { return assemblySendMessage(static_cast<Strategy>(requestCode), payload); }, onTurn,
-      [&] { caller.letOthersRead(); });
-  return sent && caller.await(deadline, store.ended(), [&] { return ticket->take(); }) ? handler : nullptr;
+  Exchange exchange(*this, std::move(session), replyCode, deadline, false);
+  exchange.send(requestCode, payload, text);
+  return exchange.await();
+}
+
+// Nobody waits for one of many all the time, so the watcher reads.
+std::unique_ptr<PendingReply> Connection::beginExchange(unsigned int requestCode, const std::string& payload,
+                                                        unsigned int replyCode, Deadline deadline) {
+  auto session = this->session();
+  if (session == nullptr || store.ended()) return nullptr;
+  auto exchange = std::make_unique<Exchange>(*this, std::move(session), replyCode, deadline, true);
+  exchange->sendForLater(requestCode, payload);
+  return exchange;
 }
 
 // --- receiving ---
@@ -239,6 +288,10 @@ MessageBaseStrategy* Connection::awaitEither(unsigned int first, unsigned int se
 
 void Connection::readable() {
   if (const auto session = this->session()) session->reader.readable();
+}
+
+void Connection::settle() {
+  if (const auto session = this->session()) session->reader.settle();
 }
 
 // On the thread that has read. Others wait for that one perhaps, so the rest has a thread of its own.

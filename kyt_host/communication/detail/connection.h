@@ -45,6 +45,8 @@ class Connection : public std::enable_shared_from_this<Connection>, public Watch
   bool sendPieces(unsigned int code, std::string_view bytes, std::size_t pieceSize);
   MessageBaseStrategy* exchange(unsigned int requestCode, const std::string& payload, unsigned int replyCode,
                                 Deadline deadline, std::string& text);
+  std::unique_ptr<PendingReply> beginExchange(unsigned int requestCode, const std::string& payload,
+                                              unsigned int replyCode, Deadline deadline);
   MessageBaseStrategy* await(unsigned int code, int timeoutMs);
   MessageBaseStrategy* awaitEither(unsigned int first, unsigned int second, Deadline deadline, std::string& text);
 
@@ -62,12 +64,14 @@ class Connection : public std::enable_shared_from_this<Connection>, public Watch
   // Opening and closing exclude each other; nothing is locked meanwhile, so that others may look at the session and
   // stop it.
   class Changing;
+  class Exchange;
 
   std::shared_ptr<Session> beginSession();
   std::error_code connect(Session& session, std::string& reason);
   void beginToRead(Session& session);
   void abandonAttempt();
   void readable() override;
+  void settle() override;
   void broken(bool heard) override;
   bool startToRestore(const std::shared_ptr<Session>& session, bool atOnce);
   bool restore(Session& session);

@@ -1,6 +1,7 @@
 #include "kyt_host/communication/detail/reader.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <iostream>
 #include <string>
@@ -39,6 +40,7 @@ void Reader::begin(std::shared_ptr<Watcher> watcher, std::weak_ptr<Watched> watc
   const std::lock_guard lock(mutex_);
   if (closed_) return;
   buffer_.clear();
+  lingering_ = false;
   watched_ = watcher->add(link_.socket(), std::move(watched));
   watcher_ = std::move(watcher);
   state_ = State::Reading;
@@ -61,7 +63,8 @@ bool Reader::take(Caller* caller) {
 
 // With the mutex held: from whoever reads to the next one.
 void Reader::passOn() {
-  if (readingCaller_ != nullptr) readingCaller_->reads_ = false;
+  const bool byCaller = readingCaller_ != nullptr;
+  if (byCaller) readingCaller_->reads_ = false;
   readingCaller_ = nullptr;
   if (state_ != State::Reading) return;
   const auto next = closed_ ? callers_.end() : std::find_if(callers_.begin(), callers_.end(), [](Caller* caller) {
@@ -79,7 +82,12 @@ void Reader::passOn() {
   }
   state_ = State::Resting;
   changed_.notify_all();
-  rest();
+  if (!byCaller || closed_) {
+    rest();
+  } else if (!lingering_) {  // the next query is about to come perhaps, and need not call the watcher off
+    lingering_ = true;
+    watcher_->settleSoon(watched_);
+  }
 }
 
 // With the mutex held. When callbacks are behind, they have to catch up first: see `goOn`.
@@ -95,6 +103,12 @@ void Reader::stopWatching() {
 
 void Reader::goOn() {
   const std::lock_guard lock(mutex_);
+  if (state_ == State::Resting) rest();
+}
+
+void Reader::settle() {
+  const std::lock_guard lock(mutex_);
+  lingering_ = false;
   if (state_ == State::Resting) rest();
 }
 
@@ -119,8 +133,11 @@ bool Reader::end(Deadline deadline) {
 
 // --- callers ---
 
+Reader::Caller::Caller(Reader& reader, bool neverReads)
+    : reader_(reader), neverReads_(neverReads || !callersMayRead()) {}
+
 void Reader::Caller::readIfNobodyDoes() {
-  if (!callersMayRead()) return;
+  if (neverReads_) return;
   const std::lock_guard lock(reader_.mutex_);
   reader_.take(this);
 }
@@ -141,7 +158,7 @@ void Reader::Caller::letOthersRead() {
 
 bool Reader::Caller::mayRead() {
   if (reads_) return true;
-  if (!callersMayRead()) return false;
+  if (neverReads_) return false;
   const std::lock_guard lock(reader_.mutex_);
   if (reads_ || reader_.take(this)) return true;
   // A signal handler has interrupted the very thread that reads, and that waits for as long.
@@ -153,14 +170,23 @@ bool Reader::Caller::mayRead() {
 
 // --- reading ---
 
-// A caller. Not in one system call: what interrupts it while it waits may read in its place.
+// A caller, into a place of its own: what interrupts it while it waits may read in its place.
 void Reader::read(Deadline deadline) {
   if (!callbacks_.awaitRoom(deadline)) return;
+  std::array<char, 4096> bytes;
+  std::error_code error;
   asleep_ = true;
-  const bool readable = link_.awaitReadable(deadline);
+  std::size_t left = link_.awaitAndRead(bytes.data(), bytes.size(), deadline, error);
   asleep_ = false;
-  std::size_t count = 0;
-  if (readable) readSome(count);
+  if (error == asio::error::would_block) return;
+  if (error || left == 0) return lost();
+  for (const char* next = bytes.data(); left > 0;) {
+    const std::size_t count = std::min(left, buffer_.spaceLeft());
+    std::copy_n(next, count, buffer_.space());
+    if (!takeIn(count)) return;
+    next += count;
+    left -= count;
+  }
 }
 
 void Reader::readable() {
@@ -184,23 +210,16 @@ bool Reader::readSome(std::size_t& count) {
   std::error_code error;
   count = link_.read(buffer_.space(), buffer_.spaceLeft(), error);
   if (error == asio::error::would_block) return true;
-  try {
-    if (!error && count > 0) {
-      takeIn(count);
-      return true;
-    }
-  } catch (const std::exception& exception) {  // the system has no memory left
-    printLine(std::cerr, std::string("Reading ends: ") + exception.what());
-  }
-  lost();
-  return false;
+  if (error || count == 0) return lost(), false;
+  return takeIn(count);
 }
 
-// Once stopped, what still comes is thrown away.
-void Reader::takeIn(std::size_t count) {
+// What has been put into the buffer. Once stopped, what still comes is thrown away. False when the connection has
+// ended.
+bool Reader::takeIn(std::size_t count) try {
   if (signal_.stopped()) {
     buffer_.clear();
-    return;
+    return true;
   }
   heard_ = true;
   buffer_.filled(count);
@@ -210,6 +229,10 @@ void Reader::takeIn(std::size_t count) {
   }
   dispatcher_.finishRead();
   if (callbacks_.needsThread()) events_.callbackDue();
+  return true;
+} catch (const std::exception& exception) {  // the system has no memory left
+  printLine(std::cerr, std::string("Reading ends: ") + exception.what());
+  return lost(), false;
 }
 
 void Reader::lost() {

@@ -47,8 +47,9 @@ class Reader {
   /// The watcher has seen something.
   void readable();
 
-  /// The callbacks have caught up.
+  /// The watcher is to look after it again, now that callbacks have caught up, or that no query has come for a while.
   void goOn();
+  void settle();
 
   /// Waits until everything has been read that comes before the end of the connection.
   bool awaitEnd(Deadline deadline);
@@ -59,7 +60,8 @@ class Reader {
   /// Who waits for a reply, and reads meanwhile if nobody else does.
   class Caller {
    public:
-    explicit Caller(Reader& reader) : reader_(reader) {}
+    /// @param neverReads  it leaves that to others
+    explicit Caller(Reader& reader, bool neverReads = false);
     ~Caller() { letOthersRead(); }
     Caller(const Caller&) = delete;
     Caller& operator=(const Caller&) = delete;
@@ -81,14 +83,16 @@ class Reader {
     /// @return whether it is done
     template <class Done>
     bool await(Deadline deadline, const std::atomic<bool>& ended, const Done& done) {
-      for (bool timeIsOver = false;; timeIsOver = std::chrono::steady_clock::now() >= deadline) {
-        if (done() || ended || timeIsOver) return done();
+      while (!done()) {
+        if (ended) return done();
         if (mayRead()) {
           reader_.read(deadline);
         } else {
           waiter.sleepUntil(deadline);
         }
+        if (!done() && std::chrono::steady_clock::now() >= deadline) return done();
       }
+      return true;
     }
 
    private:
@@ -96,6 +100,7 @@ class Reader {
     bool mayRead();
 
     Reader& reader_;
+    const bool neverReads_;
     const std::thread::id thread_ = std::this_thread::get_id();
     std::atomic<bool> reads_{false};  // as `queued_`, set with the reader's mutex held
     std::atomic<bool> queued_{false};
@@ -114,7 +119,7 @@ class Reader {
   void stopWatching();
   void read(Deadline deadline);
   bool readSome(std::size_t& count);
-  void takeIn(std::size_t count);
+  bool takeIn(std::size_t count);
   void lost();
 
   TcpLink& link_;
@@ -139,6 +144,7 @@ class Reader {
   std::shared_ptr<Watcher> watcher_;
   Watcher::Id watched_ = 0;
   bool watching_ = false;
+  bool lingering_ = false;  // the watcher will say when that is over
 };
 
 }  // namespace kyt_host::detail

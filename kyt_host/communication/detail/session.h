@@ -19,6 +19,7 @@ struct Session {
   void stop() {
     signal.stop();
     callbacks.stop();
+    reader.goOn();  // to the end
   }
 
   StopSignal signal;

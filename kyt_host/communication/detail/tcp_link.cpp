@@ -23,6 +23,8 @@ namespace kyt_host::detail {
 
 namespace {
 
+constexpr std::chrono::seconds readTimeLimit{1};
+
 std::error_code lastError() { return {errno, asio::error::get_system_category()}; }
 
 void setTcpOption(int socket, int option, std::chrono::milliseconds::rep value) {
@@ -45,6 +47,8 @@ void setOptions(tcp::socket& socket) {
   setTcpOption(number, TCP_KEEPINTVL, secondsBetweenProbes);
   setTcpOption(number, TCP_KEEPCNT, probes);
   setUserTimeout(number, TcpLink::peerGoneTimeLimit);
+  constexpr timeval readTime{readTimeLimit.count(), 0};
+  ::setsockopt(number, SOL_SOCKET, SO_RCVTIMEO, &readTime, sizeof readTime);
   ::fcntl(number, F_SETFD, FD_CLOEXEC);  // programs that the application starts do not inherit it
 }
 
@@ -192,13 +196,6 @@ void TcpLink::bePatient(std::chrono::milliseconds time) {
   setUserTimeout(socket_, std::chrono::duration_cast<std::chrono::milliseconds>(waited) + time);
 }
 
-bool TcpLink::awaitReadable(Deadline deadline) {
-  pollfd wait{socket_, POLLIN, 0};
-  if (deadline == noDeadline) return ::poll(&wait, 1, -1) > 0;
-  const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-  return ::poll(&wait, 1, static_cast<int>(std::clamp<std::chrono::milliseconds>(left, 0ms, 1h).count())) > 0;
-}
-
 std::size_t TcpLink::read(char* bytes, std::size_t size, std::error_code& error) {
   for (;;) {
     const ssize_t count = ::recv(socket_, bytes, size, MSG_DONTWAIT);
@@ -207,6 +204,22 @@ std::size_t TcpLink::read(char* bytes, std::size_t size, std::error_code& error)
     error = lastError();
     return 0;
   }
+}
+
+// A query's time limit is the socket's own, so that waiting and reading are one system call. One that has a time limit
+// is not begun anew after a signal.
+std::size_t TcpLink::awaitAndRead(char* bytes, std::size_t size, Deadline deadline, std::error_code& error) {
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+  if (left < readTimeLimit - 10ms) {
+    pollfd wait{socket_, POLLIN, 0};
+    if (::poll(&wait, 1, static_cast<int>(std::max(left, 0ms).count())) > 0) return read(bytes, size, error);
+    error = asio::error::would_block;
+    return 0;
+  }
+  const ssize_t count = ::recv(socket_, bytes, size, 0);
+  if (count >= 0) return static_cast<std::size_t>(count);
+  error = errno == EINTR ? make_error_code(asio::error::would_block) : lastError();
+  return 0;
 }
 
 void TcpLink::endWriting() { shutdown(SHUT_WR); }

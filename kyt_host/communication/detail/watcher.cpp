@@ -7,9 +7,11 @@
 #include <mutex>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
+#include <sys/timerfd.h>
 #include <unistd.h>
 
 namespace kyt_host::detail {
@@ -18,7 +20,11 @@ namespace {
 
 constexpr std::size_t mostThreads = 4;
 constexpr std::chrono::milliseconds endTimeLimit{900};
+constexpr itimerspec untilSettling{{0, 0}, {0, 2'000'000}};
+
+// What is no socket's.
 constexpr Watcher::Id theEnd = 0;
+constexpr Watcher::Id theTimer = 1;
 
 struct OfThisProcess {
   std::mutex mutex;
@@ -37,7 +43,7 @@ struct Watcher::Shared {
   ~Shared() { closeDescriptors(); }
 
   void closeDescriptors() {
-    for (int* const descriptor : {&epoll, &end}) {
+    for (int* const descriptor : {&epoll, &end, &timer}) {
       if (*descriptor >= 0) ::close(std::exchange(*descriptor, -1));
     }
   }
@@ -48,11 +54,20 @@ struct Watcher::Shared {
     return found == watched.end() ? nullptr : found->second.lock();
   }
 
+  bool control(int operation, int descriptor, std::uint32_t events, Id id) {
+    epoll_event event{};
+    event.events = events;
+    event.data.u64 = id;
+    return ::epoll_ctl(epoll, operation, descriptor, &event) == 0;
+  }
+
   int epoll = ::epoll_create1(EPOLL_CLOEXEC);
   int end = ::eventfd(0, EFD_CLOEXEC);
+  int timer = ::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
   std::mutex mutex;  // guards what follows
   std::unordered_map<Id, std::weak_ptr<Watched>> watched;
-  Id lastId = theEnd;
+  Id lastId = theTimer;
+  std::vector<Id> settling;
 };
 
 std::shared_ptr<Watcher> Watcher::ofThisProcess(std::error_code& error) {
@@ -60,7 +75,7 @@ std::shared_ptr<Watcher> Watcher::ofThisProcess(std::error_code& error) {
   const std::lock_guard lock(process.mutex);
   if (auto watcher = process.watcher.lock()) return watcher;
   auto shared = std::make_shared<Shared>();
-  if (shared->epoll < 0 || shared->end < 0) {
+  if (shared->epoll < 0 || shared->end < 0 || shared->timer < 0) {
     error.assign(errno, std::system_category());
     return nullptr;
   }
@@ -70,7 +85,8 @@ std::shared_ptr<Watcher> Watcher::ofThisProcess(std::error_code& error) {
 }
 
 Watcher::Watcher(std::shared_ptr<Shared> shared) : shared_(std::move(shared)) {
-  control(EPOLL_CTL_ADD, shared_->end, EPOLLIN, theEnd);
+  shared_->control(EPOLL_CTL_ADD, shared_->end, EPOLLIN, theEnd);
+  shared_->control(EPOLL_CTL_ADD, shared_->timer, EPOLLIN | EPOLLONESHOT, theTimer);
 }
 
 Watcher::~Watcher() {
@@ -89,7 +105,8 @@ Watcher::Id Watcher::add(int socket, std::weak_ptr<Watched> watched) {
     sockets = shared_->watched.size();
   }
   try {
-    if (!control(EPOLL_CTL_ADD, socket, EPOLLONESHOT, id)) throw std::system_error(errno, std::system_category());
+    if (!shared_->control(EPOLL_CTL_ADD, socket, EPOLLONESHOT, id))
+      throw std::system_error(errno, std::system_category());
     haveThreads(sockets);
   } catch (const std::system_error&) {
     remove(socket, id);
@@ -105,21 +122,34 @@ void Watcher::haveThreads(std::size_t sockets) try {
   if (threads_.size() == 0) throw;  // otherwise those that there are have to do
 }
 
-void Watcher::watch(int socket, Id id) { control(EPOLL_CTL_MOD, socket, EPOLLIN | EPOLLONESHOT, id); }
+void Watcher::watch(int socket, Id id) { shared_->control(EPOLL_CTL_MOD, socket, EPOLLIN | EPOLLONESHOT, id); }
 
-void Watcher::stopWatching(int socket, Id id) { control(EPOLL_CTL_MOD, socket, EPOLLONESHOT, id); }
+void Watcher::stopWatching(int socket, Id id) { shared_->control(EPOLL_CTL_MOD, socket, EPOLLONESHOT, id); }
 
 void Watcher::remove(int socket, Id id) {
-  control(EPOLL_CTL_DEL, socket, 0, id);
+  shared_->control(EPOLL_CTL_DEL, socket, 0, id);
   const std::lock_guard lock(shared_->mutex);
   shared_->watched.erase(id);
 }
 
-bool Watcher::control(int operation, int socket, std::uint32_t events, Id id) {
-  epoll_event event{};
-  event.events = events;
-  event.data.u64 = id;
-  return ::epoll_ctl(shared_->epoll, operation, socket, &event) == 0;
+void Watcher::settleSoon(Id id) {
+  const std::lock_guard lock(shared_->mutex);
+  shared_->settling.push_back(id);
+  if (shared_->settling.size() == 1) ::timerfd_settime(shared_->timer, 0, &untilSettling, nullptr);
+}
+
+void Watcher::settle(Shared& shared) {
+  std::uint64_t expirations = 0;
+  static_cast<void>(!::read(shared.timer, &expirations, sizeof expirations));
+  std::vector<Id> settling;
+  {
+    const std::lock_guard lock(shared.mutex);
+    settling.swap(shared.settling);
+  }
+  shared.control(EPOLL_CTL_MOD, shared.timer, EPOLLIN | EPOLLONESHOT, theTimer);
+  for (const Id id : settling) {
+    if (const auto watched = shared.find(id)) watched->settle();
+  }
 }
 
 void Watcher::run(Shared& shared) {
@@ -128,6 +158,7 @@ void Watcher::run(Shared& shared) {
     for (int i = 0; i < count; ++i) {
       const Id id = events[static_cast<std::size_t>(i)].data.u64;
       if (id == theEnd) return;
+      if (id == theTimer) settle(shared);
       if (const auto watched = shared.find(id)) watched->readable();
     }
   }
