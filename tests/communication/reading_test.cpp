@@ -55,8 +55,8 @@ void underSignals(void (*handler)(int), std::chrono::microseconds pause, const W
   sigaction(SIGUSR1, &before, nullptr);
 }
 
-SOCKETFD interrupted = -1;
-std::atomic<int> answeredInHandler{0};
+[[maybe_unused]] SOCKETFD interrupted = -1;
+[[maybe_unused]] std::atomic<int> answeredInHandler{0};
 
 }  // namespace
 
