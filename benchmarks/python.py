@@ -53,8 +53,10 @@ def main():
     met = []
     with VirtualController("--state-period", "0") as controller:
         robot = kyt.connect_robot(controller.host, controller.port)
+        same = reference.connectTo(controller.host.encode(), controller.port.encode())
+        assert robot > 0 and same > 0
         calls = [
-            ("a call with a handle, no output", kyt.get_connection_status, [robot], reference.connectionStatus, robot),
+            ("a call with a handle, no output", kyt.get_connection_status, [robot], reference.connectionStatus, same),
             ("a call with one int&", kyt.get_speed, [UNKNOWN, 0], reference.speed, UNKNOWN),
         ]
         for what, call, arguments, other, handle in calls:
@@ -64,7 +66,7 @@ def main():
             met.append(row(what, python * 1e9, cpp * 1e9, "ns", (python - cpp) * 1e9, 150, "+%.0f ns"))
         assert kyt.get_speed(robot, 0) == [0, 50]
         python, cpp = medians(
-            100, lambda times: seconds_per_call(times, kyt.get_speed, robot, 0), lambda times: reference.speed(robot, times)
+            100, lambda times: seconds_per_call(times, kyt.get_speed, robot, 0), lambda times: reference.speed(same, times)
         )
         met.append(row("a query", python * 1e6, cpp * 1e6, "us", python / cpp, 1.15, "%.2f"))
         kyt.disconnect_robot(robot)

@@ -1,4 +1,4 @@
-// The C++ side of python.py: the same calls on the same connections, timed in the same process.
+// The C++ side of python.py: the same calls to the same controller, timed in the same process.
 
 #include <chrono>
 
@@ -16,6 +16,9 @@ double secondsPerCall(int times, const Call& call) {
 }  // namespace
 
 #define EXPORTED extern "C" __attribute__((visibility("default")))
+
+// A connection of its own: the module has the library in it, and the handles are two libraries'.
+EXPORTED SOCKETFD connectTo(const char* ip, const char* port) { return connect_robot(ip, port); }
 
 EXPORTED double connectionStatus(SOCKETFD robot, int times) {
   return secondsPerCall(times, [&] { get_connection_status(robot); });

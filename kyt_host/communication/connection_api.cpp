@@ -70,8 +70,8 @@ int send_message(SOCKETFD socketFd, int code, const std::string& text) {
   return SUCCESS;
 }
 
-int exchange_message_many(const std::vector<int>& socketFds, int requestCode, const std::string& text,
-                          int replyCode, int timeoutMs, std::vector<std::string>& replies, std::vector<int>& results) {
+int exchange_message_many(const std::vector<int>& socketFds, int requestCode, const std::string& text, int replyCode,
+                          int timeoutMs, std::vector<std::string>& replies, std::vector<int>& results) {
   constexpr int highestCode = 0xFFFF;
   const auto isCode = [](int code) { return code >= 0 && code <= highestCode; };
   if (!isCode(requestCode) || !isCode(replyCode) || timeoutMs < 1 || text.size() > frameMaxPayload) return PARAM_ERR;

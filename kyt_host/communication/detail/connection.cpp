@@ -290,10 +290,6 @@ void Connection::readable() {
   if (const auto session = this->session()) session->reader.readable();
 }
 
-void Connection::settle() {
-  if (const auto session = this->session()) session->reader.settle();
-}
-
 // On the thread that has read. Others wait for that one perhaps, so the rest has a thread of its own.
 void Connection::broken(bool heard) {
   const auto session = this->session();

@@ -71,7 +71,6 @@ class Connection : public std::enable_shared_from_this<Connection>, public Watch
   void beginToRead(Session& session);
   void abandonAttempt();
   void readable() override;
-  void settle() override;
   void broken(bool heard) override;
   bool startToRestore(const std::shared_ptr<Session>& session, bool atOnce);
   bool restore(Session& session);

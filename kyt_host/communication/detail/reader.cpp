@@ -19,6 +19,9 @@ namespace {
 // So that a peer that never pauses leaves the watcher's threads to others, too.
 constexpr int readsInARow = 16;
 
+// Room for what a caller waits for, as a rule; more than that is a stream.
+constexpr std::size_t replySize = 4096;
+
 // For those who want to know whether it makes a difference.
 bool callersMayRead() {
   static const bool may = [] {
@@ -40,7 +43,6 @@ void Reader::begin(std::shared_ptr<Watcher> watcher, std::weak_ptr<Watched> watc
   const std::lock_guard lock(mutex_);
   if (closed_) return;
   buffer_.clear();
-  lingering_ = false;
   watched_ = watcher->add(link_.socket(), std::move(watched));
   watcher_ = std::move(watcher);
   state_ = State::Reading;
@@ -63,8 +65,7 @@ bool Reader::take(Caller* caller) {
 
 // With the mutex held: from whoever reads to the next one.
 void Reader::passOn() {
-  const bool byCaller = readingCaller_ != nullptr;
-  if (byCaller) readingCaller_->reads_ = false;
+  if (readingCaller_ != nullptr) readingCaller_->reads_ = false;
   readingCaller_ = nullptr;
   if (state_ != State::Reading) return;
   const auto next = closed_ ? callers_.end() : std::find_if(callers_.begin(), callers_.end(), [](Caller* caller) {
@@ -82,12 +83,7 @@ void Reader::passOn() {
   }
   state_ = State::Resting;
   changed_.notify_all();
-  if (!byCaller || closed_) {
-    rest();
-  } else if (!lingering_) {  // the next query is about to come perhaps, and need not call the watcher off
-    lingering_ = true;
-    watcher_->settleSoon(watched_);
-  }
+  rest();
 }
 
 // With the mutex held. When callbacks are behind, they have to catch up first: see `goOn`.
@@ -103,12 +99,6 @@ void Reader::stopWatching() {
 
 void Reader::goOn() {
   const std::lock_guard lock(mutex_);
-  if (state_ == State::Resting) rest();
-}
-
-void Reader::settle() {
-  const std::lock_guard lock(mutex_);
-  lingering_ = false;
   if (state_ == State::Resting) rest();
 }
 
@@ -170,16 +160,32 @@ bool Reader::Caller::mayRead() {
 
 // --- reading ---
 
-// A caller, into a place of its own: what interrupts it while it waits may read in its place.
+// A caller. What interrupts it while it waits may read in its place, so it does not wait and read into the buffer in
+// one.
 void Reader::read(Deadline deadline) {
   if (!callbacks_.awaitRoom(deadline)) return;
-  std::array<char, 4096> bytes;
+  inStream_ ? readStream(deadline) : readReply(deadline);
+}
+
+void Reader::readStream(Deadline deadline) {
+  asleep_ = true;
+  const bool readable = link_.awaitReadable(deadline);
+  asleep_ = false;
+  std::size_t count = 0;
+  if (readable) readSome(count);
+  inStream_ = count >= replySize;
+}
+
+// Into a place of its own, in one system call.
+void Reader::readReply(Deadline deadline) {
+  std::array<char, replySize> bytes;
   std::error_code error;
   asleep_ = true;
   std::size_t left = link_.awaitAndRead(bytes.data(), bytes.size(), deadline, error);
   asleep_ = false;
   if (error == asio::error::would_block) return;
   if (error || left == 0) return lost();
+  inStream_ = left == bytes.size();
   for (const char* next = bytes.data(); left > 0;) {
     const std::size_t count = std::min(left, buffer_.spaceLeft());
     std::copy_n(next, count, buffer_.space());

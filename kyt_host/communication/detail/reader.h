@@ -47,9 +47,8 @@ class Reader {
   /// The watcher has seen something.
   void readable();
 
-  /// The watcher is to look after it again, now that callbacks have caught up, or that no query has come for a while.
+  /// The callbacks have caught up.
   void goOn();
-  void settle();
 
   /// Waits until everything has been read that comes before the end of the connection.
   bool awaitEnd(Deadline deadline);
@@ -118,6 +117,8 @@ class Reader {
   void rest();
   void stopWatching();
   void read(Deadline deadline);
+  void readStream(Deadline deadline);
+  void readReply(Deadline deadline);
   bool readSome(std::size_t& count);
   bool takeIn(std::size_t count);
   void lost();
@@ -131,6 +132,7 @@ class Reader {
   // Of whoever reads.
   FrameBuffer buffer_;
   bool heard_ = false;
+  bool inStream_ = false;
   std::atomic<bool> asleep_{false};
 
   std::mutex mutex_;  // guards what follows
@@ -144,7 +146,6 @@ class Reader {
   std::shared_ptr<Watcher> watcher_;
   Watcher::Id watched_ = 0;
   bool watching_ = false;
-  bool lingering_ = false;  // the watcher will say when that is over
 };
 
 }  // namespace kyt_host::detail

@@ -19,7 +19,6 @@ struct Session {
   void stop() {
     signal.stop();
     callbacks.stop();
-    reader.goOn();  // to the end
   }
 
   StopSignal signal;

@@ -206,13 +206,17 @@ std::size_t TcpLink::read(char* bytes, std::size_t size, std::error_code& error)
   }
 }
 
+bool TcpLink::awaitReadable(Deadline deadline) {
+  pollfd wait{socket_, POLLIN, 0};
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+  return ::poll(&wait, 1, static_cast<int>(std::clamp<std::chrono::milliseconds>(left, 0ms, 1h).count())) > 0;
+}
+
 // A query's time limit is the socket's own, so that waiting and reading are one system call. One that has a time limit
 // is not begun anew after a signal.
 std::size_t TcpLink::awaitAndRead(char* bytes, std::size_t size, Deadline deadline, std::error_code& error) {
-  const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-  if (left < readTimeLimit - 10ms) {
-    pollfd wait{socket_, POLLIN, 0};
-    if (::poll(&wait, 1, static_cast<int>(std::max(left, 0ms).count())) > 0) return read(bytes, size, error);
+  if (deadline - std::chrono::steady_clock::now() < readTimeLimit - 10ms) {
+    if (awaitReadable(deadline)) return read(bytes, size, error);
     error = asio::error::would_block;
     return 0;
   }

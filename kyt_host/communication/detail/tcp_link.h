@@ -75,7 +75,10 @@ class TcpLink {
   /// Reads what has arrived, at most `size` bytes; `would_block` when nothing has. 0: the peer has closed.
   std::size_t read(char* bytes, std::size_t size, std::error_code& error);
 
-  /// Waits for that. `would_block` at the deadline or somewhat earlier, and when a signal interrupts.
+  /// Waits until there is something to read, or an end to notice. False at the deadline, and when a signal interrupts.
+  bool awaitReadable(Deadline deadline);
+
+  /// The two in one. `would_block` at the deadline or somewhat earlier, and when a signal interrupts.
   std::size_t awaitAndRead(char* bytes, std::size_t size, Deadline deadline, std::error_code& error);
 
   /// The descriptor; stays what it is while somebody reads.

@@ -7,11 +7,9 @@
 #include <mutex>
 #include <unordered_map>
 #include <utility>
-#include <vector>
 
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
-#include <sys/timerfd.h>
 #include <unistd.h>
 
 namespace kyt_host::detail {
@@ -20,11 +18,7 @@ namespace {
 
 constexpr std::size_t mostThreads = 4;
 constexpr std::chrono::milliseconds endTimeLimit{900};
-constexpr itimerspec untilSettling{{0, 0}, {0, 2'000'000}};
-
-// What is no socket's.
-constexpr Watcher::Id theEnd = 0;
-constexpr Watcher::Id theTimer = 1;
+constexpr Watcher::Id theEnd = 0;  // no socket's
 
 struct OfThisProcess {
   std::mutex mutex;
@@ -43,7 +37,7 @@ struct Watcher::Shared {
   ~Shared() { closeDescriptors(); }
 
   void closeDescriptors() {
-    for (int* const descriptor : {&epoll, &end, &timer}) {
+    for (int* const descriptor : {&epoll, &end}) {
       if (*descriptor >= 0) ::close(std::exchange(*descriptor, -1));
     }
   }
@@ -63,11 +57,9 @@ struct Watcher::Shared {
 
   int epoll = ::epoll_create1(EPOLL_CLOEXEC);
   int end = ::eventfd(0, EFD_CLOEXEC);
-  int timer = ::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
   std::mutex mutex;  // guards what follows
   std::unordered_map<Id, std::weak_ptr<Watched>> watched;
-  Id lastId = theTimer;
-  std::vector<Id> settling;
+  Id lastId = theEnd;
 };
 
 std::shared_ptr<Watcher> Watcher::ofThisProcess(std::error_code& error) {
@@ -75,7 +67,7 @@ std::shared_ptr<Watcher> Watcher::ofThisProcess(std::error_code& error) {
   const std::lock_guard lock(process.mutex);
   if (auto watcher = process.watcher.lock()) return watcher;
   auto shared = std::make_shared<Shared>();
-  if (shared->epoll < 0 || shared->end < 0 || shared->timer < 0) {
+  if (shared->epoll < 0 || shared->end < 0) {
     error.assign(errno, std::system_category());
     return nullptr;
   }
@@ -86,7 +78,6 @@ std::shared_ptr<Watcher> Watcher::ofThisProcess(std::error_code& error) {
 
 Watcher::Watcher(std::shared_ptr<Shared> shared) : shared_(std::move(shared)) {
   shared_->control(EPOLL_CTL_ADD, shared_->end, EPOLLIN, theEnd);
-  shared_->control(EPOLL_CTL_ADD, shared_->timer, EPOLLIN | EPOLLONESHOT, theTimer);
 }
 
 Watcher::~Watcher() {
@@ -132,33 +123,12 @@ void Watcher::remove(int socket, Id id) {
   shared_->watched.erase(id);
 }
 
-void Watcher::settleSoon(Id id) {
-  const std::lock_guard lock(shared_->mutex);
-  shared_->settling.push_back(id);
-  if (shared_->settling.size() == 1) ::timerfd_settime(shared_->timer, 0, &untilSettling, nullptr);
-}
-
-void Watcher::settle(Shared& shared) {
-  std::uint64_t expirations = 0;
-  static_cast<void>(!::read(shared.timer, &expirations, sizeof expirations));
-  std::vector<Id> settling;
-  {
-    const std::lock_guard lock(shared.mutex);
-    settling.swap(shared.settling);
-  }
-  shared.control(EPOLL_CTL_MOD, shared.timer, EPOLLIN | EPOLLONESHOT, theTimer);
-  for (const Id id : settling) {
-    if (const auto watched = shared.find(id)) watched->settle();
-  }
-}
-
 void Watcher::run(Shared& shared) {
   for (std::array<epoll_event, 16> events{};;) {
     const int count = ::epoll_wait(shared.epoll, events.data(), static_cast<int>(events.size()), -1);
     for (int i = 0; i < count; ++i) {
       const Id id = events[static_cast<std::size_t>(i)].data.u64;
       if (id == theEnd) return;
-      if (id == theTimer) settle(shared);
       if (const auto watched = shared.find(id)) watched->readable();
     }
   }

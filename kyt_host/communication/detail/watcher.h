@@ -17,9 +17,6 @@ class Watched {
 
   /// There is something to read. Called on a thread of the watcher, on which all others depend.
   virtual void readable() = 0;
-
-  /// The time after `settleSoon` is over.
-  virtual void settle() = 0;
 };
 
 /// A few threads that sleep until something arrives on one of the sockets that they watch, and then say so, once.
@@ -42,9 +39,6 @@ class Watcher {
   void watch(int socket, Id id);
   void stopWatching(int socket, Id id);
 
-  /// Has it settle within two milliseconds: one wake-up for all that ask for it by then.
-  void settleSoon(Id id);
-
   /// Before the socket is closed.
   void remove(int socket, Id id);
 
@@ -59,7 +53,6 @@ class Watcher {
 
   explicit Watcher(std::shared_ptr<Shared> shared);
   static void run(Shared& shared);
-  static void settle(Shared& shared);
   void haveThreads(std::size_t sockets);
 
   const std::shared_ptr<Shared> shared_;
