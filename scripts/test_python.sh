@@ -29,7 +29,7 @@ first=$(python3 -c 'import os, sys; print(os.path.realpath(sys.executable))')
 # build_for PYTHON: an environment with the wheel in it, whose folder it prints.
 build_for() {
   local environment
-  environment=$(mktemp -d "$work/XXX")
+  environment=$(mktemp -d -p "$work")
   "$1" -m venv "$environment" >&2 &&
     PIP_NO_INDEX=1 PIP_DISABLE_PIP_VERSION_CHECK=1 "$environment/bin/python" -m pip install "$root" >&2 &&
     echo "$environment"

@@ -74,6 +74,7 @@ void useGlobalsInCallbacks() {
 void exitOnInterrupt() {
   robot = connect();
   std::signal(SIGINT, [](int) { std::exit(0); });
+  std::atexit([] { say("power off", set_servo_poweroff(robot)); });
   say("ready", askForSpeed(robot));
   for (;;) askForSpeed(robot);
 }

@@ -77,6 +77,7 @@ TEST_F(ProgramEnds, OnASignalInTheMidstOfACall) {
     std::this_thread::sleep_for(100ms);  // until it waits for the reply that does not come
     const auto start = std::chrono::steady_clock::now();
     program.signal(SIGINT);
+    EXPECT_EQ(program.line(), "power off 0");  // the thread that reads is the one that has been interrupted
     EXPECT_EQ(program.exitCode(10s), 0);
     EXPECT_LE(std::chrono::steady_clock::now() - start, 3s);  // a second, and what a busy machine takes
     controller.unsilence(Strategy::GetSpeed);

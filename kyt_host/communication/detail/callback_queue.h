@@ -48,7 +48,7 @@ class CallbackQueue {
 
   using Deliver = std::function<void(const Event& event, const char* text)>;
 
-  /// Reader: adds an event to the batch in the making.
+  /// Receiver: adds an event to the batch in the making.
   void add(const Event& event, std::string_view text) {
     const Record record{event, static_cast<std::uint32_t>(text.size())};
     char* const bytes = making_.extend(sizeof record + text.size() + 1);
@@ -57,7 +57,7 @@ class CallbackQueue {
     bytes[sizeof record + text.size()] = '\0';
   }
 
-  /// Reader: hands over the batch in the making, if there is one.
+  /// Receiver: hands over the batch in the making, if there is one.
   void publish();
 
   /// Whether the reader may go on. If not, `onRoom` is called as soon as it may.

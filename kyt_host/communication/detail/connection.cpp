@@ -104,7 +104,7 @@ bool Connection::open() {
 std::shared_ptr<Session> Connection::beginSession() {
   const std::lock_guard lock(mutex_);
   if (session_ != nullptr) throw std::system_error(asio::error::already_open);
-  session_ = std::make_shared<Session>(owner_, store, link_, receiveCallback, static_cast<Reader::Events&>(*this));
+  session_ = std::make_shared<Session>(owner_, store, link_, receiveCallback, static_cast<Receiver::Events&>(*this));
   process_ = ::getpid();
   return session_;
 }
@@ -134,7 +134,7 @@ void Connection::beginToRead(Session& session) {
     session.callbacks.publish();
     if (session.callbacks.needsThread()) callbackDue();
   }
-  session.reader.begin(std::move(watcher), weak_from_this());
+  session.receiver.begin(std::move(watcher), weak_from_this());
 }
 
 void Connection::abandonAttempt() {
@@ -192,7 +192,7 @@ class Connection::Exchange : public PendingReply {
         session_(std::move(session)),
         handler_(connection.store.findOrAdd(static_cast<Strategy>(replyCode))),
         deadline_(deadline),
-        caller_(session_->reader, neverReads) {}
+        caller_(session_->receiver, neverReads) {}
 
   void send(unsigned int code, const std::string& payload, std::string& text) {
     const auto onTurn = [&] {
@@ -227,7 +227,7 @@ class Connection::Exchange : public PendingReply {
   const std::shared_ptr<Session> session_;
   MessageBaseStrategy* const handler_;
   const Deadline deadline_;
-  Reader::Caller caller_;
+  Receiver::Caller caller_;
   std::string text_;
   std::optional<MessageBaseStrategy::Ticket> ticket_;
 };
@@ -260,7 +260,7 @@ MessageBaseStrategy* Connection::await(unsigned int code, int timeoutMs) {
   std::string unwanted;
   if (session == nullptr) return handler->await(timeoutMs, store.ended()) ? handler : nullptr;
   const CallbackQueue::WaitingForReply waiting;
-  Reader::Caller caller(session->reader);
+  Receiver::Caller caller(session->receiver);
   MessageBaseStrategy::Ticket ticket(*handler, unwanted, caller.waiter);
   const Deadline deadline = MessageBaseStrategy::deadlineAfter(timeoutMs);
   return caller.await(deadline, store.ended(), [&] { return ticket.take(); }) ? handler : nullptr;
@@ -271,7 +271,7 @@ MessageBaseStrategy* Connection::awaitEither(unsigned int first, unsigned int se
   const auto session = this->session();
   if (session == nullptr) return nullptr;
   const CallbackQueue::WaitingForReply waiting;
-  Reader::Caller caller(session->reader);
+  Receiver::Caller caller(session->receiver);
   MessageBaseStrategy* const handlers[] = {store.findOrAdd(static_cast<Strategy>(first)),
                                            store.findOrAdd(static_cast<Strategy>(second))};
   std::string ofSecond;
@@ -287,7 +287,7 @@ MessageBaseStrategy* Connection::awaitEither(unsigned int first, unsigned int se
 }
 
 void Connection::readable() {
-  if (const auto session = this->session()) session->reader.readable();
+  if (const auto session = this->session()) session->receiver.readable();
 }
 
 // On the thread that has read. Others wait for that one perhaps, so the rest has a thread of its own.
@@ -397,7 +397,7 @@ bool Connection::close() {
     letLastCommandArrive(*session);
     link_.shutdown();
     const Deadline deadline = std::chrono::steady_clock::now() + closeTimeLimit;
-    leftBehind = !session->reader.end(deadline);
+    leftBehind = !session->receiver.end(deadline);
     leftBehind = !session->threads.join(deadline) || leftBehind;
     if (!leftBehind) link_.close();  // otherwise a thread that was left behind may still use the socket
     state_ = State::Closed;          // a reconnection may just have succeeded
@@ -416,7 +416,7 @@ void Connection::letLastCommandArrive(Session& session) {
   const auto until = lastSent_.load() + lastCommandTime;
   if (std::chrono::steady_clock::now() >= until) return;
   link_.endWriting();
-  session.reader.awaitEnd(until);
+  session.receiver.awaitEnd(until);
 }
 
 // Locks are as they were in the parent at that moment, and threads are not there at all: nothing of it is used again,

@@ -21,7 +21,7 @@ namespace kyt_host::detail {
 
 /// A connection over TCP, from the attempt to connect to its end, as often as it is opened. Shared with its threads,
 /// and with the watcher's.
-class Connection : public std::enable_shared_from_this<Connection>, public Watched, private Reader::Events {
+class Connection : public std::enable_shared_from_this<Connection>, public Watched, private Receiver::Events {
  public:
   using Deadline = TcpLink::Deadline;
   using ReceiveCallback = FrameDispatcher::ReceiveCallback;

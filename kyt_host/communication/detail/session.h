@@ -1,7 +1,7 @@
 #pragma once
 
 #include "kyt_host/communication/detail/callback_queue.h"
-#include "kyt_host/communication/detail/reader.h"
+#include "kyt_host/communication/detail/receiver.h"
 #include "kyt_host/communication/detail/stop_signal.h"
 #include "kyt_host/communication/detail/thread_group.h"
 
@@ -11,9 +11,9 @@ namespace kyt_host::detail {
 /// a callback that closes its own connection, or does not return) finds everything in place, and stopped.
 struct Session {
   Session(BackendBase& owner, MessageManager& store, TcpLink& link,
-          const std::atomic<FrameDispatcher::ReceiveCallback>& receiveCallback, Reader::Events& events)
-      : reader(link, FrameDispatcher(owner, store, callbacks, receiveCallback), callbacks, signal, events) {
-    callbacks.onRoom = [this] { reader.goOn(); };
+          const std::atomic<FrameDispatcher::ReceiveCallback>& receiveCallback, Receiver::Events& events)
+      : receiver(link, FrameDispatcher(owner, store, callbacks, receiveCallback), callbacks, signal, events) {
+    callbacks.onRoom = [this] { receiver.goOn(); };
   }
 
   void stop() {
@@ -23,7 +23,7 @@ struct Session {
 
   StopSignal signal;
   CallbackQueue callbacks;
-  Reader reader;
+  Receiver receiver;
   ThreadGroup threads;  ///< that calls back, and that restores a broken connection
 };
 

@@ -1,4 +1,4 @@
-#include "kyt_host/communication/detail/reader.h"
+#include "kyt_host/communication/detail/receiver.h"
 
 #include <algorithm>
 #include <array>
@@ -33,13 +33,13 @@ bool callersMayRead() {
 
 }  // namespace
 
-Reader::Reader(TcpLink& link, const FrameDispatcher& dispatcher, CallbackQueue& callbacks, const StopSignal& signal,
-               Events& events)
+Receiver::Receiver(TcpLink& link, const FrameDispatcher& dispatcher, CallbackQueue& callbacks, const StopSignal& signal,
+                   Events& events)
     : link_(link), dispatcher_(dispatcher), callbacks_(callbacks), signal_(signal), events_(events) {}
 
 // --- who reads ---
 
-void Reader::begin(std::shared_ptr<Watcher> watcher, std::weak_ptr<Watched> watched) {
+void Receiver::begin(std::shared_ptr<Watcher> watcher, std::weak_ptr<Watched> watched) {
   const std::lock_guard lock(mutex_);
   if (closed_) return;
   buffer_.clear();
@@ -50,13 +50,14 @@ void Reader::begin(std::shared_ptr<Watcher> watcher, std::weak_ptr<Watched> watc
 }
 
 // With the mutex held. Whether the caller, or the watcher, has the role now.
-bool Reader::take(Caller* caller) {
+bool Receiver::take(Caller* caller) {
   if (state_ != State::Resting || closed_) return false;
   if (caller != nullptr) {
     stopWatching();
     caller->reads_ = true;
   }
   watching_ = false;
+  asleep_ = false;
   state_ = State::Reading;
   readingThread_ = std::this_thread::get_id();
   readingCaller_ = caller;
@@ -64,7 +65,7 @@ bool Reader::take(Caller* caller) {
 }
 
 // With the mutex held: from whoever reads to the next one.
-void Reader::passOn() {
+void Receiver::passOn() {
   if (readingCaller_ != nullptr) readingCaller_->reads_ = false;
   readingCaller_ = nullptr;
   if (state_ != State::Reading) return;
@@ -87,27 +88,27 @@ void Reader::passOn() {
 }
 
 // With the mutex held. When callbacks are behind, they have to catch up first: see `goOn`.
-void Reader::rest() {
+void Receiver::rest() {
   if (closed_ || watching_ || !callbacks_.hasRoom()) return;
   watching_ = true;
   watcher_->watch(link_.socket(), watched_);
 }
 
-void Reader::stopWatching() {
+void Receiver::stopWatching() {
   if (watching_) watcher_->stopWatching(link_.socket(), watched_);
 }
 
-void Reader::goOn() {
+void Receiver::goOn() {
   const std::lock_guard lock(mutex_);
   if (state_ == State::Resting) rest();
 }
 
-bool Reader::awaitEnd(Deadline deadline) {
+bool Receiver::awaitEnd(Deadline deadline) {
   std::unique_lock lock(mutex_);
   return changed_.wait_until(lock, deadline, [this] { return state_ == State::Ended; });
 }
 
-bool Reader::end(Deadline deadline) {
+bool Receiver::end(Deadline deadline) {
   std::shared_ptr<Watcher> unused;  // without the mutex, since its threads are waited for
   std::unique_lock lock(mutex_);
   closed_ = true;
@@ -123,37 +124,37 @@ bool Reader::end(Deadline deadline) {
 
 // --- callers ---
 
-Reader::Caller::Caller(Reader& reader, bool neverReads)
-    : reader_(reader), neverReads_(neverReads || !callersMayRead()) {}
+Receiver::Caller::Caller(Receiver& receiver, bool neverReads)
+    : receiver_(receiver), neverReads_(neverReads || !callersMayRead()) {}
 
-void Reader::Caller::readIfNobodyDoes() {
+void Receiver::Caller::readIfNobodyDoes() {
   if (neverReads_) return;
-  const std::lock_guard lock(reader_.mutex_);
-  reader_.take(this);
+  const std::lock_guard lock(receiver_.mutex_);
+  receiver_.take(this);
 }
 
-void Reader::Caller::catchUp() {
+void Receiver::Caller::catchUp() {
   std::size_t count = 1;
-  for (int reads = 0; reads < readsInARow && reads_ && count > 0 && reader_.callbacks_.hasRoom(); ++reads)
-    reader_.readSome(count);
+  for (int reads = 0; reads < readsInARow && reads_ && count > 0 && receiver_.callbacks_.hasRoom(); ++reads)
+    receiver_.readSome(count);
 }
 
-void Reader::Caller::letOthersRead() {
+void Receiver::Caller::letOthersRead() {
   if (!reads_ && !queued_) return;
-  const std::lock_guard lock(reader_.mutex_);
-  if (queued_) reader_.callers_.erase(std::find(reader_.callers_.begin(), reader_.callers_.end(), this));
+  const std::lock_guard lock(receiver_.mutex_);
+  if (queued_) receiver_.callers_.erase(std::find(receiver_.callers_.begin(), receiver_.callers_.end(), this));
   queued_ = false;
-  if (reads_) reader_.passOn();
+  if (reads_) receiver_.passOn();
 }
 
-bool Reader::Caller::mayRead() {
+bool Receiver::Caller::mayRead() {
   if (reads_) return true;
   if (neverReads_) return false;
-  const std::lock_guard lock(reader_.mutex_);
-  if (reads_ || reader_.take(this)) return true;
+  const std::lock_guard lock(receiver_.mutex_);
+  if (reads_ || receiver_.take(this)) return true;
   // A signal handler has interrupted the very thread that reads, and that waits for as long.
-  if (reader_.state_ == State::Reading && reader_.readingThread_ == thread_ && reader_.asleep_) return true;
-  if (!queued_) reader_.callers_.push_back(this);
+  if (receiver_.state_ == State::Reading && receiver_.readingThread_ == thread_ && receiver_.asleep_) return true;
+  if (!queued_) receiver_.callers_.push_back(this);
   queued_ = true;
   return false;
 }
@@ -162,12 +163,14 @@ bool Reader::Caller::mayRead() {
 
 // A caller. What interrupts it while it waits may read in its place, so it does not wait and read into the buffer in
 // one.
-void Reader::read(Deadline deadline) {
+void Receiver::read(Deadline deadline) {
   if (!callbacks_.awaitRoom(deadline)) return;
+  const bool interrupts = asleep_;  // the thread itself, which goes on to sleep afterwards
   inStream_ ? readStream(deadline) : readReply(deadline);
+  asleep_ = interrupts;
 }
 
-void Reader::readStream(Deadline deadline) {
+void Receiver::readStream(Deadline deadline) {
   asleep_ = true;
   const bool readable = link_.awaitReadable(deadline);
   asleep_ = false;
@@ -177,7 +180,7 @@ void Reader::readStream(Deadline deadline) {
 }
 
 // Into a place of its own, in one system call.
-void Reader::readReply(Deadline deadline) {
+void Receiver::readReply(Deadline deadline) {
   std::array<char, replySize> bytes;
   std::error_code error;
   asleep_ = true;
@@ -195,7 +198,7 @@ void Reader::readReply(Deadline deadline) {
   }
 }
 
-void Reader::readable() {
+void Receiver::readable() {
   {
     const std::lock_guard lock(mutex_);
     if (!take(nullptr)) return;
@@ -212,7 +215,7 @@ void Reader::readable() {
 }
 
 // Takes in all that has arrived, as far as it fits: one read. False when the connection has ended.
-bool Reader::readSome(std::size_t& count) {
+bool Receiver::readSome(std::size_t& count) {
   std::error_code error;
   count = link_.read(buffer_.space(), buffer_.spaceLeft(), error);
   if (error == asio::error::would_block) return true;
@@ -222,7 +225,7 @@ bool Reader::readSome(std::size_t& count) {
 
 // What has been put into the buffer. Once stopped, what still comes is thrown away. False when the connection has
 // ended.
-bool Reader::takeIn(std::size_t count) try {
+bool Receiver::takeIn(std::size_t count) try {
   if (signal_.stopped()) {
     buffer_.clear();
     return true;
@@ -241,7 +244,7 @@ bool Reader::takeIn(std::size_t count) try {
   return lost(), false;
 }
 
-void Reader::lost() {
+void Receiver::lost() {
   std::shared_ptr<Watcher> unused;
   {
     const std::lock_guard lock(mutex_);

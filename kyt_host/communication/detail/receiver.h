@@ -21,7 +21,7 @@ namespace kyt_host::detail {
 /// Takes in what a connection receives. One thread at a time does, the one that has the reading role: of the callers
 /// that wait for a reply, one; as long as nobody waits, the watcher. So the reply of a lone caller wakes nobody but
 /// that caller, and whoever reads takes in everything, whomever it is for.
-class Reader {
+class Receiver {
  public:
   using Deadline = Waiter::Deadline;
 
@@ -37,8 +37,8 @@ class Reader {
     virtual void callbackDue() = 0;
   };
 
-  Reader(TcpLink& link, const FrameDispatcher& dispatcher, CallbackQueue& callbacks, const StopSignal& signal,
-         Events& events);
+  Receiver(TcpLink& link, const FrameDispatcher& dispatcher, CallbackQueue& callbacks, const StopSignal& signal,
+           Events& events);
 
   /// Begins to read from the socket that the link has now. Throws when the system has no room or threads left.
   /// @param watched  calls `readable`
@@ -60,7 +60,7 @@ class Reader {
   class Caller {
    public:
     /// @param neverReads  it leaves that to others
-    explicit Caller(Reader& reader, bool neverReads = false);
+    explicit Caller(Receiver& receiver, bool neverReads = false);
     ~Caller() { letOthersRead(); }
     Caller(const Caller&) = delete;
     Caller& operator=(const Caller&) = delete;
@@ -85,7 +85,7 @@ class Reader {
       while (!done()) {
         if (ended) return done();
         if (mayRead()) {
-          reader_.read(deadline);
+          receiver_.read(deadline);
         } else {
           waiter.sleepUntil(deadline);
         }
@@ -95,13 +95,13 @@ class Reader {
     }
 
    private:
-    friend class Reader;
+    friend class Receiver;
     bool mayRead();
 
-    Reader& reader_;
+    Receiver& receiver_;
     const bool neverReads_;
     const std::thread::id thread_ = std::this_thread::get_id();
-    std::atomic<bool> reads_{false};  // as `queued_`, set with the reader's mutex held
+    std::atomic<bool> reads_{false};  // as `queued_`, set with the receiver's mutex held
     std::atomic<bool> queued_{false};
   };
 
