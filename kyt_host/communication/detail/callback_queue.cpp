@@ -16,7 +16,8 @@ constexpr std::size_t muchWaiting = 128 * 1024;
 
 constexpr std::size_t smallestBatch = 1024;
 
-// Small batches that wait share memory, up to this much.
+// Small batches that wait share memory, up to this much. Others are not worth copying.
+constexpr std::size_t smallBatch = 16 * 1024;
 constexpr std::size_t largestShared = 256 * 1024;
 
 // From here on, memory is the system's own, and goes back to it at once: what a storm has taken would stay in a heap
@@ -41,7 +42,7 @@ void BatchRelease::operator()(char* bytes) const {
 }
 
 void CallbackQueue::Batch::grow(std::size_t leastCapacity) {
-  const std::size_t roomy = capacity_ < largestShared ? std::min(2 * capacity_, largestShared) : capacity_ * 5 / 4;
+  const std::size_t roomy = capacity_ < smallBatch ? 2 * capacity_ : capacity_ * 5 / 4;
   const std::size_t capacity = std::max({leastCapacity, roomy, smallestBatch});
   char* memory = nullptr;
   if (capacity < smallestMapped) {
@@ -69,7 +70,7 @@ bool CallbackQueue::handOver() {
     making_.clear();
     return false;
   }
-  if (!batches_.empty() && batches_.back().size() + making_.size() <= largestShared) {
+  if (!batches_.empty() && making_.size() <= smallBatch && batches_.back().size() + making_.size() <= largestShared) {
     Batch& last = batches_.back();
     occupiedBytes_ -= last.capacity();
     last.append(making_);
