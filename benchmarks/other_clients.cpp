@@ -24,6 +24,7 @@
 
 namespace {
 
+#if defined(HAVE_LIBMODBUS) || defined(HAVE_HIREDIS)
 /// A process that is gone at the latest with this one.
 class Server {
  public:
@@ -53,6 +54,7 @@ int portOf(int socket) {
   require(::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size) == 0, "getsockname");
   return ntohs(address.sin_port);
 }
+#endif
 
 #ifdef HAVE_LIBMODBUS
 OtherClient modbusClient() {
