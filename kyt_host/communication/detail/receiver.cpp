@@ -163,11 +163,13 @@ bool Receiver::Caller::mayRead() {
 
 // A caller. What interrupts it while it waits may read in its place, so it does not wait and read into the buffer in
 // one.
-void Receiver::read(Deadline deadline) {
+void Receiver::read(Deadline deadline) try {
   if (!callbacks_.awaitRoom(deadline)) return;
   const bool interrupts = asleep_;  // the thread itself, which goes on to sleep afterwards
   inStream_ ? readStream(deadline) : readReply(deadline);
   asleep_ = interrupts;
+} catch (const std::exception& exception) {
+  fail(exception);
 }
 
 void Receiver::readStream(Deadline deadline) {
@@ -192,13 +194,13 @@ void Receiver::readReply(Deadline deadline) {
   for (const char* next = bytes.data(); left > 0;) {
     const std::size_t count = std::min(left, buffer_.spaceLeft());
     std::copy_n(next, count, buffer_.space());
-    if (!takeIn(count)) return;
+    takeIn(count);
     next += count;
     left -= count;
   }
 }
 
-void Receiver::readable() {
+void Receiver::readable() try {
   {
     const std::lock_guard lock(mutex_);
     if (!take(nullptr)) return;
@@ -212,6 +214,8 @@ void Receiver::readable() {
   }
   const std::lock_guard lock(mutex_);
   passOn();
+} catch (const std::exception& exception) {
+  fail(exception);
 }
 
 // Takes in all that has arrived, as far as it fits: one read. False when the connection has ended.
@@ -220,15 +224,15 @@ bool Receiver::readSome(std::size_t& count) {
   count = link_.read(buffer_.space(), buffer_.spaceLeft(), error);
   if (error == asio::error::would_block) return true;
   if (error || count == 0) return lost(), false;
-  return takeIn(count);
+  takeIn(count);
+  return true;
 }
 
-// What has been put into the buffer. Once stopped, what still comes is thrown away. False when the connection has
-// ended.
-bool Receiver::takeIn(std::size_t count) try {
+// What has been put into the buffer. Once stopped, what still comes is thrown away.
+void Receiver::takeIn(std::size_t count) {
   if (signal_.stopped()) {
     buffer_.clear();
-    return true;
+    return;
   }
   heard_ = true;
   buffer_.filled(count);
@@ -238,16 +242,19 @@ bool Receiver::takeIn(std::size_t count) try {
   }
   dispatcher_.finishRead();
   if (callbacks_.needsThread()) events_.callbackDue();
-  return true;
-} catch (const std::exception& exception) {  // the system has no memory left
+}
+
+// The system has no memory left.
+void Receiver::fail(const std::exception& exception) {
   printLine(std::cerr, std::string("Reading ends: ") + exception.what());
-  return lost(), false;
+  lost();
 }
 
 void Receiver::lost() {
   std::shared_ptr<Watcher> unused;
   {
     const std::lock_guard lock(mutex_);
+    if (state_ == State::Ended) return;
     state_ = State::Ended;
     passOn();
     watcher_->remove(link_.socket(), watched_);

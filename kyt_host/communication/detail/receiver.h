@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -120,7 +121,8 @@ class Receiver {
   void readStream(Deadline deadline);
   void readReply(Deadline deadline);
   bool readSome(std::size_t& count);
-  bool takeIn(std::size_t count);
+  void takeIn(std::size_t count);
+  void fail(const std::exception& exception);
   void lost();
 
   TcpLink& link_;

@@ -63,6 +63,7 @@ struct Watcher::Shared {
 };
 
 std::shared_ptr<Watcher> Watcher::ofThisProcess(std::error_code& error) {
+  error.clear();
   OfThisProcess& process = ofProcess();
   const std::lock_guard lock(process.mutex);
   if (auto watcher = process.watcher.lock()) return watcher;
