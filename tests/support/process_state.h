@@ -6,6 +6,7 @@
 #include <fstream>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <unistd.h>
@@ -34,12 +35,17 @@ struct ProcessState {
     return static_cast<std::size_t>(std::distance(begin(files), end(files)));
   }
 
-  /// 0 under sanitizers, which account for memory in their own way.
-  static std::size_t residentBytes() {
+  // 0 under sanitizers, which account for memory in their own way.
+  static std::size_t residentBytes() { return memory().second; }
+  static std::size_t virtualBytes() { return memory().first; }
+
+ private:
+  static std::pair<std::size_t, std::size_t> memory() {
     std::size_t total = 0;
     std::size_t resident = 0;
     std::ifstream("/proc/self/statm") >> total >> resident;
-    return sanitized ? 0 : resident * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    const std::size_t page = sanitized ? 0 : static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    return {total * page, resident * page};
   }
 };
 

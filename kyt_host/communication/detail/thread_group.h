@@ -17,7 +17,7 @@ class ThreadGroup {
   /// Runs `work` on a thread of its own, unless the group has been joined. Throws when the system has no threads left.
   void start(std::function<void()> work);
 
-  /// How many have been started.
+  /// How many run.
   std::size_t size() const;
 
   /// Waits for the threads, which have been told to end, but neither for the calling one nor beyond `deadline`. Those
@@ -30,9 +30,12 @@ class ThreadGroup {
   struct Progress {
     std::mutex mutex;
     std::condition_variable changed;
-    int running = 0;
+    std::size_t running = 0;
+    std::vector<std::thread::id> ended;  // and not yet joined
   };
   static void ended(Progress& progress);
+
+  void joinEnded();
 
   const std::shared_ptr<Progress> progress_ = std::make_shared<Progress>();
   std::vector<std::thread> threads_;  // with the mutex held
