@@ -104,6 +104,12 @@ std::size_t largestText(const Arguments& arguments) {
   $1 = kyt_py::accepts<std::string>($input);
 }
 
+// A text that only comes out: Python passes nothing in its place.
+%typemap(in, numinputs=0) std::string & reply (std::string value) "$1 = &value;"
+%typemap(argout) std::string & reply {
+  %append_output(kyt_py::wrap(*$1));
+}
+
 // double&, lists and records: the caller's object is filled in place, which may be Python's own list where a list is
 // wanted. The call works on a copy, since other threads may use the object meanwhile.
 %typemap(in) double & (double number, DoubleRef* box = nullptr) {
@@ -133,6 +139,20 @@ std::size_t largestText(const Arguments& arguments) {
   if (!SWIG_IsOK(code)) { %argument_fail(code, "$type", $symname, $argnum); }
   $1 = static_cast<$1_ltype>(value);
 }
+
+// Functions that are told which handle: any callable, which is kept; None takes it away.
+%define %callable(FUNCTION...)
+%typemap(in) std::function<FUNCTION> {
+  if ($input != Py_None && PyCallable_Check($input) == 0) {
+    %argument_fail(SWIG_TypeError, "$type", $symname, $argnum);
+  }
+  $1 = kyt_py::FunctionOf<$1_ltype>::callable($input);
+}
+%enddef
+%callable(void(SOCKETFD));
+%callable(void(SOCKETFD, const std::string&));
+%callable(void(SOCKETFD, int, const std::string&));
+%callable(void(SOCKETFD, int, const std::string&, int));
 
 // Where the number of arguments tells which of several functions is meant, a wrong one is named.
 %feature("fastdispatch");

@@ -3,7 +3,6 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <cstring>
 #include <iostream>
 #include <map>
 #include <mutex>
@@ -17,6 +16,7 @@
 #include "kyt_host/communication/communication_manager.h"
 #include "kyt_host/communication/connection_api.h"
 #include "kyt_host/file/file_transfers.h"
+#include "python/calls.h"
 #include "python/lock.h"
 
 namespace {
@@ -91,31 +91,6 @@ std::atomic<bool> ending{false};
 constexpr std::chrono::milliseconds lookAgain{50};
 constexpr std::chrono::milliseconds endTimeLimit{900};
 
-PyObject* toPython(int value) { return PyLong_FromLong(value); }
-
-PyObject* toPython(long long value) { return PyLong_FromLongLong(value); }
-
-PyObject* toPython(const char* text) {
-  return PyUnicode_DecodeUTF8(text, static_cast<Py_ssize_t>(std::strlen(text)), "surrogateescape");
-}
-
-// A new tuple, or null with an exception set.
-template <class... Arguments>
-PyObject* makeTuple(Arguments... arguments) {
-  PyObject* const tuple = PyTuple_New(sizeof...(arguments));
-  if (tuple == nullptr) return nullptr;
-  Py_ssize_t place = 0;
-  bool complete = true;
-  [[maybe_unused]] const auto add = [&](PyObject* item) {
-    complete = complete && item != nullptr;
-    PyTuple_SET_ITEM(tuple, place++, item);
-  };
-  (add(toPython(arguments)), ...);
-  if (complete) return tuple;
-  Py_DECREF(tuple);
-  return nullptr;
-}
-
 // What a registry stores: calls a Python object. On a thread of the library's, an exception ends with the thread state
 // that belongs to this one call; on a thread of Python's it stays, and nothing more is called there.
 class PythonCallable {
@@ -129,21 +104,11 @@ class PythonCallable {
   void operator()(const HandleLife& origin, Arguments... arguments) const {
     kyt_py::withLock([&] {
       // Python cannot have got on since: whoever has disconnected has told so before.
-      if (!dropped() && !origin.over() && PyErr_Occurred() == nullptr) call(arguments...);
+      if (!dropped() && !origin.over() && PyErr_Occurred() == nullptr) kyt_py::call(callable_, arguments...);
     });
   }
 
  private:
-  template <class... Arguments>
-  void call(Arguments... arguments) const {
-    Py_INCREF(callable_);  // for as long as it runs: it may be replaced, and let go, meanwhile
-    if (PyObject* const tuple = makeTuple(arguments...)) {
-      Py_XDECREF(PyObject_CallObject(callable_, tuple));
-      Py_DECREF(tuple);
-    }
-    Py_DECREF(callable_);
-  }
-
   PyObject* callable_;
   HandleLife registered_;
 };
@@ -248,30 +213,9 @@ void requireCallable(PyObject* object) {
 // With the interpreter lock held. A reference of our own: this one has no handle that ends it.
 PyObject* diagnosticsHandler = nullptr;
 
-// Ctrl-C while it ran was meant for the program, which hears of it when the call returns.
-void reportHandlersException(PyObject* handler) {
-  if (PyErr_ExceptionMatches(PyExc_KeyboardInterrupt) != 0) {
-    PyErr_Clear();
-    PyErr_SetInterrupt();
-  } else {
-    PyErr_WriteUnraisable(handler);
-  }
-}
-
-// On whichever thread has something to say, in the midst of whatever Python does there.
+// On whichever thread has something to say.
 void callDiagnosticsHandler(int level, const char* line) {
-  PyObject *type = nullptr, *value = nullptr, *traceback = nullptr;
-  PyErr_Fetch(&type, &value, &traceback);
-  PyObject* const handler = diagnosticsHandler;
-  Py_XINCREF(handler);  // it may be replaced meanwhile
-  PyObject* const tuple = handler != nullptr ? makeTuple(level, line) : nullptr;
-  if (tuple != nullptr) {
-    Py_XDECREF(PyObject_CallObject(handler, tuple));
-    Py_DECREF(tuple);
-  }
-  if (PyErr_Occurred() != nullptr) reportHandlersException(handler);
-  Py_XDECREF(handler);
-  PyErr_Restore(type, value, traceback);
+  if (diagnosticsHandler != nullptr) kyt_py::callAndReport(diagnosticsHandler, level, line);
 }
 
 void static_diagnostics_handler(int level, const char* line) {

@@ -16,6 +16,9 @@ class Parameter(NamedTuple):
     default: bool
 
 
+ONLY_OUT = Parameter("std::string&", "reply", False)  # Python gets it without passing anything in its place
+
+
 class Function(NamedTuple):
     name: str
     result: str

@@ -14,6 +14,7 @@
 
 #include "kyt_host/kyt_host.h"
 #include "python/bridge.h"
+#include "python/calls.h"
 #include "python/lock.h"
 %}
 

@@ -110,7 +110,7 @@ IN_AND_OUT = {
     "char*": "Union[str, StringRef]",
 }
 LIST = re.compile(r"std::vector<(.*)>$")
-CALLBACK = re.compile(r"void \((.*)\)$")
+CALLBACK = re.compile(r"(?:void |std::function<void)\((.*)\)>?$")
 OPTIONAL = ["const char* name, long long done, long long total", "int level, const char* line"]  # None switches it off
 
 
@@ -167,6 +167,8 @@ class Stub:
     def function(self, function: headers.Function) -> str:
         parameters = []
         for each in function.parameters:
+            if each == headers.ONLY_OUT:
+                continue
             name = each.name + "_" if keyword.iskeyword(each.name) else each.name
             parameters.append(f"{name}: {self.argument(each.type)}{' = ...' if each.default else ''}")
         outputs = {each.type for each in function.parameters}.intersection(IN_AND_OUT)
@@ -201,14 +203,15 @@ class Stub:
 
     def value(self, type_: str) -> str:
         """What a C++ value is in Python."""
-        type_ = re.sub(r"^const (.*)&$", r"\1", type_)
+        function = type_ = re.sub(r"^const (.*)&$", r"\1", type_)
         elements, callback = LIST.match(type_), CALLBACK.match(type_)
         if elements:
             return f"Union[{self.list_of(elements[1])}, Sequence[{self.value(elements[1])}]]"
         if callback:
             parameters = [headers.parameter(text) for text in headers.split(callback[1])]
             type_ = f"Callable[[{', '.join(self.value(each.type) for each in parameters)}], object]"
-            return f"Optional[{type_}]" if callback[1] in OPTIONAL else type_
+            optional = callback[1] in OPTIONAL or "std::function" in function
+            return f"Optional[{type_}]" if optional else type_
         if type_ in INTEGERS or type_ in self.enums:
             return "int"
         if type_ not in VALUES and not isinstance(getattr(self.module, type_, None), type):

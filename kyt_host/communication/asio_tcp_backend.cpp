@@ -1,6 +1,7 @@
 #include "kyt_host/communication/asio_tcp_backend.h"
 
 #include <iostream>
+#include <utility>
 
 #include "kyt_host/communication/detail/connection.h"
 #include "kyt_host/detail/diagnostics.h"
@@ -46,7 +47,7 @@ MessageBaseStrategy* AsioTCPBackend::getMessageByStrategy(unsigned int code) {
 }
 
 void AsioTCPBackend::setCallbackWhenRecv(void (*callback)(int, const char*)) {
-  connection_->receiveCallback = callback;
+  connection_->frameCallbacks.callback = callback;
 }
 
 MessageBaseStrategy* AsioTCPBackend::exchange(unsigned int requestCode, const std::string& payload,
@@ -69,6 +70,28 @@ MessageBaseStrategy* AsioTCPBackend::waitingForEither(unsigned int first, unsign
 }
 
 void AsioTCPBackend::setFreshReplies(bool enable) { connection_->freshReplies = enable; }
+
+void AsioTCPBackend::setConnectTimeLimit(std::chrono::milliseconds limit) { connection_->connectTimeLimit = limit; }
+
+void AsioTCPBackend::setReconnectInterval(std::chrono::milliseconds interval) {
+  connection_->reconnectInterval = interval;
+}
+
+void AsioTCPBackend::setHeartbeat(std::chrono::milliseconds interval, int missed) {
+  connection_->setHeartbeat(interval, missed);
+}
+
+void AsioTCPBackend::setFrameListener(std::function<void(int, const std::string&)> listener) {
+  connection_->frameCallbacks.listener.set(std::move(listener));
+}
+
+void AsioTCPBackend::setLostListener(std::function<void()> listener) {
+  connection_->lostListener.set(std::move(listener));
+}
+
+void AsioTCPBackend::setRestoredListener(std::function<void()> listener) {
+  connection_->restoredListener.set(std::move(listener));
+}
 
 std::shared_ptr<CallbackQueue> AsioTCPBackend::callbacks() const { return connection_->callbacks(); }
 

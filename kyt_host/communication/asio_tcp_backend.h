@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -50,6 +52,12 @@ class KYT_HOST_API AsioTCPBackend : public BackendBase {
   std::shared_ptr<kyt_host::detail::CallbackQueue> callbacks() const override;
   void beginToClose() override;
   void abandon() override;
+  void setConnectTimeLimit(std::chrono::milliseconds limit) override;
+  void setReconnectInterval(std::chrono::milliseconds interval) override;
+  void setHeartbeat(std::chrono::milliseconds interval, int missed) override;
+  void setFrameListener(std::function<void(int code, const std::string& text)> listener) override;
+  void setLostListener(std::function<void()> listener) override;
+  void setRestoredListener(std::function<void()> listener) override;
 
  private:
   std::shared_ptr<kyt_host::detail::Connection> connection_;  // shared with its threads

@@ -52,6 +52,18 @@ MessageBaseStrategy* BackendBase::waitingForEither(unsigned int first, unsigned 
 
 void BackendBase::setFreshReplies(bool /*enable*/) {}
 
+void BackendBase::setConnectTimeLimit(std::chrono::milliseconds /*limit*/) {}
+
+void BackendBase::setReconnectInterval(std::chrono::milliseconds /*interval*/) {}
+
+void BackendBase::setHeartbeat(std::chrono::milliseconds /*interval*/, int /*missed*/) {}
+
+void BackendBase::setFrameListener(std::function<void(int, const std::string&)> /*listener*/) {}
+
+void BackendBase::setLostListener(std::function<void()> /*listener*/) {}
+
+void BackendBase::setRestoredListener(std::function<void()> /*listener*/) {}
+
 std::shared_ptr<CallbackQueue> BackendBase::callbacks() const { return nullptr; }
 
 void BackendBase::beginToClose() {}

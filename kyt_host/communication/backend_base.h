@@ -1,7 +1,9 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <future>
 #include <memory>
 #include <mutex>
@@ -106,6 +108,26 @@ class KYT_HOST_API BackendBase {
 
   /// In the child of a fork: lets go of the connection, which is the parent's, without touching it.
   virtual void abandon();
+
+  /// How long connecting may take at most, each time it is tried; 10 seconds at first.
+  virtual void setConnectTimeLimit(std::chrono::milliseconds limit);
+
+  /// How long to wait before a broken connection is tried again; 5 seconds at first.
+  virtual void setReconnectInterval(std::chrono::milliseconds interval);
+
+  /// Whether a controller that says nothing for `interval` is asked, and its connection given up after `missed`
+  /// questions that it did not answer within as much time each; 0: it is not, as at first.
+  virtual void setHeartbeat(std::chrono::milliseconds interval, int missed);
+
+  /// Called with the code and the text of every frame that arrives intact, beside the plain callback. Here and below,
+  /// an empty function switches it off.
+  virtual void setFrameListener(std::function<void(int code, const std::string& text)> listener);
+
+  /// Called each time the connection has broken.
+  virtual void setLostListener(std::function<void()> listener);
+
+  /// Called each time it has been restored, beside the plain callback.
+  virtual void setRestoredListener(std::function<void()> listener);
 
   /// Fulfils the pending request whose id the text carries under "reqId", if there is one.
   void onMessageReceived(Strategy code, const std::string& payload);

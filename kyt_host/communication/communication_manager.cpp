@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "kyt_host/communication/detail/callback_queue.h"
+#include "kyt_host/communication/detail/tcp_link.h"
 #include "kyt_host/detail/diagnostics.h"
 
 using namespace kyt_host::detail;
@@ -71,6 +72,10 @@ void ClientManager::giveBack(int socketFd) {
 // --- connecting and disconnecting ---
 
 int ClientManager::addClient(const std::string& ip, const std::string& port) {
+  return addClient(ip, port, TcpLink::connectTimeLimit);
+}
+
+int ClientManager::addClient(const std::string& ip, const std::string& port, std::chrono::milliseconds timeLimit) {
   if (exiting_) return -1;
   watchExit();
   const int socketFd = getNextSocketID();
@@ -78,6 +83,7 @@ int ClientManager::addClient(const std::string& ip, const std::string& port) {
   Communication* added = nullptr;
   try {
     auto communication = std::make_unique<Communication>(ip, port);
+    communication->backend().setConnectTimeLimit(timeLimit);
     const std::unique_lock lock(mutex_);
     added = communication.release();
     slot(socketFd)->communication = added;

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -35,6 +36,9 @@ class KYT_HOST_API ClientManager {
 
   /// Connects. @return the handle, or -1
   int addClient(const std::string& ip, const std::string& port);
+
+  /// The same; each attempt to connect gives up after `timeLimit`.
+  int addClient(const std::string& ip, const std::string& port, std::chrono::milliseconds timeLimit);
 
   /// Disconnects, and gives the handle back. Calls that other threads make on it end with a status code first.
   void removeClient(int socketFd);

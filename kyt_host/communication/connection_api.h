@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,11 @@
 /// @return a handle, 1..1000, or -1 when the connection fails or 1000 are in use; a line of diagnostics says why
 KYT_HOST_API SOCKETFD connect_robot(const std::string& ip, const std::string& port);
 
+/// The same with a time limit of the caller's, which holds for attempts to restore the connection, too.
+/// @param timeoutMs  milliseconds, 1 or more
+/// @return as `connect_robot`; -1 also for another `timeoutMs`
+KYT_HOST_API SOCKETFD connect_robot_within(const std::string& ip, const std::string& port, int timeoutMs);
+
 /// Disconnects, within a second, whatever is going on: calls in progress on other threads end with -1 or -2, and no
 /// callback starts after this has returned. A callback that is running is waited for, but no longer than 0.9 seconds:
 /// one that takes more time is left to end by itself, and runs on after this has returned, so what it uses must be kept
@@ -38,10 +44,27 @@ KYT_HOST_API int wait_for_callbacks(SOCKETFD socketFd, int timeoutMs);
 /// @return 0 connected; -2 unknown, or not connected now
 KYT_HOST_API int get_connection_status(SOCKETFD socketFd);
 
-/// Whether a connection that breaks is restored, with an attempt at once and then every 5 seconds; off at first.
+/// Whether a connection that breaks is restored, with an attempt at once and then every 5 seconds, or as often as
+/// `set_reconnect_interval` says; off at first.
 /// To be called while connected.
 /// @return 0, or -2 when not connected
 KYT_HOST_API int set_reconnect(SOCKETFD socketFd, bool enable);
+
+/// Sets the pause between two attempts to restore a connection; it holds from the next pause on. To be called while
+/// connected.
+/// @param ms  milliseconds, 1 or more; 5000 at first
+/// @return 0; -2 when not connected; -3 for another `ms`
+KYT_HOST_API int set_reconnect_interval(SOCKETFD socketFd, int ms);
+
+/// Has the controller asked for its identity (as `get_controller_id` does) whenever it has said nothing for a while.
+/// One that leaves several such questions in a row unanswered hangs, though its system may keep the connection up: the
+/// connection is taken as broken, after (missed + 1) * intervalMs of silence, and restored if that is wanted. (That the
+/// cable is pulled or the system gone is noticed without it, within about ten seconds.) It holds until it is set anew,
+/// or `disconnect_robot`. To be called while connected.
+/// @param intervalMs  milliseconds, both of the silence before a question and for the answer; 0 switches it off
+/// @param missed      how many questions in a row, 1 or more
+/// @return 0; -2 when not connected; -3 when an argument is out of its range; -5 when the system has no threads left
+KYT_HOST_API int set_heartbeat(SOCKETFD socketFd, int intervalMs, int missed);
 
 /// Installs what is called each time a broken connection has been restored; null switches it off.
 /// @return 0, or -2 when not connected
@@ -60,6 +83,18 @@ KYT_HOST_API int set_fresh_replies(SOCKETFD socketFd, bool enable);
 /// @return 0 whether or not the frame could be sent; -2 when not connected
 KYT_HOST_API int send_message(SOCKETFD socketFd, int code, const std::string& text);
 
+/// Sends any request, and waits for any reply: for operations of a controller that this library does not list. Where it
+/// does list one, the codes are the same, and the callers of both get the replies in the order of their requests.
+/// @param requestCode  command code of the request, 0..65535
+/// @param text         its JSON text, UTF-8, up to 65,535 bytes
+/// @param replyCode    command code of the reply
+/// @param timeoutMs    milliseconds for the whole, 1 or more; operations take 1000
+/// @param reply        receives the reply's text; as it was when none has come
+/// @return 0; -1 no reply in time, or the request could not be sent; -2; -3 when an argument is out of its range; -5
+///         when the text is not UTF-8
+KYT_HOST_API int exchange_message(SOCKETFD socketFd, int requestCode, const std::string& text, int replyCode,
+                                  int timeoutMs, std::string& reply);
+
 /// Sends one request on each of several connections, and then collects the replies: that takes as long as the slowest
 /// of them, not as all together.
 /// @param socketFds    handles, in any order
@@ -72,7 +107,8 @@ KYT_HOST_API int send_message(SOCKETFD socketFd, int code, const std::string& te
 ///                     of kyt_host/interface/reply_decoders.h read them.
 /// @param results      receives a status for each: 0; -2 when not connected; -1 when it could not be sent, or no reply
 ///                     has come in time
-/// @return 0 when all are; -3 when an argument is out of its range; else the first of `results` that is not 0
+/// @return 0 when all are; -3 when an argument is out of its range; else the first of `results` that is not 0; -5
+///         when the text is not UTF-8
 KYT_HOST_API int exchange_message_many(const std::vector<int>& socketFds, int requestCode, const std::string& text,
                                        int replyCode, int timeoutMs, std::vector<std::string>& replies,
                                        std::vector<int>& results);
@@ -92,6 +128,40 @@ KYT_HOST_API int set_receive_error_or_warnning_message_callback(SOCKETFD socketF
 /// Installs what is called with every robot state that the controller pushes (JSON text).
 /// @return 0; -2 when not connected; -3 when the callback is null; -1 when the connection has no handler for it
 KYT_HOST_API int robot_state_callback(SOCKETFD socketFd, void (*callback)(const char* text));
+
+// The same for functions of any kind, which are told where it comes from: they get the handle, then what the plain
+// callbacks get. Both forms may be installed at once; the plain one is called first. An empty function removes the one
+// before, which may still be running then: `wait_for_callbacks` tells when it has returned.
+
+/// Installs what is called for every frame that arrives, replies included.
+/// @param callback  gets the handle, the command code and the text
+/// @return 0, or -2 when not connected
+KYT_HOST_API int set_frame_callback(SOCKETFD socketFd,
+                                    std::function<void(SOCKETFD socketFd, int code, const std::string& text)> callback);
+
+/// Installs what is called for every error and warning that the controller raises.
+/// @param callback  gets the handle, the kind, the text and the code; the numbers are those of
+///                  `set_receive_error_or_warnning_message_callback`
+/// @return 0; -2 when not connected; -5 when the connection has no handler for them
+KYT_HOST_API int set_message_callback(
+    SOCKETFD socketFd, std::function<void(SOCKETFD socketFd, int kind, const std::string& text, int code)> callback);
+
+/// Installs what is called with every robot state that the controller pushes.
+/// @param callback  gets the handle and the JSON text
+/// @return 0; -2 when not connected; -5 when the connection has no handler for it
+KYT_HOST_API int set_state_callback(SOCKETFD socketFd,
+                                    std::function<void(SOCKETFD socketFd, const std::string& text)> callback);
+
+/// Installs what is called each time the connection has broken, but not by `disconnect_robot`. Operations on the handle
+/// return -2 then, until it is restored.
+/// @param callback  gets the handle
+/// @return 0, or -2 when not connected
+KYT_HOST_API int set_connection_lost_callback(SOCKETFD socketFd, std::function<void(SOCKETFD socketFd)> callback);
+
+/// Installs what is called each time a broken connection has been restored.
+/// @param callback  gets the handle
+/// @return 0, or -2 when not connected
+KYT_HOST_API int set_connection_restored_callback(SOCKETFD socketFd, std::function<void(SOCKETFD socketFd)> callback);
 
 /// Installs what is called for every line of diagnostics in place of writing it to standard output or standard error;
 /// null brings the streams back. It holds for the whole process, and is called on whichever thread has something to

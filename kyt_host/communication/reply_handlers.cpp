@@ -4,7 +4,9 @@
 #include <utility>
 
 #include "kyt_host/codec/replies.h"
+#include "kyt_host/communication/detail/callback_queue.h"
 #include "kyt_host/detail/diagnostics.h"
+#include "kyt_host/detail/guarded.h"
 #include "kyt_host/detail/json_text.h"
 
 using namespace kyt_host::detail;
@@ -16,6 +18,14 @@ void collectTexts(const Json::Value& value, std::vector<std::string>& texts) {
   if (value.isArray() || value.isObject()) {
     for (const Json::Value& member : value) collectTexts(member, texts);
   }
+}
+
+// The second, unless the first has disconnected.
+template <class First, class Second>
+void callBoth(const First& first, const Second& second) {
+  callUser(first);
+  if (CallbackQueue* const queue = CallbackQueue::runningHere(); queue == nullptr || !queue->stopped())
+    callUser(second);
 }
 
 struct SystemMessage {
@@ -40,13 +50,23 @@ bool readMessage(const char* text, SystemMessage& message) {
 }  // namespace
 
 void RecvRobotState::callBack(const char* data) {
-  if (const Callback callback = callback_) callback(data);
+  callBoth(
+      [&] {
+        if (const Callback callback = callback_) callback(data);
+      },
+      [&] {
+        if (listener.installed()) listener(data);
+      });
 }
 
 void ReceiveSystemMessage::callBack(const char* data) {
   SystemMessage message;
-  if (const Callback callback = callback_; callback != nullptr && readMessage(data, message))
-    callback(message.kind, message.data.c_str(), message.code);
+  if (!wantsCallBack() || !readMessage(data, message)) return;
+  callBoth(
+      [&] {
+        if (const Callback callback = callback_) callback(message.kind, message.data.c_str(), message.code);
+      },
+      [&] { listener(message.kind, message.data, message.code); });
 }
 
 bool RecvDownloadFinish::finished() const {

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "kyt_host/communication/listener.h"
 #include "kyt_host/communication/message_base_strategy.h"
 #include "kyt_host/export.h"
 
@@ -22,7 +23,10 @@ class KYT_HOST_API RecvRobotState : public MessageBaseStrategy {
   /// Installs the callback; null switches it off.
   void setCallback(Callback callback) { callback_ = callback; }
 
-  bool wantsCallBack() const override { return callback_.load() != nullptr; }
+  /// Called beside it.
+  Listener<const std::string&> listener;
+
+  bool wantsCallBack() const override { return callback_.load() != nullptr || listener.installed(); }
   void callBack(const char* data) override;
 
  private:
@@ -38,10 +42,13 @@ class KYT_HOST_API ReceiveSystemMessage : public MessageBaseStrategy {
   /// Installs the callback; null switches it off.
   void setCallback(Callback callback) { callback_ = callback; }
 
-  void store(std::string_view /*data*/) override {}
-  bool wantsCallBack() const override { return callback_.load() != nullptr; }
+  /// Called beside it.
+  Listener<int, const std::string&, int> listener;
 
-  /// Calls the callback with the members "kind", "data" and "code"; a text that lacks one of them is ignored.
+  void store(std::string_view /*data*/) override {}
+  bool wantsCallBack() const override { return callback_.load() != nullptr || listener.installed(); }
+
+  /// Calls both with the members "kind", "data" and "code"; a text that lacks one of them is ignored.
   void callBack(const char* data) override;
 
  private:

@@ -41,12 +41,6 @@ bool parseWithoutDecimals(std::string_view text, Json::Value& root) {
   return parseWith(*kept.reader, text, root);
 }
 
-// Both writers go by the rule of the one that has one.
-void requireUtf8(std::string_view text) {
-  const bool isAscii = std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
-  if (!isAscii) static_cast<void>(nlohmann::json(text).dump());
-}
-
 void requireFinite(double number) {
   if (!std::isfinite(number)) throw NotFinite();
 }
@@ -72,6 +66,12 @@ void requireFinite(const nlohmann::json& value) {
 }
 
 }  // namespace
+
+// Both writers go by the rule of the one that has one.
+void requireUtf8(std::string_view text) {
+  const bool isAscii = std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
+  if (!isAscii) static_cast<void>(nlohmann::json(text).dump());
+}
 
 bool parseJson(std::string_view text, Json::Value& root) {
   const JsonDecimals decimals(text);

@@ -19,6 +19,9 @@ bool parseJson(std::string_view text, Json::Value& root);
 /// A text, or a number as JSON writes it; throws for lists and objects.
 std::string textOf(const Json::Value& value);
 
+/// Throws when a text is not UTF-8.
+void requireUtf8(std::string_view text);
+
 /// A number that JSON does not have: infinite, or none at all.
 class NotFinite : public std::domain_error {
  public:

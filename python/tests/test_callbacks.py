@@ -1,5 +1,6 @@
 """Callbacks: what arrives, in which order, and what a callback may do."""
 
+import gc
 import json
 import os
 import socket
@@ -8,6 +9,8 @@ import tempfile
 import threading
 import time
 import unittest
+import unittest.mock
+import weakref
 
 import _kyt_host as kyt
 from support import ROOT, Peer, run, start_controller
@@ -79,6 +82,46 @@ class Callbacks(unittest.TestCase):
                 second.wait()
             texts = ['{"a":1}', "\udcff\u00e9"]
             self.assertEqual(calls, [(name, *start, text) for text in texts for name in ("first", "second")])
+
+    def test_callables_that_are_told_the_handle_hear_it_alone_and_are_kept(self):
+        peer, calls = Peer(self), []
+        robots = [peer.connect(), peer.connect()]
+        kept = [Recorder(name, calls=calls) for name in ("first", "second")]
+        gone = [weakref.ref(recorder) for recorder in kept]
+        for robot, recorder in zip(robots, kept):
+            for setter in (kyt.set_frame_callback, kyt.set_message_callback, kyt.set_state_callback):
+                self.assertEqual(setter(robot, recorder), 0)
+            self.assertEqual(kyt.set_connection_lost_callback(robot, lambda fd, call=recorder: call(fd, "lost")), 0)
+        del recorder
+        for connection, code in enumerate((kyt.Strategy_ErrorMessage, kyt.Strategy_RobotState)):
+            peer.send(MESSAGE % b"hot", code, connection)
+            kept[connection].wait(2)
+        self.assertEqual(
+            calls,
+            [
+                ("first", robots[0], 1, "hot", 2),
+                ("first", robots[0], kyt.Strategy_ErrorMessage, (MESSAGE % b"hot").decode()),
+                ("second", robots[1], (MESSAGE % b"hot").decode()),
+                ("second", robots[1], kyt.Strategy_RobotState, (MESSAGE % b"hot").decode()),
+            ],
+        )
+        with unittest.mock.patch.object(sys, "unraisablehook") as hook:
+            self.assertEqual(kyt.set_message_callback(robots[0], Recorder(calls=calls, raises=ValueError("mine"))), 0)
+            peer.send(MESSAGE % b"again", kyt.Strategy_ErrorMessage)
+            kept[0].wait()
+            self.assertEqual([str(call.args[0].exc_value) for call in hook.call_args_list], ["mine"])
+            hook.reset_mock()
+        self.assertRaises(TypeError, kyt.set_state_callback, robots[0], 3)
+        peer.sockets[1].close()
+        kept[1].wait()
+        self.assertEqual(calls[-1], ("second", robots[1], "lost"))
+
+        for setter in (kyt.set_frame_callback, kyt.set_state_callback, kyt.set_connection_lost_callback):
+            self.assertEqual(setter(robots[0], None), 0)
+        kyt.disconnect_robot(robots[1])
+        kept.clear()
+        gc.collect()
+        self.assertEqual([reference() for reference in gone], [None, None])
 
     def test_disconnecting_drops_the_callables_of_the_handle(self):
         peer = Peer(self)

@@ -59,6 +59,50 @@ TEST_F(Callbacks, RunInOrderOfArrivalOneAtATime) {
   EXPECT_EQ(log.all(), expected);
 }
 
+// With the handle, beside the plain ones, and each only for its own connection.
+TEST_F(Callbacks, ThatAreToldTheHandleHearTheirConnectionAlone) {
+  const SOCKETFD other = connect();
+  ASSERT_TRUE(controller.waitForConnections(2, 20s));
+  const auto held = std::make_shared<int>();
+  for (const SOCKETFD fd : {robot, other}) {
+    const std::string name = fd == robot ? "first " : "second ";
+    const auto add = [this, held, name, fd](SOCKETFD told, const std::string& event) {
+      if (fd == robot || told != fd) log.add((told == fd ? name : "wrong ") + event);
+    };
+    set_frame_callback(fd, [add](SOCKETFD told, int code, const std::string& text) {
+      add(told, "frame " + std::to_string(code) + " " + text.substr(0, 7));
+    });
+    set_message_callback(fd, [add](SOCKETFD told, int kind, const std::string& text, int code) {
+      add(told, "message " + std::to_string(kind) + " " + text + " " + std::to_string(code));
+    });
+    set_state_callback(fd, [add](SOCKETFD told, const std::string& text) { add(told, "state " + text); });
+  }
+  StateCallback::action = [this](const char* text) {
+    log.add(std::string("plain ") + text);
+    if (std::string(text) == "{3}") set_state_callback(robot, {});  // it was to be next
+  };
+  robot_state_callback(robot, StateCallback::call);
+  controller.push(Strategy::RobotState, "{1}");
+  controller.raiseWarning(1, 2, "hot");
+  controller.push(Strategy::RobotState, "{3}");
+  const std::vector<std::string> expected = {"plain {1}",
+                                             "first state {1}",
+                                             "first frame 38163 {1}",
+                                             "first message 1 hot 2",
+                                             "first frame 11012 {\"code\"",
+                                             "plain {3}",
+                                             "first frame 38163 {3}"};
+  EXPECT_TRUE(log.waitFor(expected.size()));
+  EXPECT_EQ(wait_for_callbacks(robot, 20'000) + wait_for_callbacks(other, 20'000), SUCCESS);
+  EXPECT_EQ(log.all(), expected);
+
+  EXPECT_GT(held.use_count(), 1);
+  set_frame_callback(robot, {});
+  set_message_callback(robot, {});
+  disconnect_robot(other);
+  EXPECT_EQ(held.use_count(), 1);  // what they hold goes with them
+}
+
 TEST_F(Callbacks, MayCallAnyOperation) {
   expectRejected.unknown = 1;
   MessageCallback::action = [this](int, const char*, int code) {

@@ -6,6 +6,7 @@
 #include "tests/support/callbacks.h"
 #include "tests/support/connected_fixture.h"
 #include "tests/support/process_state.h"
+#include "tests/support/raw_peer.h"
 
 namespace {
 
@@ -62,6 +63,65 @@ TEST_F(Reconnection, FindsAControllerThatComesBack) {
   ASSERT_TRUE(log.waitFor(1));
   EXPECT_EQ(log.all(), std::vector<std::string>{"speed 50"});
   EXPECT_EQ(get_connection_status(robot), SUCCESS);
+}
+
+TEST_F(Reconnection, IsToldWithTheHandleAndTriedAsOftenAsSet) {
+  set_reconnect_callback(robot, nullptr);
+  set_reconnect_interval(robot, 20);
+  set_connection_lost_callback(robot, [this](SOCKETFD fd) { log.add("lost " + std::to_string(fd - robot)); });
+  set_connection_restored_callback(robot, [this](SOCKETFD fd) { log.add("restored " + std::to_string(fd - robot)); });
+  const auto begin = std::chrono::steady_clock::now();
+  testing::internal::CaptureStdout();
+  for (int round = 0; round < 3; ++round) {
+    controller.stop();
+    ASSERT_TRUE(log.waitFor(static_cast<std::size_t>(2 * round + 1)));
+    std::this_thread::sleep_for(100ms);
+    controller.start();
+    ASSERT_TRUE(log.waitFor(static_cast<std::size_t>(2 * round + 2)));
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, 10s);  // in place of fifteen
+  testing::internal::GetCapturedStdout();
+  EXPECT_EQ(log.all(),
+            (std::vector<std::string>{"lost 0", "restored 0", "lost 0", "restored 0", "lost 0", "restored 0"}));
+}
+
+TEST_F(Reconnection, KeepsNothingOfThreadsThatAreThrough) {
+  std::size_t before = 0;
+  testing::internal::CaptureStdout();
+  for (std::size_t round = 1; round <= 60; ++round) {
+    controller.resetConnections();
+    ASSERT_TRUE(log.waitFor(round));
+    if (round == 10) before = ProcessState::virtualBytes();  // the heap has its share by then
+  }
+  testing::internal::GetCapturedStdout();
+  EXPECT_LT(ProcessState::virtualBytes() - before, 200'000'000U);  // 50 stacks are 400 MB
+}
+
+// One whose system keeps the connection up, and one that has nothing to say but answers.
+TEST_F(Reconnection, AHeartbeatTellsAControllerThatHangsFromOneThatIsSilent) {
+  const RawListener hanging;
+  const SOCKETFD stuck = connect_robot(hanging.host(), hanging.port());
+  const Descriptor neverRead = hanging.accept();
+  for (const SOCKETFD fd : {robot, stuck}) {
+    set_reconnect(fd, false);
+    set_connection_lost_callback(fd, [this](SOCKETFD lost) { log.add(lost == robot ? "silent" : "hanging"); });
+    EXPECT_EQ(set_heartbeat(fd, 3'600'000, 1), SUCCESS);  // what is set next holds at once
+    EXPECT_EQ(set_heartbeat(fd, 200, 2), SUCCESS);
+  }
+  testing::internal::CaptureStderr();
+  EXPECT_TRUE(log.waitFor(1));
+  EXPECT_TRUE(controller.waitForRequests(Strategy::GetControllerId, 5, 20s));  // each answered
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "Service IP = 127.0.0.1. No answer for 600 ms.\nService IP = 127.0.0.1. Connect break.\n");
+  EXPECT_EQ(get_connection_status(stuck), DISCONNECT);
+  EXPECT_EQ(log.all(), std::vector<std::string>{"hanging"});
+
+  EXPECT_EQ(set_heartbeat(robot, 0, 1), SUCCESS);
+  EXPECT_TRUE(eventually([&] { return ProcessState().threads <= 6; })) << ProcessState();
+  controller.clearReceived();
+  std::this_thread::sleep_for(500ms);
+  EXPECT_EQ(controller.received().size(), 0U);
+  disconnect_robot(stuck);
 }
 
 TEST_F(Reconnection, HappensOnlyWhileItIsWanted) {

@@ -93,9 +93,10 @@ void onMessage(int /*kind*/, const char* text, int /*code*/) { require(std::strl
 
 void receive(std::string_view stream, std::size_t pieceSize, MessageManager& store, CallbackQueue& callbacks) {
   static AsioTCPBackend backend("", "");
-  const std::atomic<FrameDispatcher::ReceiveCallback> receiveCallback{onFrame};
+  static FrameCallbacks frameCallbacks;
+  frameCallbacks.callback = onFrame;
   FrameBuffer buffer;
-  FrameDispatcher dispatcher(backend, store, callbacks, receiveCallback);
+  FrameDispatcher dispatcher(backend, store, callbacks, frameCallbacks);
   while (!stream.empty()) {
     require(buffer.spaceLeft() > 0 && buffer.spaceLeft() <= frameHeaderSize + frameMaxPayload + frameCrcSize);
     const std::size_t count = std::min({stream.size(), pieceSize, buffer.spaceLeft()});

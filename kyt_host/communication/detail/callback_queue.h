@@ -39,6 +39,7 @@ class CallbackQueue {
     OfHandler = 1,       ///< the own one of the handler of the event's code
     OfReceiver = 2,      ///< the receive callback
     OfReconnection = 4,  ///< not a frame: the connection has been restored
+    OfLoss = 8,          ///< not a frame: it has broken
   };
 
   struct Event {

@@ -12,6 +12,7 @@
 
 #include "kyt_host/communication/detail/append_frame.h"
 #include "kyt_host/communication/detail/descriptor_limit.h"
+#include "kyt_host/communication/exchanges.h"
 #include "kyt_host/communication/wire_frame.h"
 #include "kyt_host/detail/guarded.h"
 
@@ -19,7 +20,6 @@ namespace kyt_host::detail {
 
 namespace {
 
-constexpr std::chrono::seconds reconnectPause{5};
 constexpr std::chrono::milliseconds lastCommandTime{100};
 constexpr std::chrono::seconds commandTimeLimit{1};
 constexpr std::chrono::milliseconds closeTimeLimit{900};
@@ -104,14 +104,15 @@ bool Connection::open() {
 std::shared_ptr<Session> Connection::beginSession() {
   const std::lock_guard lock(mutex_);
   if (session_ != nullptr) throw std::system_error(asio::error::already_open);
-  session_ = std::make_shared<Session>(owner_, store, link_, receiveCallback, static_cast<Receiver::Events&>(*this));
+  session_ = std::make_shared<Session>(owner_, store, link_, frameCallbacks, static_cast<Receiver::Events&>(*this));
   process_ = ::getpid();
   return session_;
 }
 
 std::error_code Connection::connect(Session& session, std::string& reason) {
   const bool noPort = isNumberButNoPort(port);
-  const std::error_code error = noPort ? asio::error::invalid_argument : link_.connect(ip, port, session.signal);
+  const std::error_code error =
+      noPort ? asio::error::invalid_argument : link_.connect(ip, port, connectTimeLimit, session.signal);
   if (error) reason = (noPort ? port + " is not a port, 1..65535" : error.message()) + " (" + target() + ")";
   return error;
 }
@@ -129,11 +130,8 @@ void Connection::beginToRead(Session& session) {
     store.reopen();
   }
   state_ = State::Connected;
-  if (restored_ && reconnectCallback.load() != nullptr) {
-    session.callbacks.add({0, CallbackQueue::OfReconnection}, {});  // as long as nobody reads
-    session.callbacks.publish();
-    if (session.callbacks.needsThread()) callbackDue();
-  }
+  if (restored_ && (reconnectCallback.load() != nullptr || restoredListener.installed()))
+    callBackOnce(session, CallbackQueue::OfReconnection);
   session.receiver.begin(std::move(watcher), weak_from_this());
 }
 
@@ -297,6 +295,7 @@ void Connection::broken(bool heard) {
   state_ = State::Broken;
   if (port != filePort) {
     printLine(std::cerr, DIAGNOSTICS_WARNING, "Service IP = " + ip + ". Connect break.");
+    if (lostListener.installed()) callBackOnce(*session, CallbackQueue::OfLoss);
     // A peer that accepts only to close again is not called back at once, over and over.
     if (reconnect && startToRestore(session, heard || !restored_)) return;
   }
@@ -305,7 +304,7 @@ void Connection::broken(bool heard) {
 
 bool Connection::startToRestore(const std::shared_ptr<Session>& session, bool atOnce) try {
   session->threads.start([self = shared_from_this(), session, atOnce] {
-    if (!atOnce) session->signal.sleepFor(reconnectPause);
+    if (!atOnce) session->signal.sleepFor(self->reconnectInterval);
     if (!self->restore(*session) && !session->signal.stopped()) self->store.endWaits();
   });
   return true;
@@ -332,12 +331,56 @@ bool Connection::restore(Session& session) {
     }
     printLine(std::cerr, "Connect error: " + reason);
     printLine(std::cout, DIAGNOSTICS_INFORMATION, "Attempt to reconnect IP=" + ip + " ...");
-    session.signal.sleepFor(reconnectPause);
+    session.signal.sleepFor(reconnectInterval);
   }
   return false;
 }
 
+// --- heartbeat ---
+
+void Connection::setHeartbeat(Heartbeat::Interval interval, int missed) {
+  const auto session = this->session();
+  if (session == nullptr || !session->heartbeat.set(interval, missed)) return;
+  try {
+    session->threads.start([self = shared_from_this(), session] { self->beat(*session); });
+  } catch (const std::system_error&) {  // the system has no threads left
+    session->heartbeat.hasNoThread();
+    throw;
+  }
+}
+
+void Connection::beat(Session& session) {
+  std::uint64_t pointless = 0;
+  session.heartbeat.run({
+      [&] {
+        // Nothing is to be heard while it is broken, and nothing is read while callbacks are behind.
+        const bool listens = connected() && session.callbacks.awaitRoom({});
+        return listens ? session.receiver.heard() : ++pointless;
+      },
+      // What it answers never changes: an answer that comes too late does no harm to another who asks the same.
+      [&](Heartbeat::Interval limit) {
+        std::string text;
+        exchange(static_cast<unsigned int>(Strategy::GetControllerId), R"({"robot":1})",
+                 static_cast<unsigned int>(replyTo<Strategy::GetControllerId>()),
+                 std::chrono::steady_clock::now() + limit, text);
+      },
+      [&](Heartbeat::Interval silence) {
+        if (session.signal.stopped()) return;
+        printLine(std::cerr, DIAGNOSTICS_WARNING,
+                  "Service IP = " + ip + ". No answer for " + std::to_string(silence.count()) + " ms.");
+        link_.shutdown();
+      },
+  });
+}
+
 // --- callbacks ---
+
+// As long as nobody reads.
+void Connection::callBackOnce(Session& session, CallbackQueue::Callbacks callbacks) {
+  session.callbacks.add({0, callbacks}, {});
+  session.callbacks.publish();
+  if (session.callbacks.needsThread()) callbackDue();
+}
 
 void Connection::callbackDue() {
   const auto session = this->session();
@@ -361,15 +404,21 @@ void Connection::callBack(const Session& session, const CallbackQueue::Event& ev
     call([&] {
       if (const ReconnectCallback callback = reconnectCallback) callback();
     });
+    call([&] { restoredListener(); });
   }
+  if ((event.callbacks & CallbackQueue::OfLoss) != 0) call([&] { lostListener(); });
   if ((event.callbacks & CallbackQueue::OfHandler) != 0) {
     call([&] {
       if (MessageBaseStrategy* const handler = store.find(static_cast<Strategy>(event.code))) handler->callBack(text);
     });
   }
   if ((event.callbacks & CallbackQueue::OfReceiver) != 0) {
+    const int code = static_cast<int>(event.code);
     call([&] {
-      if (const ReceiveCallback callback = receiveCallback) callback(static_cast<int>(event.code), text);
+      if (const FrameCallbacks::Callback callback = frameCallbacks.callback) callback(code, text);
+    });
+    call([&] {
+      if (frameCallbacks.listener.installed()) frameCallbacks.listener(code, text);
     });
   }
 }

@@ -24,7 +24,6 @@ namespace kyt_host::detail {
 class Connection : public std::enable_shared_from_this<Connection>, public Watched, private Receiver::Events {
  public:
   using Deadline = TcpLink::Deadline;
-  using ReceiveCallback = FrameDispatcher::ReceiveCallback;
   using ReconnectCallback = void (*)();
 
   Connection(BackendBase& owner, std::string address, std::string portText);
@@ -48,6 +47,7 @@ class Connection : public std::enable_shared_from_this<Connection>, public Watch
   std::unique_ptr<PendingReply> beginExchange(unsigned int requestCode, const std::string& payload,
                                               unsigned int replyCode, Deadline deadline);
   MessageBaseStrategy* await(unsigned int code, int timeoutMs);
+  void setHeartbeat(Heartbeat::Interval interval, int missed);
   MessageBaseStrategy* awaitEither(unsigned int first, unsigned int second, Deadline deadline, std::string& text);
 
   const std::string ip;
@@ -55,8 +55,12 @@ class Connection : public std::enable_shared_from_this<Connection>, public Watch
   MessageManager store;
   std::atomic<bool> reconnect{false};
   std::atomic<bool> freshReplies{false};
-  std::atomic<ReceiveCallback> receiveCallback{nullptr};
+  std::atomic<std::chrono::milliseconds> connectTimeLimit{TcpLink::connectTimeLimit};
+  std::atomic<std::chrono::milliseconds> reconnectInterval{std::chrono::seconds(5)};
+  FrameCallbacks frameCallbacks;
   std::atomic<ReconnectCallback> reconnectCallback{nullptr};
+  Listener<> restoredListener;
+  Listener<> lostListener;
 
  private:
   enum class State { Closed, Connected, Broken };
@@ -74,7 +78,9 @@ class Connection : public std::enable_shared_from_this<Connection>, public Watch
   void broken(bool heard) override;
   bool startToRestore(const std::shared_ptr<Session>& session, bool atOnce);
   bool restore(Session& session);
+  void beat(Session& session);
   void callbackDue() override;
+  void callBackOnce(Session& session, CallbackQueue::Callbacks callbacks);
   void callBack(const Session& session, const CallbackQueue::Event& event, const char* text);
   void letLastCommandArrive(Session& session);
   bool inChildOfFork() const;

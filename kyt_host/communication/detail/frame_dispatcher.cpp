@@ -1,7 +1,5 @@
 #include "kyt_host/communication/detail/frame_dispatcher.h"
 
-#include <string>
-
 namespace kyt_host::detail {
 
 namespace {
@@ -31,7 +29,7 @@ void FrameDispatcher::beginRun(unsigned int code) {
   everyTextCounts_ = handler_ != nullptr && handler_->wantsEveryText();
   run_ = {code, 0};
   if (handler_ != nullptr && handler_->wantsCallBack()) run_.callbacks |= CallbackQueue::OfHandler;
-  if (receiveCallback_.load() != nullptr) run_.callbacks |= CallbackQueue::OfReceiver;
+  if (frameCallbacks_.wanted()) run_.callbacks |= CallbackQueue::OfReceiver;
   inRun_ = true;
 }
 
@@ -45,7 +43,7 @@ bool FrameDispatcher::takeRequestReply(const Frame& frame) {
   if (frame.command == static_cast<unsigned int>(Strategy::DownloadData)) return false;  // a file may hold anything
   if (!carriesRequestId(frame.text())) return false;
   owner_.onMessageReceived(static_cast<Strategy>(frame.command), std::string(frame.text()));
-  if (receiveCallback_.load() != nullptr) callbacks_.add({frame.command, CallbackQueue::OfReceiver}, frame.text());
+  if (frameCallbacks_.wanted()) callbacks_.add({frame.command, CallbackQueue::OfReceiver}, frame.text());
   return true;
 }
 

@@ -1,14 +1,26 @@
 #pragma once
 
 #include <atomic>
+#include <string>
 #include <string_view>
 
 #include "kyt_host/communication/backend_base.h"
 #include "kyt_host/communication/detail/callback_queue.h"
 #include "kyt_host/communication/detail/frame_buffer.h"
+#include "kyt_host/communication/listener.h"
 #include "kyt_host/communication/message_manager.h"
 
 namespace kyt_host::detail {
+
+/// What the application wants to be called for every frame.
+struct FrameCallbacks {
+  using Callback = void (*)(int code, const char* text);
+
+  std::atomic<Callback> callback{nullptr};
+  Listener<int, const std::string&> listener;
+
+  bool wanted() const { return callback.load() != nullptr || listener.installed(); }
+};
 
 /// Takes in the frames that a connection receives: their texts go to the handlers of their codes, and what a callback
 /// wants into the queue.
@@ -18,11 +30,9 @@ namespace kyt_host::detail {
 /// Handlers that want every text get every text.
 class FrameDispatcher {
  public:
-  using ReceiveCallback = void (*)(int code, const char* text);
-
   FrameDispatcher(BackendBase& owner, MessageManager& store, CallbackQueue& callbacks,
-                  const std::atomic<ReceiveCallback>& receiveCallback)
-      : owner_(owner), store_(store), callbacks_(callbacks), receiveCallback_(receiveCallback) {}
+                  const FrameCallbacks& frameCallbacks)
+      : owner_(owner), store_(store), callbacks_(callbacks), frameCallbacks_(frameCallbacks) {}
 
   /// Before the frames of a read.
   /// @param bytes  all that they are cut out of; stays in place until `finishRead`
@@ -47,7 +57,7 @@ class FrameDispatcher {
   BackendBase& owner_;
   MessageManager& store_;
   CallbackQueue& callbacks_;
-  const std::atomic<ReceiveCallback>& receiveCallback_;
+  const FrameCallbacks& frameCallbacks_;
 
   bool mayCarryRequestIds_ = false;
 

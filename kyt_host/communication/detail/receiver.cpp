@@ -235,6 +235,7 @@ void Receiver::takeIn(std::size_t count) {
     return;
   }
   heard_ = true;
+  reads_.store(reads_ + 1, std::memory_order_relaxed);  // nobody else does
   buffer_.filled(count);
   dispatcher_.beginRead(buffer_.waiting());
   for (Frame frame; !signal_.stopped() && buffer_.next(frame);) {

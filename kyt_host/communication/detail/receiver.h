@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <exception>
 #include <functional>
 #include <memory>
@@ -50,6 +51,9 @@ class Receiver {
 
   /// The callbacks have caught up.
   void goOn();
+
+  /// Grows with everything that comes.
+  std::uint64_t heard() const { return reads_; }
 
   /// Waits until everything has been read that comes before the end of the connection.
   bool awaitEnd(Deadline deadline);
@@ -136,6 +140,7 @@ class Receiver {
   bool heard_ = false;
   bool inStream_ = false;
   std::atomic<bool> asleep_{false};
+  std::atomic<std::uint64_t> reads_{0};
 
   std::mutex mutex_;  // guards what follows
   std::condition_variable changed_;

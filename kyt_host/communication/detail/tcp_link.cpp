@@ -59,7 +59,8 @@ bool connectedToItself(const tcp::socket& socket) {
 }
 
 // One attempt, in an event loop of its own, so that it ends after the time limit and when `signal` stops. -1 on error.
-int tryToConnect(const std::string& ip, const std::string& port, StopSignal& signal, std::error_code& error) {
+int tryToConnect(const std::string& ip, const std::string& port, std::chrono::milliseconds timeLimit,
+                 StopSignal& signal, std::error_code& error) {
   try {
     asio::io_context loop(1);
     const StopSignal::Guard guard(signal, loop);
@@ -70,7 +71,7 @@ int tryToConnect(const std::string& ip, const std::string& port, StopSignal& sig
 
     error = asio::error::timed_out;
     asio::async_connect(socket, endpoints, [&](std::error_code result, const tcp::endpoint&) { error = result; });
-    loop.run_for(TcpLink::connectTimeLimit);
+    loop.run_for(timeLimit);
     if (signal.stopped()) error = asio::error::operation_aborted;
     if (!error && connectedToItself(socket)) error = asio::error::connection_refused;
     if (error) return -1;
@@ -88,10 +89,13 @@ int tryToConnect(const std::string& ip, const std::string& port, StopSignal& sig
 
 TcpLink::~TcpLink() { close(); }
 
-std::error_code TcpLink::connect(const std::string& ip, const std::string& port, StopSignal& signal) {
+std::error_code TcpLink::connect(const std::string& ip, const std::string& port, std::chrono::milliseconds timeLimit,
+                                 StopSignal& signal) {
   std::error_code error;
-  int socket = tryToConnect(ip, port, signal, error);
-  while (error == asio::error::no_descriptors && raiseDescriptorLimit()) socket = tryToConnect(ip, port, signal, error);
+  int socket = -1;
+  do {
+    socket = tryToConnect(ip, port, timeLimit, signal, error);
+  } while (error == asio::error::no_descriptors && raiseDescriptorLimit());
   if (error) return error;
 
   shutdown();  // a writer that is stuck on the broken socket lets go of it

@@ -33,7 +33,8 @@ class TcpLink {
   TcpLink& operator=(const TcpLink&) = delete;
 
   /// Connects a new socket, and puts it in place of the old one unless `signal` has stopped by then.
-  std::error_code connect(const std::string& ip, const std::string& port, StopSignal& signal);
+  std::error_code connect(const std::string& ip, const std::string& port, std::chrono::milliseconds timeLimit,
+                          StopSignal& signal);
 
   /// Who writes: a mutex that is waited for until a deadline. (That of the standard library is one whose waiting
   /// ThreadSanitizer does not see.)
