@@ -5,7 +5,7 @@ set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kyt_host)
 install(TARGETS kyt_host EXPORT kyt_hostTargets)
 # What namespace kyt_host::detail holds is ours alone.
 install(DIRECTORY kyt_host DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT headers FILES_MATCHING PATTERN "*.h"
-        PATTERN "detail" EXCLUDE PATTERN "codec" EXCLUDE PATTERN "exchange" EXCLUDE PATTERN "exchanges.h" EXCLUDE)
+        PATTERN "c" EXCLUDE PATTERN "detail" EXCLUDE PATTERN "codec" EXCLUDE PATTERN "exchange" EXCLUDE PATTERN "exchanges.h" EXCLUDE)
 
 # What the headers refer to.
 install(FILES docs/conventions.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})

@@ -12,6 +12,8 @@ import textwrap
 from types import ModuleType
 from typing import List, Optional
 
+from docstrings import describe  # which also tells where the reader of headers is
+
 import headers
 
 PREAMBLE = '''\
@@ -141,7 +143,7 @@ class Stub:
     def __init__(self, module: ModuleType, declared: List[headers.Header]) -> None:
         self.module = module
         self.functions = [function for header in declared for function in header.functions]
-        self.enums = [enum for header in declared for enum in header.enums]
+        self.enums = [enum.name for header in declared for enum in header.enums]
 
     def text(self) -> str:
         public = {name: getattr(self.module, name) for name in dir(self.module) if not name.startswith("_")}
@@ -179,7 +181,7 @@ class Stub:
         overloaded = [other.name for other in self.functions].count(function.name) > 1
         lines = ["@overload"] if overloaded else []
         lines.append(f"def {function.name}({', '.join(parameters)}) -> {result}:")
-        own = function.doc if overloaded else ""
+        own = describe(function.doc) if overloaded else ""
         doc = documented(function.name, own or getattr(self.module, function.name).__doc__)
         if not doc:
             lines[-1] += " ..."

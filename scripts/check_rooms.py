@@ -23,8 +23,9 @@ MAY_INCLUDE: "dict[str, set[str]]" = {
     "file": {"communication", "detail"},
     "interface": {"exchange", "file", "communication", "command", "codec", "records", "detail"},
     "craft": {"exchange", "communication", "codec", "records", "detail"},
+    "c": {"communication", "detail"},
 }
-PRIVATE_ROOMS = {"detail", "codec", "exchange"}
+PRIVATE_ROOMS = {"c", "detail", "codec", "exchange"}
 PRIVATE_HEADERS = {"communication/exchanges.h"}
 INCLUDE = re.compile(r'^#include "kyt_host/([^"]+)"', re.MULTILINE)
 

@@ -3,6 +3,7 @@
 # Besides what building and testing take, by group:
 #   checks  static analysis and fuzzing, and ccache, with which a second build of anything is quick
 #   abi     comparing binary interfaces
+#   mono    C#, to call the library from there
 #   bench   other client libraries, to be measured beside ours
 set -euo pipefail
 
@@ -11,6 +12,7 @@ packages=(g++ cmake ninja-build pkg-config libasio-dev nlohmann-json3-dev libjso
 for group in "$@"; do
   case $group in
     checks) packages+=(clang clang-format clang-tidy libclang-rt-14-dev shellcheck mypy ccache) ;;
+    mono) packages+=(mono-mcs mono-runtime) ;;
     bench) packages+=(libmodbus-dev libhiredis-dev redis-server) ;;
     abi) packages+=(abigail-tools xz-utils) ;;
     *)

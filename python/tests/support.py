@@ -13,7 +13,8 @@ import _kyt_host as kyt
 ROOT = Path(__file__).resolve().parents[2]
 sys.path.append(str(ROOT / "python"))  # last, so that what is installed comes first
 
-import headers  # noqa: E402
+import docstrings  # noqa: E402
+from docstrings import headers  # noqa: E402
 from kyt_host_testing import VirtualController  # noqa: E402
 
 faulthandler.dump_traceback_later(300, exit=True)  # whatever hangs in this process ends it, and is seen
@@ -21,7 +22,7 @@ PUBLIC_HEADERS = sorted(
     (
         path
         for path in (ROOT / "kyt_host").rglob("*.h")
-        if not {"detail", "codec", "exchange"} & set(path.parts) and path.name != "exchanges.h"
+        if not {"c", "detail", "codec", "exchange"} & set(path.parts) and path.name != "exchanges.h"
     ),
     key=str,
 )

@@ -9,9 +9,8 @@ import unittest
 from pathlib import Path
 
 import _kyt_host as kyt
-from support import HEADERS, PUBLIC_HEADERS, ROOT, run
+from support import HEADERS, PUBLIC_HEADERS, ROOT, docstrings, run
 
-import headers
 import kyt_host_testing
 from stub import Stub
 
@@ -47,7 +46,7 @@ class Names(unittest.TestCase):
 
     def test_headers_and_help_tell_the_conventions(self):
         page = ROOT / "docs/conventions.md"
-        self.assertEqual(kyt.__doc__, headers.page_text(str(page)))
+        self.assertEqual(kyt.__doc__, docstrings.page_text(str(page)))
         for path in PUBLIC_HEADERS:
             if path.name != "export.h":
                 self.assertEqual(path.read_text(encoding="utf-8").count(str(page.relative_to(ROOT))), 1, path)

@@ -15,7 +15,7 @@ def filled(record):
     return record
 
 
-LENGTH = re.compile(r":param (\w+): (?:receives|is set to) (\d+) (?:values|times)")
+LENGTH = re.compile(r"@param (\w+) +(?:receives|is set to) (\d+) (?:values|times)")
 
 
 class Robot(unittest.TestCase):

@@ -37,6 +37,15 @@ compile_consumer() {
   LD_LIBRARY_PATH=$1/lib "$1.pkg_config"
 }
 
+# The same in C, with the shared library.
+compile_c() {
+  local flags
+  flags=$(PKG_CONFIG_PATH=$1/lib/pkgconfig pkg-config --cflags --libs kyt_host)
+  # shellcheck disable=SC2086  # the flags are words
+  gcc -std=c99 -Wall -Wextra -Wpedantic -Werror "$source/examples/first_session.c" -o "$1.c" $flags -lm
+  LD_LIBRARY_PATH=$1/lib ldd "$1.c" | grep -q "$1/lib/libkyt_host.so" || fail "the program in C has another library"
+}
+
 case $step in
   install)
     rm -rf "$prefix" "$prefix.moved"
@@ -58,6 +67,7 @@ case $step in
 
   pkg_config)
     compile_consumer "$prefix"
+    compile_c "$prefix"
     ;;
 
   headers)
