@@ -10,6 +10,7 @@
 
 #include "kyt_host/detail/classic_locale.h"
 #include "kyt_host/detail/json_decimals.h"
+#include "kyt_host/detail/plain_json.h"
 
 namespace kyt_host::detail {
 
@@ -35,7 +36,7 @@ struct ReaderOfThread {
   ~ReaderOfThread() { readerGone = true; }
 };
 
-bool parseWithoutDecimals(std::string_view text, Json::Value& root) {
+bool parseWithKeptReader(std::string_view text, Json::Value& root) {
   if (readerGone) return parseWith(*makeReader(), text, root);
   thread_local const ReaderOfThread kept;
   return parseWith(*kept.reader, text, root);
@@ -74,8 +75,9 @@ void requireFinite(const nlohmann::json& value) {
 }  // namespace
 
 bool parseJson(std::string_view text, Json::Value& root) {
+  if (readPlainJson(text, root)) return true;
   const JsonDecimals decimals(text);
-  if (!parseWithoutDecimals(decimals.text(), root)) return false;
+  if (!parseWithKeptReader(decimals.text(), root)) return false;
   decimals.putInto(root);
   return true;
 }
