@@ -20,6 +20,7 @@
 
 #include <gtest/gtest.h>
 #include <json/reader.h>
+#include <json/writer.h>
 #include <nlohmann/json.hpp>
 
 #include "kyt_host/detail/plain_json.h"
@@ -227,6 +228,13 @@ class SomeTexts {
   std::mt19937 random_{4711};
 };
 
+double anyDouble(std::mt19937_64& random) {
+  const std::uint64_t bits = random();
+  double number = 0;
+  std::memcpy(&number, &bits, sizeof number);
+  return number;
+}
+
 // Every text of so many of these characters.
 template <class Use>
 void everyText(const std::string& characters, std::size_t length, const Use& use, const std::string& begin = "") {
@@ -293,9 +301,7 @@ TEST(JsonText, OfControllersIsReadTheShortWay) {
 TEST(JsonText, DecimalsAreTheNearest) {
   std::mt19937_64 random(4711);  // NOLINT(*-msc51-cpp): the same ones every time
   for (int i = 0; i < 20'000; ++i) {
-    const std::uint64_t bits = random();
-    double number = 0;
-    std::memcpy(&number, &bits, sizeof number);
+    const double number = anyDouble(random);
     if (!std::isfinite(number)) continue;
     char text[64];
     std::snprintf(text, sizeof text, i % 2 == 0 ? "[%.17g]" : "[%.20e]", number);
@@ -324,6 +330,54 @@ TEST(JsonText, IsWrittenAlikeInEveryLocale) {
       EXPECT_STREQ(after, before);  // the application's locale is back
     }
   }
+}
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+std::string writtenByJsonCpp(const Json::Value& value) { return Json::FastWriter().write(value); }
+#pragma GCC diagnostic pop
+
+TEST(JsonText, IsWrittenAsJsonCppWritesIt) {
+  std::vector<Json::Value> values{Json::Value(),
+                                  true,
+                                  Json::arrayValue,
+                                  Json::objectValue,
+                                  -0.0,
+                                  1e16,
+                                  1e17,
+                                  5e-324,
+                                  1e-5,
+                                  0.0001,
+                                  "",
+                                  "~ ",
+                                  "\x7F\t\"/\\",
+                                  "\xC3\xA4 \xF0\x9F\xA4\x96",
+                                  std::string("a\0\x1F", 3)};
+  values.emplace_back(Json::Value::maxUInt64);
+  values.emplace_back(Json::Value::minInt64);
+  Json::Value gaps;
+  gaps[2][1]["\xC3\xA4\n"] = 7U;
+  gaps[5] = "last";
+  values.push_back(gaps);
+  std::mt19937_64 random(4711);  // NOLINT(*-msc51-cpp): the same ones every time
+  for (int i = 0; i < 20'000; ++i) {
+    const double number = anyDouble(random);
+    if (std::isfinite(number)) values.emplace_back(number);
+    values.emplace_back(static_cast<double>(static_cast<std::int32_t>(random())) / 1000);
+  }
+  SomeTexts some;
+  for (int i = 0; i < 5'000; ++i) {
+    if (Json::Value value; parsePlainly(some.next(), value)) values.push_back(value);
+  }
+  std::size_t refused = 0;
+  for (const Json::Value& value : values) {
+    try {
+      ASSERT_EQ(writeWithLineFeed(value), writtenByJsonCpp(value));
+    } catch (const std::exception&) {
+      ++refused;  // not UTF-8
+    }
+  }
+  EXPECT_LT(refused, values.size() / 100);
 }
 
 TEST(JsonText, HasNoNumberThatIsNotFinite) {
