@@ -80,6 +80,37 @@ void measure(const char* what, const std::string& burst, void (*install)(), Figu
   printTimes(what, medians[0][0], medians[1][0], "us", target);
 }
 
+std::vector<double> delays;  // written by the callback only while the main thread waits for `calledBack`
+
+void takeTick(int code, const char* text) {
+  if (code != static_cast<int>(Peer::tick)) return;
+  delays.push_back(wallTime() - std::stod(text));
+  if (delays.size() == Peer::ticks) sem_post(&calledBack);
+}
+
+// The time from the server to the callback of frames that nobody waits for, whoever reads them.
+Figures timeTicks(bool queried) {
+  delays.clear();
+  require(send_message(robot, Peer::ticksRequest, "{}") == SUCCESS, "send_message");
+  for (auto next = std::chrono::steady_clock::now(); queried && sem_trywait(&calledBack) != 0;) {
+    query(robot);
+    next += std::chrono::milliseconds(1);
+    std::this_thread::sleep_until(next);
+  }
+  if (!queried) sem_wait(&calledBack);
+  return {percentile(delays, 0.99)};
+}
+
+void measureTicks() {
+  const Peer peer;
+  robot = connect_robot("127.0.0.1", peer.port());
+  require(robot > 0 && recv_message(robot, takeTick) == SUCCESS, "recv_message");
+  const auto medians = interleave(3, {[] { return timeTicks(true); }, [] { return timeTicks(false); }});
+  disconnect_robot(robot);
+  printFigure("frame to callback beside 1000 queries a second, p99", medians[0][0] / 1000, medians[1][0] / 1000, "ms",
+              atMost(2.5));
+}
+
 }  // namespace
 
 // What user callbacks do to queries; the reference is the library itself over a connection without callbacks.
@@ -87,6 +118,7 @@ void benchmarkCallbacks() {
   pinTo(usableCpus().front());
   sem_init(&calledBack, 0, 0);
   insideCallback.reserve(queries);
+  delays.reserve(Peer::ticks);
 
   std::string backlog;
   for (int i = 0; i < backlogFrames; ++i) backlog += raw::makeFrame(raw::robotState, "{\"robot\":1}\n");
@@ -100,4 +132,5 @@ void benchmarkCallbacks() {
                                         "\n"),
       [] { require(set_receive_error_or_warnning_message_callback(robot, queryInside) == SUCCESS, "error callback"); },
       queriesInsideCallback, atMost(4));
+  measureTicks();
 }

@@ -12,6 +12,7 @@
 namespace {
 
 constexpr double mebibyte = 1024.0 * 1024.0;
+constexpr int rounds = 5;
 
 /// A file in the folder for temporary ones, gone at the end.
 struct TemporaryFile {
@@ -66,17 +67,10 @@ void downloadPieceByPiece(int socket, const std::string& path) {
   }
 }
 
-}  // namespace
-
-// Files over the wire, at the speed of the wire: the library beside the plainest client of the same protocol.
-void benchmarkFiles() {
+void measureUpload(const Peer& peer) {
   constexpr std::size_t uploadSize = 16 * 1024 * 1024;
-  constexpr int rounds = 5;
-
   const TemporaryFile source("kyt_host_upload");
-  const TemporaryFile sink("kyt_host_download");
   std::ofstream(source.path, std::ios::binary) << std::string(uploadSize, 'x');
-  const Peer peer;
   AsioTCPBackend library("127.0.0.1", peer.port());
   require(library.Connect(), "Connect");
   const raw::PingPong reference(peer.port());
@@ -94,7 +88,13 @@ void benchmarkFiles() {
                }});
   printFigure("upload of 16 MiB, beside one write per piece", uploads[0][0], uploads[1][0], "MiB/s", noTarget);
   printFigure("  how many times as fast", uploads[0][0] / uploads[1][0], noReference, "", atLeast(7));
+}
 
+void measureDownload(const Peer& peer, const std::string& where) {
+  const TemporaryFile sink("kyt_host_download");
+  AsioTCPBackend library("127.0.0.1", peer.port());
+  require(library.Connect(), "Connect");
+  const raw::PingPong reference(peer.port());
   const auto downloads = interleave(
       rounds, {[&] {
                  const double begin = wallTime();
@@ -109,7 +109,19 @@ void benchmarkFiles() {
                  require(std::filesystem::file_size(sink.path) == Peer::downloadSize, "raw download");
                  return Figures{speedOf(Peer::downloadSize, begin)};
                }});
-  printFigure("download of 1 MiB, beside a raw question-answer loop", downloads[0][0], downloads[1][0], "MiB/s",
-              noTarget);
+  printFigure("download of 1 MiB" + where + ", beside a raw question-answer loop", downloads[0][0], downloads[1][0],
+              "MiB/s", noTarget);
   printFigure("  its rate as a part of the loop's", downloads[0][0] / downloads[1][0], noReference, "", atLeast(0.5));
+}
+
+}  // namespace
+
+// Files over the wire, at the speed of the wire: the library beside the plainest client of the same protocol.
+void benchmarkFiles() {
+  const std::vector<int> cpus = usableCpus();
+  pinTo(cpus.front());
+  const Peer peer;
+  measureUpload(peer);
+  measureDownload(peer, "");
+  if (cpus.size() > 1) measureDownload(Peer(cpus[1]), " across cores");
 }

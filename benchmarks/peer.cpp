@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <random>
 #include <thread>
 
 #include <sys/prctl.h>
@@ -52,6 +53,19 @@ std::uint32_t crcButOfUploads(const char* data, std::size_t size) {
   return raw::get16(data + 2) == raw::uploadData ? raw::get32(data + size) : raw::crc32(data, size);
 }
 
+/// Frames that nobody waits for, at odd times.
+void sendTicks(int socket) {
+  std::minstd_rand random;
+  try {
+    for (int i = 0; i < Peer::ticks; ++i) {
+      std::this_thread::sleep_for(std::chrono::microseconds(1000 + random() % 1800));
+      raw::sendAll(socket, raw::makeFrame(Peer::tick, std::to_string(wallTime()) + '\n'));
+    }
+  } catch (const std::exception&) {
+    // The client is gone.
+  }
+}
+
 void serve(int socket, const std::string& burst, int times, int delayMs) {
   // One byte more than the JSON text: receivers drop the last byte of a payload.
   const std::string reply =
@@ -61,6 +75,7 @@ void serve(int socket, const std::string& burst, int times, int delayMs) {
                                          "\n");
   raw::FrameReader reader(socket, crcButOfUploads);
   Files files(socket);
+  std::thread ticking;
   const auto take = [&](unsigned code, const char*, std::size_t) {
     if (delayMs > 0) std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
     if (code == raw::getSpeed) raw::sendAll(socket, reply);
@@ -68,6 +83,10 @@ void serve(int socket, const std::string& burst, int times, int delayMs) {
     if (code == raw::getPosition) raw::sendAll(socket, position);
     if (code == Peer::burstRequest) {
       for (int i = 0; i < times; ++i) raw::sendAll(socket, burst);
+    }
+    if (code == Peer::ticksRequest) {
+      if (ticking.joinable()) ticking.join();
+      ticking = std::thread(sendTicks, socket);
     }
   };
   try {
@@ -77,6 +96,7 @@ void serve(int socket, const std::string& burst, int times, int delayMs) {
   } catch (const std::exception&) {
     // The client is gone, and so is what there was to serve.
   }
+  if (ticking.joinable()) ticking.join();
   ::close(socket);
 }
 

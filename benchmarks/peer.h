@@ -7,12 +7,15 @@
 
 /// The other end of every measurement: a process of its own that blocks in recv, one thread per connection.
 ///
-/// It answers the queries of speed and position with a fixed frame each, writes its burst when asked for it,
-/// swallows and gives out files, and takes in the rest. The library and the references talk to the same process, each
-/// over its own connection.
+/// It answers the queries of speed and position with a fixed frame each, writes its burst or ticks when asked for
+/// them, swallows and gives out files, and takes in the rest. The library and the references talk to the same process,
+/// each over its own connection.
 class Peer {
  public:
   static constexpr unsigned burstRequest = 0x7FFF;
+  static constexpr unsigned ticksRequest = 0x7FFE;
+  static constexpr unsigned tick = 0x7FFD;  ///< says when it was sent, in microseconds of the steady clock
+  static constexpr int ticks = 500;         ///< that come of one request, within a second
   static constexpr int speed = 50;
   static constexpr std::size_t downloadSize = 1024 * 1024;
 

@@ -1,9 +1,12 @@
 #include <atomic>
 #include <functional>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include <sys/resource.h>
 
 #include "benchmarks.h"
 #include "harness.h"
@@ -106,25 +109,41 @@ void measureManyThreads() {
                atLeast(0.9));
 }
 
-// What a query costs when one thread asks many connections in turn.
+// What a query costs when one thread asks many connections in turn. The raw ping-pong over as many sockets shows what
+// of that the system and the server take.
 void measureManyConnections() {
   constexpr int rounds = 11;
   constexpr int queries = 2000;
+  constexpr std::size_t counts[] = {1, 10, 100, 1000};
+  rlimit limit{};
+  ::getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = limit.rlim_max;
+  if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) raw::fail("setrlimit");
+
   const Peer peer;
   std::vector<SOCKETFD> robots;
-  for (int i = 0; i < 1000; ++i) robots.push_back(connect_robot("127.0.0.1", peer.port()));
-  const auto inTurn = [&](std::size_t connections) {
-    return [&, connections] {
-      std::size_t next = 0;
-      return timeCalls(queries, [&] { querySpeed(robots[next++ % connections]); });
-    };
-  };
-  const auto medians = interleave(rounds, {inTurn(1), inTurn(10), inTurn(100), inTurn(1000)});
+  std::vector<std::unique_ptr<raw::PingPong>> pingPongs;
+  while (robots.size() < 1000) {
+    robots.push_back(connect_robot("127.0.0.1", peer.port()));
+    pingPongs.push_back(std::make_unique<raw::PingPong>(peer.port()));
+  }
+  std::vector<std::function<Figures()>> sides;
+  for (const std::size_t count : counts) {
+    sides.emplace_back(
+        [&, count, next = 0U]() mutable { return timeCalls(queries, [&] { querySpeed(robots[next++ % count]); }); });
+    sides.emplace_back([&, count, next = 0U]() mutable {
+      return timeCalls(queries, [&] { require(!pingPongs[next++ % count]->query().empty(), "raw ping-pong"); });
+    });
+  }
+  const auto medians = interleave(rounds, sides);
   for (const SOCKETFD robot : robots) disconnect_robot(robot);
-  const char* const counts[] = {"1", "10", "100", "1000"};
-  for (std::size_t i = 1; i < std::size(counts); ++i)
-    printTimes(std::string("query, ") + counts[i] + " connections in turn, against one", medians[i][0], medians[0][0],
-               "us", atMost(1.15));
+  const auto growth = [&](std::size_t side, std::size_t ofOne) { return medians[side][0] / medians[ofOne][0]; };
+  for (std::size_t i = 1; i < std::size(counts); ++i) {
+    printTimes("query, " + std::to_string(counts[i]) + " connections in turn, against one", medians[2 * i][0],
+               medians[0][0], "us", atMost(1.15));
+    printTimes("  growth of a query, against that of a raw ping-pong", growth(2 * i, 0), growth(2 * i + 1, 1), "x",
+               atMost(1.15));
+  }
 }
 
 // A hundred controllers that take a millisecond to answer, asked at once and one after the other.

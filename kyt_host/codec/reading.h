@@ -85,7 +85,8 @@ void readValue(const Json::Value& value, Output& output);
 template <class Element>
 void readValue(const Json::Value& value, std::vector<Element>& output) {
   std::vector<Element> elements(array(value).size());
-  for (Json::ArrayIndex i = 0; i < value.size(); ++i) readValue(value[i], elements[i]);
+  auto element = elements.begin();
+  for (const Json::Value& content : value) readValue(content, *element++);
   output = std::move(elements);
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "kyt_host/communication/exchanges.h"
 #include "kyt_host/detail/json_text.h"
 
 using namespace kyt_host::detail;
@@ -20,6 +21,7 @@ std::unique_ptr<PendingReply> BackendBase::beginExchange(unsigned int requestCod
    public:
     Later(BackendBase& backend, unsigned int code, int limitMs) : backend_(backend), code_(code), limitMs_(limitMs) {}
     MessageBaseStrategy* await(std::string& text) override {
+      if (last_ != noRequest) return backend_.waitingForEither(static_cast<unsigned int>(last_), code_, limitMs_, text);
       MessageBaseStrategy* const reply = backend_.waitingMessage(code_, limitMs_);
       if (reply != nullptr) text = reply->text();
       return reply;
@@ -28,6 +30,7 @@ std::unique_ptr<PendingReply> BackendBase::beginExchange(unsigned int requestCod
    private:
     BackendBase& backend_;
     unsigned int code_;
+    Strategy last_ = lastInsteadOf(static_cast<Strategy>(code_));
     int limitMs_;
   };
   sendData(requestCode, payload);

@@ -79,7 +79,8 @@ class KYT_HOST_API BackendBase {
   /// the order in which their requests went.
   /// @param timeoutMs  milliseconds for the whole, sending included
   /// @param text  receives the text of the reply
-  /// @return the handler of `replyCode`, or null when the request could not be sent, or no reply came, in time
+  /// @return the handler of `replyCode` (for a piece of a file also of what tells that there are no more), or null when
+  ///         the request could not be sent, or no reply came, in time
   virtual MessageBaseStrategy* exchange(unsigned int requestCode, const std::string& payload, unsigned int replyCode,
                                         int timeoutMs, std::string& text);
 

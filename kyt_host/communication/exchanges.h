@@ -166,4 +166,9 @@ constexpr Strategy replyTo() {
   return reply;
 }
 
+/// What answers the last one of many requests in place of `reply`; `noRequest` when nothing does.
+constexpr Strategy lastInsteadOf(Strategy reply) {
+  return reply == Strategy::DownloadData ? Strategy::DownloadFinished : noRequest;
+}
+
 }  // namespace kyt_host::detail

@@ -9,7 +9,7 @@
 
 namespace kyt_host::detail {
 
-/// The decimals of a JSON text, read apart from the rest of it.
+/// The decimals of a JSON text that is not plain, read apart from the rest of it.
 ///
 /// JsonCpp reads them through a stream, in the application's locale (and slowly). So it gets a text with zeros in their
 /// places, and into what it has made of that they are put back.

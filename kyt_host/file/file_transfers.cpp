@@ -106,9 +106,9 @@ int receiveContents(BackendBase& server, UnfinishedFile& file, int announced, co
   std::string text;
   dropLatePiece(server);
   auto lastByte = Clock::now();
-  while (Clock::now() - lastByte < patience && server.sendData(number(Strategy::DownloadNext), "")) {
-    const MessageBaseStrategy* const reply = server.waitingForEither(
-        number(Strategy::DownloadFinished), number(Strategy::DownloadData), fileReplyTimeLimitMs, text);
+  while (Clock::now() - lastByte < patience) {
+    const MessageBaseStrategy* const reply =
+        server.exchange(number(Strategy::DownloadNext), "", number(Strategy::DownloadData), fileReplyTimeLimitMs, text);
     if (dynamic_cast<const RecvDownloadFinish*>(reply) != nullptr) {
       progress.finish();
       return done >= announced ? SUCCESS : RECEIVE_FAILED;

@@ -88,6 +88,21 @@ TEST_F(Backend, ConnectsClosesAndConnectsAgain) {
   EXPECT_TRUE(second.readable(5000));
 }
 
+TEST_F(Backend, WaitsForEitherOfTwoCodes) {
+  ASSERT_TRUE(backend.Connect());
+  const Descriptor peer = listener.accept();
+  std::string text;
+  peer.send(frame(speedReply, "second\n"));
+  EXPECT_EQ(backend.waitingForEither(modeReply, speedReply, 5000, text), backend.getMessageByStrategy(speedReply));
+  EXPECT_EQ(text, "second");
+  peer.send(frame(speedReply, "later\n") + frame(modeReply, "first\n"));
+  EXPECT_TRUE(log.waitFor(3));
+  EXPECT_EQ(backend.waitingForEither(modeReply, speedReply, 5000, text), backend.getMessageByStrategy(modeReply));
+  EXPECT_EQ(text, "first");
+  EXPECT_EQ(awaitText(speedReply), "later");
+  EXPECT_EQ(backend.waitingForEither(modeReply, speedReply, 1, text), nullptr);
+}
+
 TEST(BackendAlone, ReportsWhyItCannotConnect) {
   const std::string deadPort = RawListener().port();
   for (const auto& [host, port] :

@@ -3,6 +3,8 @@
 #include "kyt_host/detail/json_text.h"
 
 #include <cmath>
+#include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -18,8 +20,10 @@
 
 #include <gtest/gtest.h>
 #include <json/reader.h>
+#include <json/writer.h>
 #include <nlohmann/json.hpp>
 
+#include "kyt_host/detail/plain_json.h"
 #include "tests/support/foreign_locale.h"
 
 using namespace kyt_host::detail;
@@ -152,6 +156,19 @@ const std::vector<std::string> oddTexts{
     "{\"a\":1.5} 1e999",
     "[1.5}",
     "[1.5,]",
+    "[1 2]",
+    "{\"a\" : 1.5 , \"\":\n2}",
+    "{\"\":1,}",
+    "{1:2}",
+    "{\"a\"1}",
+    "[truer]",
+    "nul",
+    "\"\x7F\t\"",
+    "999999999999999999",
+    "-999999999999999999",
+    "1000000000000000000",
+    std::string(31, '[') + "{}" + std::string(31, ']'),
+    std::string(33, '[') + std::string(33, ']'),
     std::string(2000, '[') + "1.5",
 };
 
@@ -181,7 +198,8 @@ class SomeTexts {
     for (auto i = random_() % 4, begin = i; i > 0; --i) {
       if (i != begin) text += ',';
       blank(text);
-      if (named) text += chance(2) ? "\"1.5\":" : "\"a\\\"\":";
+      constexpr const char* keys[] = {"\"1.5\":", "\"a\\\"\":", "\"a\":", "\"b\" :"};
+      if (named) text += keys[random_() % std::size(keys)];
       add(text, depth - 1);
     }
     text += brackets[1];
@@ -210,6 +228,13 @@ class SomeTexts {
   std::mt19937 random_{4711};
 };
 
+double anyDouble(std::mt19937_64& random) {
+  const std::uint64_t bits = random();
+  double number = 0;
+  std::memcpy(&number, &bits, sizeof number);
+  return number;
+}
+
 // Every text of so many of these characters.
 template <class Use>
 void everyText(const std::string& characters, std::size_t length, const Use& use, const std::string& begin = "") {
@@ -236,9 +261,51 @@ TEST(JsonText, IsReadAsJsonCppReadsItWithoutALocale) {
   }
   EXPECT_GT(refused, texts.size() / 10);
   EXPECT_LT(refused, texts.size() * 9 / 10);
+  std::size_t plain = 0;
   for (const bool foreign : {false, true}) {
     const auto locale = foreign ? std::make_unique<ForeignLocale>() : nullptr;
-    for (std::size_t i = 0; i < texts.size(); ++i) ASSERT_EQ(readingHere(texts[i]), expected[i]) << texts[i];
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+      ASSERT_EQ(readingHere(texts[i]), expected[i]) << texts[i];
+      Json::Value root = "before";
+      if (readPlainJson(texts[i], root)) {
+        ++plain;
+      } else {
+        ASSERT_EQ(root, "before") << texts[i];
+      }
+    }
+  }
+  EXPECT_GT(plain, texts.size() / 10);
+}
+
+TEST(JsonText, OfControllersIsReadTheShortWay) {
+  const std::pair<std::string, bool> rows[] = {
+      {R"({"robot":1,"speed":50})", true},
+      {" { \"pos\" : [ 10.5, -20.25,\t3e-7,0.0 ], \"on\" : [true,false,null] ,\"name\":\"\xC3\xA4\"}\r\n", true},
+      {R"([[],{},"",{"a":{}},-0,-0.0,999999999999999999])", true},
+      {std::string(31, '[') + "{}" + std::string(31, ']'), true},
+      {std::string(33, '[') + std::string(33, ']'), false},
+      {R"(["\u00e4"])", false},
+      {"[1] // comment", false},
+      {"[01]", false},
+      {"[1e999]", false},
+      {"[1000000000000000000]", false},
+      {"[1] 2", false},
+      {"", false},
+  };
+  for (const auto& [text, plain] : rows) {
+    Json::Value root;
+    EXPECT_EQ(readPlainJson(text, root), plain) << text;
+  }
+}
+
+TEST(JsonText, DecimalsAreTheNearest) {
+  std::mt19937_64 random(4711);  // NOLINT(*-msc51-cpp): the same ones every time
+  for (int i = 0; i < 20'000; ++i) {
+    const double number = anyDouble(random);
+    if (!std::isfinite(number)) continue;
+    char text[64];
+    std::snprintf(text, sizeof text, i % 2 == 0 ? "[%.17g]" : "[%.20e]", number);
+    ASSERT_EQ(readingHere(text), readingPlainly(text)) << text;
   }
 }
 
@@ -263,6 +330,54 @@ TEST(JsonText, IsWrittenAlikeInEveryLocale) {
       EXPECT_STREQ(after, before);  // the application's locale is back
     }
   }
+}
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+std::string writtenByJsonCpp(const Json::Value& value) { return Json::FastWriter().write(value); }
+#pragma GCC diagnostic pop
+
+TEST(JsonText, IsWrittenAsJsonCppWritesIt) {
+  std::vector<Json::Value> values{Json::Value(),
+                                  true,
+                                  Json::arrayValue,
+                                  Json::objectValue,
+                                  -0.0,
+                                  1e16,
+                                  1e17,
+                                  5e-324,
+                                  1e-5,
+                                  0.0001,
+                                  "",
+                                  "~ ",
+                                  "\x7F\t\"/\\",
+                                  "\xC3\xA4 \xF0\x9F\xA4\x96",
+                                  std::string("a\0\x1F", 3)};
+  values.emplace_back(Json::Value::maxUInt64);
+  values.emplace_back(Json::Value::minInt64);
+  Json::Value gaps;
+  gaps[2][1]["\xC3\xA4\n"] = 7U;
+  gaps[5] = "last";
+  values.push_back(gaps);
+  std::mt19937_64 random(4711);  // NOLINT(*-msc51-cpp): the same ones every time
+  for (int i = 0; i < 20'000; ++i) {
+    const double number = anyDouble(random);
+    if (std::isfinite(number)) values.emplace_back(number);
+    values.emplace_back(static_cast<double>(static_cast<std::int32_t>(random())) / 1000);
+  }
+  SomeTexts some;
+  for (int i = 0; i < 5'000; ++i) {
+    if (Json::Value value; parsePlainly(some.next(), value)) values.push_back(value);
+  }
+  std::size_t refused = 0;
+  for (const Json::Value& value : values) {
+    try {
+      ASSERT_EQ(writeWithLineFeed(value), writtenByJsonCpp(value));
+    } catch (const std::exception&) {
+      ++refused;  // not UTF-8
+    }
+  }
+  EXPECT_LT(refused, values.size() / 100);
 }
 
 TEST(JsonText, HasNoNumberThatIsNotFinite) {

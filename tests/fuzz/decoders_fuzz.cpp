@@ -1,12 +1,17 @@
 // The text of a reply through every decoder: each says 0 or -5, and after -5 none of its outputs has been touched.
+// And the two ways in which a text is read say the same.
 
 #include <cstdint>
 #include <cstdlib>
+#include <memory>
 #include <string>
 #include <tuple>
 #include <type_traits>
 #include <vector>
 
+#include <json/reader.h>
+
+#include "kyt_host/detail/plain_json.h"
 #include "kyt_host/interface/reply_decoders.h"
 
 namespace {
@@ -80,10 +85,20 @@ int idBuffer(const std::string& text, std::string& id) {
   return result;
 }
 
+// What is read the short way is what JsonCpp reads.
+void checkPlainReading(const std::string& text) {
+  static const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
+  Json::Value here;
+  Json::Value there;
+  if (!kyt_host::detail::readPlainJson(text, here)) return;
+  require(reader->parse(text.data(), text.data() + text.size(), &there, nullptr) && here == there);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string text(reinterpret_cast<const char*>(data), size);
+  checkPlainReading(text);
   checkAll(text, parse_get_servo_status, parse_get_deadman_status, parse_get_robot_run_status, parse_get_speed,
            parse_get_coordination, parse_get_operation_mode, parse_get_teach_type, parse_get_eobot_type,
            parse_get_teachbox_status, Overloaded{parse_get_controller_ID}, idBuffer, parse_get_queue_motion_status,

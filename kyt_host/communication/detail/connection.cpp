@@ -184,50 +184,62 @@ bool Connection::sendPieces(unsigned int code, std::string_view bytes, std::size
 // A request and its reply. Who is to read the reply has to be known as the reader before it can come.
 class Connection::Exchange : public PendingReply {
  public:
-  Exchange(Connection& connection, std::shared_ptr<Session> session, unsigned int replyCode, Deadline deadline,
-           bool neverReads)
+  /// @param last  what may come in place of the reply, or `noRequest`
+  Exchange(Connection& connection, std::shared_ptr<Session> session, Strategy reply, Strategy last, Deadline deadline,
+           bool neverReads = false)
       : connection_(connection),
         session_(std::move(session)),
-        handler_(connection.store.findOrAdd(static_cast<Strategy>(replyCode))),
+        handler_(connection.store.findOrAdd(reply)),
+        last_(last == noRequest ? nullptr : connection.store.findOrAdd(last)),
         deadline_(deadline),
         caller_(session_->receiver, neverReads) {}
 
-  void send(unsigned int code, const std::string& payload, std::string& text) {
+  void send(unsigned int code, const std::string& payload) {
     const auto onTurn = [&] {
       caller_.readIfNobodyDoes();
-      if (connection_.freshReplies) caller_.catchUp();
-      ticket_.emplace(*handler_, text, caller_.waiter, connection_.freshReplies);
+      const bool fresh = connection_.freshReplies;
+      if (fresh) caller_.catchUp();
+      queue(fresh);
     };
     const bool sent = connection_.write(
         deadline_, [&] { return assemblySendMessage(static_cast<Strategy>(code), payload); }, onTurn,
         [&] { caller_.letOthersRead(); });
-    if (!sent) ticket_.reset();
+    if (sent) return;
+    ticket_.reset();
+    ticketOfLast_.reset();
   }
 
-  MessageBaseStrategy* await() {
-    const bool arrived =
-        ticket_ && caller_.await(deadline_, connection_.store.ended(), [&] { return ticket_->take(); });
-    ticket_.reset();
-    return arrived ? handler_ : nullptr;
+  /// Joins those who wait, as sending does.
+  void queue(bool fresh = false) {
+    ticket_.emplace(*handler_, text_, caller_.waiter, fresh);
+    if (last_ != nullptr) ticketOfLast_.emplace(*last_, textOfLast_, caller_.waiter, fresh);
   }
 
   MessageBaseStrategy* await(std::string& text) override {
+    MessageBaseStrategy* reply = nullptr;
+    const auto arrived = [&] {
+      reply = ticketOfLast_ && ticketOfLast_->take() ? last_ : ticket_->take() ? handler_ : nullptr;
+      return reply != nullptr;
+    };
     const CallbackQueue::WaitingForReply waiting;
-    MessageBaseStrategy* const handler = await();
-    if (handler != nullptr) text = std::move(text_);
-    return handler;
+    if (ticket_) caller_.await(deadline_, connection_.store.ended(), arrived);
+    ticket_.reset();
+    ticketOfLast_.reset();
+    if (reply != nullptr) text = std::move(reply == last_ ? textOfLast_ : text_);
+    return reply;
   }
-
-  void sendForLater(unsigned int code, const std::string& payload) { send(code, payload, text_); }
 
  private:
   Connection& connection_;
   const std::shared_ptr<Session> session_;
   MessageBaseStrategy* const handler_;
+  MessageBaseStrategy* const last_;
   const Deadline deadline_;
   Receiver::Caller caller_;
   std::string text_;
+  std::string textOfLast_;
   std::optional<MessageBaseStrategy::Ticket> ticket_;
+  std::optional<MessageBaseStrategy::Ticket> ticketOfLast_;
 };
 
 MessageBaseStrategy* Connection::exchange(unsigned int requestCode, const std::string& payload, unsigned int replyCode,
@@ -235,9 +247,10 @@ MessageBaseStrategy* Connection::exchange(unsigned int requestCode, const std::s
   auto session = this->session();
   if (session == nullptr || store.ended()) return nullptr;
   const CallbackQueue::WaitingForReply waiting;
-  Exchange exchange(*this, std::move(session), replyCode, deadline, false);
-  exchange.send(requestCode, payload, text);
-  return exchange.await();
+  const auto reply = static_cast<Strategy>(replyCode);
+  Exchange exchange(*this, std::move(session), reply, lastInsteadOf(reply), deadline);
+  exchange.send(requestCode, payload);
+  return exchange.await(text);
 }
 
 // Nobody waits for one of many all the time, so the watcher reads.
@@ -245,43 +258,32 @@ std::unique_ptr<PendingReply> Connection::beginExchange(unsigned int requestCode
                                                         unsigned int replyCode, Deadline deadline) {
   auto session = this->session();
   if (session == nullptr || store.ended()) return nullptr;
-  auto exchange = std::make_unique<Exchange>(*this, std::move(session), replyCode, deadline, true);
-  exchange->sendForLater(requestCode, payload);
+  const auto reply = static_cast<Strategy>(replyCode);
+  auto exchange = std::make_unique<Exchange>(*this, std::move(session), reply, lastInsteadOf(reply), deadline, true);
+  exchange->send(requestCode, payload);
   return exchange;
 }
 
 // --- receiving ---
 
 MessageBaseStrategy* Connection::await(unsigned int code, int timeoutMs) {
-  const auto session = this->session();
+  auto session = this->session();
   MessageBaseStrategy* const handler = store.findOrAdd(static_cast<Strategy>(code));
-  std::string unwanted;
   if (session == nullptr) return handler->await(timeoutMs, store.ended()) ? handler : nullptr;
-  const CallbackQueue::WaitingForReply waiting;
-  Receiver::Caller caller(session->receiver);
-  MessageBaseStrategy::Ticket ticket(*handler, unwanted, caller.waiter);
-  const Deadline deadline = MessageBaseStrategy::deadlineAfter(timeoutMs);
-  return caller.await(deadline, store.ended(), [&] { return ticket.take(); }) ? handler : nullptr;
+  Exchange exchange(*this, std::move(session), static_cast<Strategy>(code), noRequest,
+                    MessageBaseStrategy::deadlineAfter(timeoutMs));
+  exchange.queue();
+  std::string unwanted;
+  return exchange.await(unwanted);
 }
 
 MessageBaseStrategy* Connection::awaitEither(unsigned int first, unsigned int second, Deadline deadline,
                                              std::string& text) {
-  const auto session = this->session();
+  auto session = this->session();
   if (session == nullptr) return nullptr;
-  const CallbackQueue::WaitingForReply waiting;
-  Receiver::Caller caller(session->receiver);
-  MessageBaseStrategy* const handlers[] = {store.findOrAdd(static_cast<Strategy>(first)),
-                                           store.findOrAdd(static_cast<Strategy>(second))};
-  std::string ofSecond;
-  MessageBaseStrategy::Ticket ticketOfFirst(*handlers[0], text, caller.waiter);
-  MessageBaseStrategy::Ticket ticketOfSecond(*handlers[1], ofSecond, caller.waiter);
-  MessageBaseStrategy* reply = nullptr;
-  caller.await(deadline, store.ended(), [&] {
-    reply = ticketOfFirst.take() ? handlers[0] : ticketOfSecond.take() ? handlers[1] : nullptr;
-    return reply != nullptr;
-  });
-  if (reply == handlers[1]) text = std::move(ofSecond);
-  return reply;
+  Exchange exchange(*this, std::move(session), static_cast<Strategy>(second), static_cast<Strategy>(first), deadline);
+  exchange.queue();
+  return exchange.await(text);
 }
 
 void Connection::readable() {
