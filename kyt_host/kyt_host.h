@@ -15,6 +15,7 @@
 #include "kyt_host/communication/reply_handlers.h"
 #include "kyt_host/communication/strategy.h"
 #include "kyt_host/communication/wire_frame.h"
+#include "kyt_host/craft/kyt_craft_vision.h"
 #include "kyt_host/craft/kyt_craft_weld.h"
 #include "kyt_host/file/file_transfers.h"
 #include "kyt_host/interface/kyt_interface.h"

@@ -11,6 +11,7 @@
 
 #include "kyt_host/communication/strategy.h"
 #include "virtual_controller/io/io.h"
+#include "virtual_controller/vision_craft.h"
 #include "virtual_controller/welder.h"
 
 // What a virtual controller is: how it was set up, what it and its robots are doing, what has come from its clients.
@@ -66,6 +67,16 @@ struct ToolFrame {
   std::array<double, 3> payloadMassCenter{};
 };
 
+/// The user frames that two arms share, and which of them is selected.
+struct DualArmFrames {
+  struct Frame {
+    Pose pose{};
+    int locationType{};  ///< 0: as seen from the base
+  };
+  int number = 0;
+  std::map<int, Frame> frames;
+};
+
 struct ActiveError {
   int code{};
   std::string text;
@@ -98,7 +109,10 @@ struct RobotState {
   int userNumber = 0;                           ///< 0: the base frame
   std::map<int, Pose> userFrames;               ///< as seen from the base
   std::map<int, FramePoints> userCalibrations;
+  DualArmFrames dualArm;
+  std::array<bool, 4> fourPointsMarked{};  ///< of the calibration of the geometry
   Welder welder;
+  std::map<int, VisionCraft> visionCrafts;
   std::array<IoResetTable, 3> ioReset;  ///< by IoResetType, from 1
   RemoteMode remote;
   SafetyIo safety;

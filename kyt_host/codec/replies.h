@@ -56,7 +56,7 @@ inline auto globalSyncPosition(std::vector<double>& pos) {
 /// Whole numbers, whatever the controller sends.
 inline auto staticSearch(std::vector<double>& pos) { return takeExactlyAs<staticSearchSize, int>(pos, "pos"); }
 inline auto transformedCoord(std::vector<double>& pos) { return takeExactly<robotAxes>(pos, "pos"); }
-inline auto singleCycle(std::vector<double>& value) { return take(value, "value"); }
+inline auto reachable(bool& reachable) { return take(reachable, "reachable", "result"); }
 inline auto motorPayload(std::vector<double>& load, std::vector<double>& loadSync) {
   return all(takeExactly<robotAxes>(load, "motorOverload"), takeExactly<externalAxes>(loadSync, "motorOverloadSync"));
 }
@@ -83,6 +83,9 @@ inline auto userNumber(int& number) { return take(number, "curUserNum", "user");
 
 constexpr std::size_t userFrameSize = 6;
 inline auto userFrame(std::vector<double>& pos) { return takeExactly<userFrameSize>(pos, "position", "pos"); }
+inline auto dualArmUserFrame(std::vector<double>& pos, int& locationType, int& mechId) {
+  return all(takeExactly<userFrameSize>(pos, "position"), take(locationType, "location_type"), take(mechId, "mech_id"));
+}
 
 // --- jobs and the motion queue ---
 
@@ -174,10 +177,21 @@ void readIoType(const Json::Value& root, IOtype& io);
 // --- geometry, joints, calibration, vision ---
 
 void readDhParam(const Json::Value& root, RobotDHParam& param);
+inline auto dhParam(RobotDHParam& param) { return readAtOnce(readDhParam, param); }
 void readJointParam(const Json::Value& root, RobotJointParam& param);
+inline auto jointParam(RobotJointParam& param) { return readAtOnce(readJointParam, param); }
+inline auto singleCycle(std::vector<double>& value) { return take(value, "value"); }
 void readVisionParam(const Json::Value& root, VisionParam& param);
+inline auto visionParam(VisionParam& param) { return readAtOnce(readVisionParam, param); }
+
 /// The values of the keys that are there, one after the other; a key may hold one number or a list.
 void readNumbers(const Json::Value& root, const std::vector<const char*>& keys, std::vector<double>& values);
+inline auto fourPoint(std::vector<double>& values) {
+  return [&values](const Json::Value& root) { readNumbers(root, {"status", "length", "dtheta", "result"}, values); };
+}
+inline auto fourPointCalculation(std::vector<double>& values) {
+  return [&values](const Json::Value& root) { readNumbers(root, {"result", "length", "dtheta"}, values); };
+}
 
 }  // namespace replies
 

@@ -63,6 +63,15 @@ inline constexpr Exchange exchanges[] = {
     row<ReceiveCurEXPosition>(Strategy::GetExtraPosition, Strategy::ExtraPositionReply),
     row<RecvSensorData>(Strategy::GetSensorData, Strategy::SensorDataReply),
     row<RecvStaticSearchData>(Strategy::GetStaticSearchPosition, Strategy::StaticSearchPositionReply),
+    row<RecvTransCoordPos>(Strategy::TransformCoord, Strategy::TransformCoordReply),
+    row<MessageBaseStrategy>(Strategy::GetPosReachable, Strategy::PosReachableReply),
+
+    // geometry, joints and their calibration
+    row<RecvDhParaState>(Strategy::GetRobotDhParam, Strategy::RobotDhParamReply),
+    row<RecvJointPara>(Strategy::GetRobotJointParam, Strategy::RobotJointParamReply),
+    row<RecvSingleCycle>(Strategy::GetSingleCycle, Strategy::SingleCycleReply),
+    row<Receive4Point>(Strategy::GetFourPoint, Strategy::FourPointReply),
+    row<RecvCountSuccessedFor>(Strategy::CalculateFourPoint, Strategy::CalculateFourPointReply),
 
     // global variables and positions
     row<RecvGlobalPosition>(Strategy::GetGlobalPosition, Strategy::GlobalPositionReply),
@@ -107,6 +116,12 @@ inline constexpr Exchange exchanges[] = {
     row<RecvCurrentHandleOperate>(Strategy::GetFeedWireStatus, Strategy::FeedWireStatusReply),
     row<ReceiveWeldMonitor>(Strategy::GetWeldMonitor, Strategy::WeldMonitorReply),
 
+    // vision
+    row<RecvVisionParameter>(Strategy::GetVisionParameter, Strategy::VisionParameterReply),
+    row<RecvVisionRange>(Strategy::GetVisionRange, Strategy::VisionRangeReply),
+    row<RecvVisionPositionParam>(Strategy::GetVisionPositionParameter, Strategy::VisionPositionParameterReply),
+    row<RecvVisioCalibrateData>(Strategy::GetVisionCalibrateData, Strategy::VisionCalibrateDataReply),
+
     // pushed by the controller, unsolicited
     received<ReceiveSystemMessage>(Strategy::ErrorMessage),
     received<ReceiveSystemMessage>(Strategy::WarningMessage),
@@ -126,17 +141,7 @@ inline constexpr Exchange exchanges[] = {
 
     // read by applications that exchange messages themselves
     received<MessageBaseStrategy>(Strategy::PalletCraftIdReply),
-    received<RecvCountSuccessedFor>(Strategy::CalculateFourPointReply),
-    received<Receive4Point>(Strategy::FourPointReply),
     received<RecvResultForDH>(Strategy::ResultForDhReply),
-    received<RecvSingleCycle>(Strategy::SingleCycleReply),
-    received<RecvTransCoordPos>(Strategy::TransformCoordReply),
-    received<RecvDhParaState>(Strategy::RobotDhParamReply),
-    received<RecvJointPara>(Strategy::RobotJointParamReply),
-    received<RecvVisionParameter>(Strategy::VisionParameterReply),
-    received<RecvVisionRange>(Strategy::VisionRangeReply),
-    received<RecvVisionPositionParam>(Strategy::VisionPositionParameterReply),
-    received<RecvVisioCalibrateData>(Strategy::VisionCalibrateDataReply),
     received<RecvTrackRecordOnOff>(Strategy::TrackRecordStatusReply),
     received<MessageBaseStrategy>(Strategy::ConveyorBasicReply),
     received<RecvConveyorIdentificationParamter>(Strategy::ConveyorIdentificationReply),
@@ -145,7 +150,6 @@ inline constexpr Exchange exchanges[] = {
     received<RecvConveyorWaitPointParams>(Strategy::ConveyorWaitPointReply),
     received<MessageBaseStrategy>(Strategy::ModbusMasterStatusReply),
     received<MessageBaseStrategy>(Strategy::ModbusReadReply),
-    received<MessageBaseStrategy>(Strategy::PosReachableReply),
     received<MessageBaseStrategy>(Strategy::PalletRunningStateReply),
 };
 // clang-format on

@@ -102,12 +102,10 @@ void RecvAllJobFileName::getAllJobFileName() {
 }
 
 int RecvDhParaState::recvDHpara(int /*robotType*/, RobotDHParam& param) const {
-  return decode(text(), readAtOnce(replies::readDhParam, param));
+  return decode(text(), replies::dhParam(param));
 }
 
-int RecvJointPara::recvJointparam(RobotJointParam& param) const {
-  return decode(text(), readAtOnce(replies::readJointParam, param));
-}
+int RecvJointPara::recvJointparam(RobotJointParam& param) const { return decode(text(), replies::jointParam(param)); }
 
 int RecvIoControl::receiveIoControl(int& num, int& time, RemoteControl& control,
                                     std::vector<RemoteProgram>& programs) const {

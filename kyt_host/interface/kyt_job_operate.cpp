@@ -195,7 +195,7 @@ int job_insert_moveC_robot(SOCKETFD socketFd, int robotNum, int lineNum, const M
 }
 
 int job_insert_imove_rbobt(SOCKETFD socketFd, int robotNum, int lineNum, const MoveCmd& cmd) {
-  return insert(socketFd, robotNum, lineNum, lines::incrementalMove(cmd));
+  return insert(socketFd, robotNum, lineNum, lines::incrementalMove(CmdType::IMove, cmd));
 }
 
 int job_insert_moveComm_rbobt(SOCKETFD socketFd, int robotNum, int lineNum, std::string moveType, double velocity,
@@ -351,4 +351,26 @@ int job_insert_axis_motion_speed_judge_rbobt(SOCKETFD socketFd, int robotNum, in
 int job_insert_axis_motion_position_stop_rbobt(SOCKETFD socketFd, int robotNum, int lineNum, CmdType lineType,
                                                const AxisPositionStop& stop) {
   return insert(socketFd, robotNum, lineNum, lines::axisMotion(lineType, stop));
+}
+
+int job_insert_EImoveL_robot(SOCKETFD socketFd, int robotNum, int lineNum, CmdType lineType, const MoveCmd& cmd) {
+  return insert(socketFd, robotNum, lineNum, lines::incrementalMove(lineType, cmd));
+}
+
+int job_insert_EImoveC_robot(SOCKETFD socketFd, int robotNum, int lineNum, CmdType lineType, const MoveCmd& cmd) {
+  return insert(socketFd, robotNum, lineNum, lines::incrementalMove(lineType, cmd));
+}
+
+int job_insert_EImoveCA_robot(SOCKETFD socketFd, int robotNum, int lineNum, CmdType lineType, const MoveCmd& cmd) {
+  return insert(socketFd, robotNum, lineNum, lines::incrementalMove(lineType, cmd));
+}
+
+int job_insert_tasks_rbobt(SOCKETFD socketFd, int robotNum, int lineNum, CmdType lineType, int craftId,
+                           std::vector<int> robots) {
+  return insert(socketFd, robotNum, lineNum, lines::inStep(lineType, craftId, std::move(robots)));
+}
+
+int job_insert_wait_sync_task_rbobt(SOCKETFD socketFd, int robotNum, int lineNum, CmdType lineType, int craftId,
+                                    std::string signal) {
+  return insert(socketFd, robotNum, lineNum, lines::inStep(lineType, craftId, std::move(signal)));
 }

@@ -446,3 +446,45 @@ inline int job_insert_axis_motion_position_stop(SOCKETFD socketFd, int lineNum, 
                                                 const AxisPositionStop& stop) {
   return job_insert_axis_motion_position_stop_rbobt(socketFd, const_robot, lineNum, lineType, stop);
 }
+
+/// An incremental move with external axes, linear. This library's reading: the line is that of `job_insert_imove_rbobt`
+/// under the number `lineType`, and the same goes for the next two.
+/// @param cmd  as for `job_insert_imove_rbobt`: 14 values in `targetPosValue`
+KYT_HOST_API int job_insert_EImoveL_robot(SOCKETFD socketFd, int robotNum, int lineNum, CmdType lineType,
+                                          const MoveCmd& cmd);
+inline int job_insert_EImoveL(SOCKETFD socketFd, int lineNum, CmdType lineType, const MoveCmd& cmd) {
+  return job_insert_EImoveL_robot(socketFd, const_robot, lineNum, lineType, cmd);
+}
+
+/// The same, one point of a circular move.
+KYT_HOST_API int job_insert_EImoveC_robot(SOCKETFD socketFd, int robotNum, int lineNum, CmdType lineType,
+                                          const MoveCmd& cmd);
+inline int job_insert_EImoveC(SOCKETFD socketFd, int lineNum, CmdType lineType, const MoveCmd& cmd) {
+  return job_insert_EImoveC_robot(socketFd, const_robot, lineNum, lineType, cmd);
+}
+
+/// The same, one point of a full circle.
+KYT_HOST_API int job_insert_EImoveCA_robot(SOCKETFD socketFd, int robotNum, int lineNum, CmdType lineType,
+                                           const MoveCmd& cmd);
+inline int job_insert_EImoveCA(SOCKETFD socketFd, int lineNum, CmdType lineType, const MoveCmd& cmd) {
+  return job_insert_EImoveCA_robot(socketFd, const_robot, lineNum, lineType, cmd);
+}
+
+/// Starts the tasks of several robots. This library's reading: the line is that of two arms in step
+/// (`DualArmCommand`), and so is the next.
+/// @param craftId  number of the dual-arm craft, "crafId"
+/// @param robots   the robots, 1..4; they go out as the bits of "waitSignal", robot 1 the lowest
+KYT_HOST_API int job_insert_tasks_rbobt(SOCKETFD socketFd, int robotNum, int lineNum, CmdType lineType, int craftId,
+                                        std::vector<int> robots);
+inline int job_insert_tasks(SOCKETFD socketFd, int lineNum, CmdType lineType, int craftId, std::vector<int> robots) {
+  return job_insert_tasks_rbobt(socketFd, const_robot, lineNum, lineType, craftId, std::move(robots));
+}
+
+/// Waits for the task of another robot.
+/// @param signal  the variable that tells, in "waitSignal"; a name beginning with G is a global one
+KYT_HOST_API int job_insert_wait_sync_task_rbobt(SOCKETFD socketFd, int robotNum, int lineNum, CmdType lineType,
+                                                 int craftId, std::string signal);
+inline int job_insert_wait_sync_task(SOCKETFD socketFd, int lineNum, CmdType lineType, int craftId,
+                                     std::string signal) {
+  return job_insert_wait_sync_task_rbobt(socketFd, const_robot, lineNum, lineType, craftId, std::move(signal));
+}

@@ -151,7 +151,8 @@ int queue_motion_push_back_moveL_extra_robot(SOCKETFD socketFd, int robotNum, co
 }
 
 int queue_motion_push_back_imove_rbobt(SOCKETFD socketFd, int robotNum, const MoveCmd& cmd) {
-  return push(socketFd, robotNum, judge_movelcmd_limit_exceeded(cmd) ? lines::incrementalMove(cmd) : nullptr);
+  return push(socketFd, robotNum,
+              judge_movelcmd_limit_exceeded(cmd) ? lines::incrementalMove(CmdType::IMove, cmd) : nullptr);
 }
 
 int queue_motion_push_back_samov_robot(SOCKETFD socketFd, int robotNum, const MoveCmd& cmd,

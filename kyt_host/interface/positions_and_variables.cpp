@@ -80,6 +80,30 @@ int set_axis_zero_position_robot(SOCKETFD socketFd, int robotNum, int axis) {
                                               compact({{"robot", robotNum}, {"axis", axis}, {"clearEncoder", false}}));
 }
 
+int get_origin_coord_to_target_coord_robot(SOCKETFD socketFd, int robotNum, int originCoord,
+                                           const std::vector<double>& originPos, int targetCoord,
+                                           std::vector<double>& targetPos) {
+  const bool complete = originPos.size() >= robotAxes;  // before the other, which may be the same list, is prepared
+  prepare(targetPos, robotAxes);
+  if (!connected(socketFd)) return DISCONNECT;
+  if (!complete) return PARAM_ERR;
+  return query<Strategy::TransformCoord>(socketFd,
+                                         compact({{"robot", robotNum},
+                                                  {"originCoord", originCoord},
+                                                  {"targetCoord", targetCoord},
+                                                  {"pos", firstValues(originPos, robotAxes)}}),
+                                         replies::transformedCoord(targetPos));
+}
+
+int get_pos_reachable_robot(SOCKETFD socketFd, int robotNum, int coord, const std::vector<double>& pos,
+                            bool& reachable) {
+  if (!connected(socketFd)) return DISCONNECT;
+  if (pos.size() < robotAxes) return PARAM_ERR;
+  return query<Strategy::GetPosReachable>(
+      socketFd, compact({{"robot", robotNum}, {"coord", coord}, {"pos", firstValues(pos, robotAxes)}}),
+      replies::reachable(reachable));
+}
+
 int get_curretn_motor_torque_robot(SOCKETFD socketFd, int robotNum, std::vector<int>& torq,
                                    std::vector<int>& torqSync) {
   return queryMotors<Strategy::GetMotorTorque>(socketFd, robotNum, torq, torqSync,

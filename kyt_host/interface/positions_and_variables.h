@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kyt_host/export.h"
@@ -49,6 +50,36 @@ inline int get_current_extra_position(SOCKETFD socketFd, std::vector<double>& po
 KYT_HOST_API int set_axis_zero_position_robot(SOCKETFD socketFd, int robotNum, int axis);
 inline int set_axis_zero_position(SOCKETFD socketFd, int axis) {
   return set_axis_zero_position_robot(socketFd, const_robot, axis);
+}
+
+// --- where it would be, and whether it can get there ---
+// This library's reading: the requests carry "coord" or "originCoord" and "targetCoord", and the position in "pos".
+
+/// Converts a position from one coordinate system to another. Virtual controller: with the selected tool and user
+/// coordinate system, and 2 is as seen from where the tool is now; no reply (-1) for joints beyond the arm's reach.
+/// @param originCoord  coordinate system of `originPos`; 0 is joint coordinates
+/// @param originPos    7 or more values, of which 7 are sent, in the order of `get_current_position_robot`
+/// @param targetCoord  coordinate system of the answer
+/// @param targetPos    receives 7 values
+/// @return as every query; -3 also for fewer than 7 values (nothing sent)
+KYT_HOST_API int get_origin_coord_to_target_coord_robot(SOCKETFD socketFd, int robotNum, int originCoord,
+                                                        const std::vector<double>& originPos, int targetCoord,
+                                                        std::vector<double>& targetPos);
+inline int get_origin_coord_to_target_coord(SOCKETFD socketFd, int originCoord, const std::vector<double>& originPos,
+                                            int targetCoord, std::vector<double>& targetPos) {
+  return get_origin_coord_to_target_coord_robot(socketFd, const_robot, originCoord, originPos, targetCoord, targetPos);
+}
+
+/// Asks whether the robot can be at a position. Virtual controller: within the limits of its joints, whatever stands in
+/// its way.
+/// @param coord      coordinate system of `pos`, as above
+/// @param pos        7 or more values, as above
+/// @param reachable  from "reachable", else "result", of the reply: this library's reading, too
+/// @return as every query; -3 also for fewer than 7 values (nothing sent)
+KYT_HOST_API int get_pos_reachable_robot(SOCKETFD socketFd, int robotNum, int coord, const std::vector<double>& pos,
+                                         bool& reachable);
+inline int get_pos_reachable(SOCKETFD socketFd, int coord, const std::vector<double>& pos, bool& reachable) {
+  return get_pos_reachable_robot(socketFd, const_robot, coord, pos, reachable);
 }
 
 // --- motors and speeds ---

@@ -121,6 +121,10 @@ int parse_get_globalVariant(const std::string& text, double& value) {
   return decode(text, replies::globalVariant(value));
 }
 
+int parse_get_pos_reachable(const std::string& text, bool& reachable) {
+  return decode(text, replies::reachable(reachable));
+}
+
 // --- tools, user coordinates, calibration ---
 
 int parse_get_toolNumber(const std::string& text, int& number) { return decode(text, replies::toolNumber(number)); }
@@ -136,28 +140,23 @@ int parse_get_user_coordPara(const std::string& text, std::vector<double>& pos) 
 }
 
 int parse_get_user_coordPara(const std::string& text, std::vector<double>& pos, int& locationType, int& mechId) {
-  return decode(text, all(takeExactly<replies::userFrameSize>(pos, "position"), take(locationType, "location_type"),
-                          take(mechId, "mech_id")));
+  return decode(text, replies::dualArmUserFrame(pos, locationType, mechId));
 }
 
 int parse_receive4_point_result(const std::string& text, std::vector<double>& values) {
-  return decode(text, [&values](const Json::Value& root) {
-    replies::readNumbers(root, {"status", "length", "dtheta", "result"}, values);
-  });
+  return decode(text, replies::fourPoint(values));
 }
 
 int parse_get_four_point_mark_result(const std::string& text, std::vector<double>& values) {
-  return decode(text, [&values](const Json::Value& root) {
-    replies::readNumbers(root, {"result", "length", "dtheta"}, values);
-  });
+  return decode(text, replies::fourPointCalculation(values));
 }
 
 int parse_recv_DH_para(const std::string& text, RobotType /*type*/, RobotDHParam& param) {
-  return decode(text, readAtOnce(replies::readDhParam, param));
+  return decode(text, replies::dhParam(param));
 }
 
 int parse_recv_joint_param(const std::string& text, RobotJointParam& param) {
-  return decode(text, readAtOnce(replies::readJointParam, param));
+  return decode(text, replies::jointParam(param));
 }
 
 // --- jobs ---
@@ -207,7 +206,7 @@ int parse_receive_current_handle_operate(const std::string& text, std::vector<in
 }
 
 int parse_get_vision_parameter(const std::string& text, VisionParam& param) {
-  return decode(text, readAtOnce(replies::readVisionParam, param));
+  return decode(text, replies::visionParam(param));
 }
 
 int parse_get_vision_range(const std::string& text, VisionRange& range) { return decode(text, take(range)); }

@@ -126,6 +126,9 @@ KYT_HOST_API int parse_get_sensor_data(const std::string& text, std::vector<int>
 /// Reads "varValue": as a number when "varType" is 1, as 1.0 or 0.0 when it is 2, else as a whole number.
 KYT_HOST_API int parse_get_globalVariant(const std::string& text, double& value);
 
+/// Reads "reachable", else "result".
+KYT_HOST_API int parse_get_pos_reachable(const std::string& text, bool& reachable);
+
 // --- tools, user coordinates, calibration ---
 
 /// Reads "curToolNum", else "Tool", else "tool".

@@ -15,6 +15,19 @@ bool isUserNumber(int number) { return number >= 1 && number <= highestNumber; }
 // Callers count calibration points from 1, the wire from 0.
 std::int64_t zeroBased(int point) { return std::int64_t{point} - 1; }
 
+template <class Reader>
+int queryUserFrame(SOCKETFD socketFd, int robotNum, int userNum, bool dualArm, const Reader& reader) {
+  if (!connected(socketFd)) return DISCONNECT;
+  if (!isUserNumber(userNum)) return RECEIVE_FAILED;
+  nlohmann::json request{{"robot", robotNum},
+                         {"inquire", "Calibration"},
+                         {"require", "Calibration"},
+                         {"userNum", userNum},
+                         {"user", userNum}};
+  if (dualArm) request["dualArm"] = true;
+  return query<Strategy::GetUserCoordPara>(socketFd, Request(std::move(request)), reader);
+}
+
 }  // namespace
 
 int set_tool_hand_number_robot(SOCKETFD socketFd, int robotNum, int toolNum) {
@@ -76,15 +89,7 @@ int get_user_coord_number_robot(SOCKETFD socketFd, int robotNum, int& userNum) {
 }
 
 int get_user_coord_para_robot(SOCKETFD socketFd, int robotNum, int userNum, std::vector<double>& pos) {
-  if (!connected(socketFd)) return DISCONNECT;
-  if (!isUserNumber(userNum)) return RECEIVE_FAILED;
-  return query<Strategy::GetUserCoordPara>(socketFd,
-                                           compact({{"robot", robotNum},
-                                                    {"inquire", "Calibration"},
-                                                    {"require", "Calibration"},
-                                                    {"userNum", userNum},
-                                                    {"user", userNum}}),
-                                           replies::userFrame(pos));
+  return queryUserFrame(socketFd, robotNum, userNum, false, replies::userFrame(pos));
 }
 
 int set_user_coordinate_data_robot(SOCKETFD socketFd, int /*robotNum*/, int userNum, std::vector<double> pos) {
@@ -101,4 +106,14 @@ int calibration_oxy_robot(SOCKETFD socketFd, int robotNum, int userNum, std::str
 int calculate_user_coordinate_robot(SOCKETFD socketFd, int robotNum, int userNum) {
   return command(socketFd, Strategy::CalculateUserCoordinate,
                  compact({{"robot", robotNum}, {"userNum", userNum}, {"user", userNum}}));
+}
+
+int get_dualarm_user_coord_number_robot(SOCKETFD socketFd, int robotNum, int& userNum) {
+  return query<Strategy::GetUserCoordNumber>(socketFd, compact({{"robot", robotNum}, {"dualArm", true}}),
+                                             replies::userNumber(userNum));
+}
+
+int get_dualarm_user_coord_para_robot(SOCKETFD socketFd, int robotNum, int userNum, std::vector<double>& pos,
+                                      int& locationType, int& mechId) {
+  return queryUserFrame(socketFd, robotNum, userNum, true, replies::dualArmUserFrame(pos, locationType, mechId));
 }

@@ -140,3 +140,25 @@ KYT_HOST_API int calculate_user_coordinate_robot(SOCKETFD socketFd, int robotNum
 inline int calculate_user_coordinate(SOCKETFD socketFd, int userNum) {
   return calculate_user_coordinate_robot(socketFd, const_robot, userNum);
 }
+
+// --- user coordinate systems of two arms ---
+// This library's reading: they have the codes of those above, and "dualArm" tells them apart.
+
+/// Reads which user coordinate system two arms share.
+KYT_HOST_API int get_dualarm_user_coord_number_robot(SOCKETFD socketFd, int robotNum, int& userNum);
+inline int get_dualarm_user_coord_number(SOCKETFD socketFd, int& userNum) {
+  return get_dualarm_user_coord_number_robot(socketFd, const_robot, userNum);
+}
+
+/// Reads a user coordinate system of two arms.
+/// @param userNum       1..999
+/// @param pos           receives 6 values: X, Y, Z in mm and A, B, C in degrees
+/// @param locationType  how it is located, the controller's number. Virtual controller: 0 by the base.
+/// @param mechId        the arm that it belongs to. Virtual controller: the robot's number.
+/// @return as every query; -1 also for a `userNum` out of its range (nothing sent)
+KYT_HOST_API int get_dualarm_user_coord_para_robot(SOCKETFD socketFd, int robotNum, int userNum,
+                                                   std::vector<double>& pos, int& locationType, int& mechId);
+inline int get_dualarm_user_coord_para(SOCKETFD socketFd, int userNum, std::vector<double>& pos, int& locationType,
+                                       int& mechId) {
+  return get_dualarm_user_coord_para_robot(socketFd, const_robot, userNum, pos, locationType, mechId);
+}

@@ -184,6 +184,61 @@ TEST_F(MovingRobot, AUserFrameFromThreePointsAgreesWithTheArithmetic) {
   EXPECT_TRUE(messages.all().empty());
 }
 
+TEST_F(MovingRobot, WhereItIsSeenFromElsewhereAndWhatItCanReachAgreeWithWhereItGoes) {
+  controller.edit(1, [](virtual_controller::RobotState& state) {
+    state.position = {20, -20, 30, 10, 50, -40, 0};
+    state.tools[state.toolNumber = 3].pose = {10, 20, 100, 0, 30, 0};
+    state.userFrames[state.userNumber = 5] = {500, 0, 300, 0, 0, 90};
+  });
+  const auto converted = [this](int from, const Values& pos, int into) {
+    Values values;
+    EXPECT_EQ(get_origin_coord_to_target_coord(robot, from, pos, into, values), SUCCESS);
+    return values;
+  };
+  const auto reachable = [this](int coord, const Values& pos) {
+    bool can = false;
+    EXPECT_EQ(get_pos_reachable(robot, coord, pos, can), SUCCESS);
+    return can;
+  };
+  for (int from = jointCoordinates; from <= 4; ++from) {
+    for (int into = jointCoordinates; into <= 4; ++into) {
+      if (from == 2 || into == 2) continue;
+      SCOPED_TRACE(std::to_string(from) + " -> " + std::to_string(into));
+      expectNear(converted(from, position(from), into), position(into), 1e-5);
+    }
+    EXPECT_TRUE(from == 2 || reachable(from, position(from)));
+  }
+  expectNear(converted(2, Values(7), baseCoordinates), position(baseCoordinates), 1e-9);  // where the tool is now
+  const Values far{5000, 0, 0, 0, 0, 0, 0};
+  EXPECT_FALSE(reachable(baseCoordinates, far));
+  Values none;
+  EXPECT_EQ(get_origin_coord_to_target_coord(robot, baseCoordinates, far, jointCoordinates, none), RECEIVE_FAILED);
+  EXPECT_EQ(get_origin_coord_to_target_coord(robot, 1, Values(6), 0, none), PARAM_ERR);
+  bool untouched = true;
+  EXPECT_EQ(get_pos_reachable(robot, 1, Values(6), untouched), PARAM_ERR);
+  expectRejected.refused = 1;
+
+  // each joint's limits are what it can reach, and the lengths are those of the arm stretched upwards
+  Values joints(7);
+  for (int axis = 1; axis <= 6; ++axis) {
+    RobotJointParam joint;
+    EXPECT_EQ(get_robot_joint_param(robot, axis, joint), SUCCESS);
+    joints.assign(7, 0);
+    joints[std::size_t(axis - 1)] = joint.posSWLimit;
+    EXPECT_TRUE(reachable(jointCoordinates, joints)) << axis;
+    joints[std::size_t(axis - 1)] = joint.negSWLimit - 0.01;
+    EXPECT_FALSE(reachable(jointCoordinates, joints)) << axis;
+    EXPECT_NEAR(joint.ratedRotSpeed * 6 / joint.reducRatio, joint.ratedVel, 1e-9);
+  }
+  RobotDHParam geometry;
+  EXPECT_EQ(get_robot_dh_param(robot, geometry), SUCCESS);
+  EXPECT_EQ(shown(geometry.link.size(), geometry.link[1].a, geometry.link[1].theta), "6 600 -90");
+  EXPECT_EQ(shown(geometry.linkLengths), "[450,150,600,120,640,100]");
+  Values turns;
+  EXPECT_EQ(get_single_cycle(robot, turns), SUCCESS);
+  expectNear(turns, {200, 160, 120, 280, 320, 320}, 1e-9);
+}
+
 TEST_F(MovingRobot, WhatIsSetCanBeReadBack) {
   double value = 0;
   EXPECT_EQ(set_global_variant(robot, "GI001", 41.9), SUCCESS);
@@ -234,6 +289,42 @@ TEST_F(MovingRobot, WhatIsSetCanBeReadBack) {
   EXPECT_EQ(weld_set_wave_weld_param(robot, 3, wave), SUCCESS);
   EXPECT_EQ(weld_get_wave_weld_param(robot, 3, readWave), SUCCESS);
   EXPECT_EQ(shown(readWave.type, readWave.radius, readWave.LTypeAngle, readWave.verticalDeflection), "2 3.5 4.5 6.5");
+  using virtual_controller::RobotState;
+  EXPECT_EQ(four_point_calculation(robot, read), SUCCESS);
+  EXPECT_EQ(shown(read), "[0]");
+  controller.edit(2, [](RobotState& state) {
+    state.fourPointsMarked = {true, true, true, true};
+    state.dualArm.frames[state.dualArm.number = 6] = {{1, 2, 3, 4, 5, 6}, 1};
+    auto& craft = state.visionCrafts[8];
+    craft.trigger.triggerStr = "GO";
+    craft.box.maxZ = 12.5;
+    craft.position.datumPointDeg = {1, 2, 3, 4, 5, 180, 0};
+    craft.points.push_back({{1, 2, 3, 180}, {4, 5, 6, 90, 0, 0}});
+  });
+  EXPECT_EQ(get_four_point_robot(robot, 2, read), SUCCESS);
+  EXPECT_EQ(shown(read), "[1,1,1,1]");
+  EXPECT_EQ(four_point_calculation_robot(robot, 2, read), SUCCESS);
+  EXPECT_EQ(shown(read), "[1,450,150,600,120,640,100,0,0,0,0,0,0]");
+  int locationType = 0;
+  int mechId = 0;
+  EXPECT_EQ(get_dualarm_user_coord_number_robot(robot, 2, number), SUCCESS);
+  EXPECT_EQ(get_dualarm_user_coord_para_robot(robot, 2, number, read, locationType, mechId), SUCCESS);
+  EXPECT_EQ(shown(number, read, locationType, mechId), "6 [1,2,3,4,5,6] 1 2");
+  EXPECT_EQ(get_user_coord_number_robot(robot, 2, number), SUCCESS);  // one arm's is another
+  EXPECT_EQ(number, 0);
+  VisionParam vision;
+  VisionRange range;
+  VisionPositionParam targets;
+  VisionCalibrationData calibration;
+  EXPECT_EQ(vision_get_basic_parameter_robot(robot, 2, 8, vision), SUCCESS);
+  EXPECT_EQ(vision_get_range_robot(robot, 2, 8, range), SUCCESS);
+  EXPECT_EQ(vision_get_position_parameter_robot(robot, 2, 8, targets), SUCCESS);
+  EXPECT_EQ(vision_get_calibrate_data_robot(robot, 2, 8, calibration), SUCCESS);
+  EXPECT_EQ(shown(vision.triggerStr, vision.separator, vision.portOne, vision.cameraList.currentName, range.maxZ,
+                  targets.datumPointDeg, calibration.visionNum, calibration.calibration.point.at(0).robotPosDeg),
+            "GO , 5050 camera1 12.5 [1,2,3,4,5,180,0] 8 [4,5,6,90,0,0]");
+  EXPECT_NEAR(calibration.calibration.point.at(0).pixelPos.at(3), M_PI, 1e-9);
+
   std::vector<int> status;
   EXPECT_EQ(weld_set_feed_wire(robot, 1), SUCCESS);
   EXPECT_EQ(weld_set_enable(robot, 1), SUCCESS);

@@ -160,7 +160,10 @@ const auto lineRows = rows(
     LINE(Conveyor, ConveyorCheckPos, conveyor_check_pos, 3), LINE(Conveyor, ConveyorCheckEnd, conveyor_check_end, 3),
     LINE(Conveyor, ConveyorPos, conveyor_pos, 3, "P1"), INSERTED(Conveyor, conveyor_wait, own, 1, 2, "P1", "GI1"),
     QUEUED(Offset, ToolOffsetOn, TOFFSETON, offset), QUEUED(Offset, ToolOffsetOff, TOFFSETOFF, offset),
-    MISSPELT(inserted, job_insert_axis_motion_position, AxisMotionCommand(own, axis), 5, own, axis));
+    MISSPELT(inserted, job_insert_axis_motion_position, AxisMotionCommand(own, axis), 5, own, axis),
+    INSERTED(IMove, EImoveL, own, move), INSERTED(IMove, EImoveC, own, move), INSERTED(IMove, EImoveCA, own, move),
+    MISSPELT(inserted, job_insert_tasks, DualArmCommand(own, 2, std::vector<int>{1, 3}), 5, own, 2, {1, 3}),
+    MISSPELT(inserted, job_insert_wait_sync_task, DualArmCommand(own, 2, "GI1"), 5, own, 2, "GI1"));
 
 INSTANTIATE_TEST_SUITE_P(Program, Commands, ::testing::ValuesIn(commandRows));
 INSTANTIATE_TEST_SUITE_P(Program, Queries, ::testing::ValuesIn(queryRows));

@@ -11,6 +11,15 @@ void show(std::ostream& out, const ToolParam& p) {
                p.payloadMassCenter_Y, p.payloadMassCenter_Z);
 }
 
+void show(std::ostream& out, const LinkParam& p) { out << "(" << shown(p.d, p.a, p.theta) << ")"; }
+void show(std::ostream& out, const RobotDHParam& p) {
+  out << shown(p.link, p.linkLengths, p.coupleCoe.coupleCoe23, p.dynamicLimit.max, p.pitch, p.conversionRatioZ);
+}
+void show(std::ostream& out, const RobotJointParam& p) {
+  out << shown(p.reducRatio, p.encoderResolution, p.posSWLimit, p.negSWLimit, p.ratedRotSpeed, p.ratedDeRotSpeed,
+               p.maxRotSpeed, p.maxDeRotSpeed, p.maxAcc, p.maxDecel, p.direction, p.ratedVel, p.deRatedVel);
+}
+
 namespace {
 
 using Doubles = std::vector<double>;
@@ -189,6 +198,59 @@ const QueryRow queryRows[] = {
           Strategy::UserCoordParaReply, oldList, BOTH_FORMS_OF(get_user_coord_para, 2), nullptr,
           {{"{\"position\":" + ten + ",\"pos\":[9]}", "[1,2,3,4,5,6]"}, {R"({"pos":[1]})", "[1,0,0,0,0,0]"}},
           R"({"position":1})"),
+    query("get_dualarm_user_coord_number", Strategy::GetUserCoordNumber, R"({"dualArm":true,"robot":#})",
+          Strategy::UserCoordNumberReply, oldNumber, BOTH_FORMS(get_dualarm_user_coord_number),
+          DECODER(parse_get_user_coordNumber), {{R"({"user":2})", "2"}}, R"({"user":[2]})"),
+    query("get_dualarm_user_coord_para", Strategy::GetUserCoordPara,
+          R"({"dualArm":true,"inquire":"Calibration","require":"Calibration","robot":#,"user":2,"userNum":2})",
+          Strategy::UserCoordParaReply, std::tuple<Doubles, int, int>{{9}, 8, 7},
+          BOTH_FORMS_OF(get_dualarm_user_coord_para, 2), DECODER(parse_get_user_coordPara),
+          {{"{\"position\":" + ten + ",\"location_type\":1,\"mech_id\":2}", "[1,2,3,4,5,6] 1 2"},
+           {R"({"mech_id":3})", "[9] 8 3"}},
+          R"({"position":[1],"mech_id":"x"})"),
+    query(
+        "get_origin_coord_to_target_coord", Strategy::TransformCoord,
+        "{\"originCoord\":1," + sevenValues + ",\"robot\":#,\"targetCoord\":3}", Strategy::TransformCoordReply,
+        std::tuple<Doubles>{},
+        [](SOCKETFD fd, int number, Doubles& pos) {
+          return get_origin_coord_to_target_coord_robot(fd, number, 1, counted(8), 3, pos);
+        },
+        [](SOCKETFD fd, Doubles& pos) { return get_origin_coord_to_target_coord(fd, 1, counted(7), 3, pos); },
+        DECODER(parse_get_trans_coordPos), {{"{\"pos\":" + ten + "}", "[1,2,3,4,5,6,7]"}}, R"({"pos":{"a":1}})",
+        doublePresets(7)),
+    query("get_pos_reachable", Strategy::GetPosReachable, "{\"coord\":1," + sevenValues + ",\"robot\":#}",
+          Strategy::PosReachableReply, std::tuple<bool>{true}, BOTH_FORMS_OF(get_pos_reachable, 1, counted(8)),
+          DECODER(parse_get_pos_reachable),
+          {{R"({"reachable":false,"result":1})", "false"}, {R"({"result":0})", "false"}}, R"({"reachable":"far"})"),
+    query(
+        "get_robot_dh_param", Strategy::GetRobotDhParam, robotText, Strategy::RobotDhParamReply,
+        std::tuple<RobotDHParam>{}, BOTH_FORMS(get_robot_dh_param),
+        [](const std::string& text, RobotDHParam& param) { return parse_recv_DH_para(text, 1, param); },
+        {{R"({"Link":[{"d":1,"a":2,"theta":3},{"a":4}],"L1":5,"L3":6,"CoupleCoe":{"Couple_Coe_2_3":7},)"
+          R"("dynamicLimit":{"max":8},"pitch":9,"conversionRatio_Z":10})",
+          "[(1 2 3),(0 4 0)] [5,0,6] 7 8 9 10"}},
+        R"({"L1":1,"Link":[{"d":"1"}]})"),
+    query("get_robot_joint_param", Strategy::GetRobotJointParam, R"({"axis":4,"robot":#})",
+          Strategy::RobotJointParamReply, std::tuple<RobotJointParam>{}, BOTH_FORMS_OF(get_robot_joint_param, 4),
+          DECODER(parse_recv_joint_param),
+          {{R"({"Joint":{"ReducRatio":1,"EncoderResolution":2,"PosSWLimit":3,"NegSWLimit":4,"RatedRotSpeed":5,)"
+            R"("RatedDeRotSpeed":6,"MaxRotSpeed":7,"MaxDeRotSpeed":8,"MaxAcc":9,"MaxDecel":10,"Direction":-1,)"
+            R"("RatedVel":12,"DeRatedVel":13},"maxAcc":99})",
+            "1 2 3 4 5 6 7 8 9 10 -1 12 13"},
+           {R"({"reducRatio":1,"encoderResolution":2,"positiveLimit":3,"reverseLimit":4,"ratedRPM":5,)"
+            R"("ratedReverseRPM":6,"maxRPM":7,"maxReverseRPM":8,"maxAcc":9,"maxDec":10,"direction":-1,)"
+            R"("ratedSpeed":12,"ratedReverseSpeed":13})",
+            "1 2 3 4 5 6 7 8 9 10 -1 12 13"}},
+          R"({"Joint":{"ReducRatio":1,"Direction":[]}})"),
+    query("get_single_cycle", Strategy::GetSingleCycle, robotText, Strategy::SingleCycleReply, oldList,
+          BOTH_FORMS(get_single_cycle), DECODER(parse_get_single_cycle), {{R"({"value":[1.5,2]})", "[1.5,2]"}},
+          R"({"value":"1"})"),
+    query("get_four_point", Strategy::GetFourPoint, robotText, Strategy::FourPointReply, oldList,
+          BOTH_FORMS(get_four_point), DECODER(parse_receive4_point_result),
+          {{R"({"result":4,"status":[1,0],"dtheta":[3.5],"length":2})", "[1,0,2,3.5,4]"}}, R"({"status":["marked"]})"),
+    query("four_point_calculation", Strategy::CalculateFourPoint, robotText, Strategy::CalculateFourPointReply, oldList,
+          BOTH_FORMS(four_point_calculation), DECODER(parse_get_four_point_mark_result),
+          {{R"({"status":9,"dtheta":[3.5],"length":[2],"result":1})", "[1,2,3.5]"}}, R"({"result":{}})"),
 };
 
 INSTANTIATE_TEST_SUITE_P(Robot, Queries, ::testing::ValuesIn(queryRows));

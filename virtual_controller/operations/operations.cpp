@@ -42,11 +42,14 @@ Operations allOperations() {
   addServoAndState(operations);
   addMotion(operations);
   addPositions(operations);
+  addRobotParameters(operations);
   addVariables(operations);
   addToolsAndCoordinates(operations);
+  addDualArmCoordinates(operations);
   addIo(operations);
   addRemoteControl(operations);
   addWelding(operations);
+  addVision(operations);
   addJobs(operations);
   addQueueMotion(operations);
   return operations;

@@ -57,11 +57,14 @@ typename Map::mapped_type& entry(Map& map, const typename Map::key_type& key) {
 void addServoAndState(Operations& operations);
 void addMotion(Operations& operations);
 void addPositions(Operations& operations);
+void addRobotParameters(Operations& operations);
 void addVariables(Operations& operations);
 void addToolsAndCoordinates(Operations& operations);
+void addDualArmCoordinates(Operations& operations);  ///< after those, whose codes they share
 void addIo(Operations& operations);
 void addRemoteControl(Operations& operations);
 void addWelding(Operations& operations);
+void addVision(Operations& operations);
 void addJobs(Operations& operations);
 void addQueueMotion(Operations& operations);
 

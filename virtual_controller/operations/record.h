@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <variant>
 #include <vector>
 
@@ -11,7 +12,8 @@ namespace virtual_controller {
 template <class Record>
 struct Field {
   Keys keys;
-  std::variant<bool Record::*, int Record::*, double Record::*> member;
+  std::variant<bool Record::*, int Record::*, double Record::*, std::string Record::*, std::vector<double> Record::*>
+      member;
 };
 
 template <class Record>
@@ -20,6 +22,8 @@ using Fields = std::vector<Field<Record>>;
 inline void read(bool& output, const Json& object, const Keys& keys) { output = flag(object, keys); }
 inline void read(int& output, const Json& object, const Keys& keys) { output = integer(object, keys); }
 inline void read(double& output, const Json& object, const Keys& keys) { output = number(object, keys); }
+inline void read(std::string& output, const Json& object, const Keys& keys) { output = name(object, keys); }
+inline void read(std::vector<double>& output, const Json& object, const Keys& keys) { output = numbers(object, keys); }
 
 /// The record that an object of a request holds; what the object leaves out keeps its first value.
 template <class Record>

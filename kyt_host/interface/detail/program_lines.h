@@ -29,9 +29,9 @@ inline Line move(CmdType type, const MoveCmd& cmd, int para = 0) {
   return std::make_unique<MoveCommand>(type, cmd, para);
 }
 
-inline Line incrementalMove(const MoveCmd& cmd) {
+inline Line incrementalMove(CmdType type, const MoveCmd& cmd) {
   if (cmd.targetPosValue.size() < IMoveCommand::targetValues) return nullptr;
-  return std::make_unique<IMoveCommand>(CmdType::IMove, cmd);
+  return std::make_unique<IMoveCommand>(type, cmd);
 }
 
 /// The line goes by the name of its position: it has no values of its own.
@@ -112,6 +112,12 @@ inline Line conveyorClear(int conveyorId, int removeType) {
 template <class Move>
 Line axisMotion(CmdType type, Move move) {
   return std::make_unique<AxisMotionCommand>(type, std::move(move));
+}
+
+/// @param partners  the robots, or the variable whose signal is awaited
+template <class Partners>
+Line inStep(CmdType type, int craftId, Partners partners) {
+  return std::make_unique<DualArmCommand>(type, craftId, std::move(partners));
 }
 
 }  // namespace lines
