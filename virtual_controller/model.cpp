@@ -8,7 +8,11 @@
 namespace virtual_controller {
 
 Model::Model(const Settings& settings, EventLoop& loop, DataFolder& data, Push push)
-    : clock_(loop, settings.timeScale), servoDelay_(settings.servoDelay), push_(std::move(push)), jobs_(data) {
+    : clock_(loop, settings.timeScale),
+      servoDelay_(settings.servoDelay),
+      lenient_(settings.lenient),
+      push_(std::move(push)),
+      jobs_(data) {
   for (int number = 1; number <= settings.robots; ++number) {
     RobotState state;
     state.remote = RemoteMode(settings.remotePrograms);
@@ -36,13 +40,19 @@ Robot& Model::robot(const Json& request) {
   try {
     return robot(number);
   } catch (const std::out_of_range& error) {
-    throw Refusal(error.what());
+    throw Refusal(SystemCode::UnknownRobot, error.what());
   }
 }
 
 Pose Model::flangePose(const Robot& robot) const { return toPose(flangeNow(robot.state)); }
 
 Pose Model::toolPose(const Robot& robot) const { return toPose(toolNow(robot.state)); }
+
+void Model::clientGone(std::size_t client) {
+  for (auto& robot : robots_) {
+    if (robot.jogger == client) mover_.stopJogging(robot);
+  }
+}
 
 void Model::edit(int number, const std::function<void(RobotState&)>& change) {
   auto& edited = robot(number);
@@ -63,6 +73,18 @@ void Model::moveServo(Robot& robot, int target) {
   });
 }
 
+void Model::setPower(Robot& robot, bool on) {
+  robot.state.deadman = on;
+  moveServo(robot, on ? servoRunning : servoReady);
+}
+
+std::optional<Refusal> Model::whatKeepsOff(const Robot& robot) const {
+  const auto name = "robot " + std::to_string(robot.number);
+  if (robot.state.servoState == servoError)
+    return Refusal(SystemCode::WrongState, name + " has an error: clear it first");
+  return std::nullopt;
+}
+
 void Model::raiseError(Robot& robot, int code, const std::string& text) {
   runner(robot).stop();
   ++robot.servoChanges;
@@ -70,6 +92,8 @@ void Model::raiseError(Robot& robot, int code, const std::string& text) {
   robot.state.deadman = false;
   robot.state.runningState = 0;
   robot.state.error = ActiveError{code, text};
+  robot.state.welder.putOut();
+  robot.state.welder.keepTime(clock_.now().count());
   reportError(robot, code, text);
 }
 

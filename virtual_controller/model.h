@@ -1,7 +1,10 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "virtual_controller/event_loop.h"
@@ -35,6 +38,21 @@ class Model {
   /// Who carries out the robot's programs.
   Runner& runner(const Robot& robot) { return runners_.at(static_cast<std::size_t>(robot.number - 1)); }
 
+  // ---- the request that is carried out
+
+  void beginRequest(std::size_t client) {
+    client_ = client;
+    remarks_.clear();
+  }
+  std::size_t client() const { return client_; }
+  /// A warning that the client gets beside its reply.
+  void remark(SystemCode code, std::string text) { remarks_.push_back({code, std::move(text)}); }
+  const std::vector<Remark>& remarks() const { return remarks_; }
+  /// An arm that the client was jogging stops.
+  void clientGone(std::size_t client);
+  /// A program line as this controller reads it.
+  Line lineFrom(const Json& json) const { return virtual_controller::lineFrom(json, lenient_); }
+
   // Robots are handed out with their state as it is now; it stays so while the lock is held.
   std::vector<Robot>& robots();
   /// Throws std::out_of_range for a robot that does not exist.
@@ -50,6 +68,11 @@ class Model {
   void edit(int number, const std::function<void(RobotState&)>& change);
   /// The robot reaches the servo state after Settings::servoDelay, unless something else happens to it before.
   void moveServo(Robot& robot, int target);
+  /// What the enabling switch does, be it a client's or a wired one.
+  void setPower(Robot& robot, bool on);
+  /// Why the robot's power cannot go on.
+  std::optional<Refusal> whatKeepsOff(const Robot& robot) const;
+  // Codes are those of the frames: a SystemCode's, or one that a user has chosen.
   void raiseError(Robot& robot, int code, const std::string& text);
   void raiseWarning(const Robot& robot, int code, const std::string& text);
   /// Tells all clients of what could not be done; the robot has no error then.
@@ -73,7 +96,10 @@ class Model {
   ControllerClock clock_;
   Mover mover_{clock_};
   const ControllerClock::Seconds servoDelay_;
+  const bool lenient_;
   Push push_;
+  std::size_t client_ = 0;  ///< whose request is carried out
+  std::vector<Remark> remarks_;
   IoWatch ioWatch_{*this};
   JobStore jobs_;
   std::vector<Robot> robots_;    ///< never resized: transitions and motions under way refer to them

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <optional>
 
@@ -27,8 +28,9 @@ struct Robot {
   RobotState state;
   unsigned servoChanges = 0;  ///< tells a servo transition that has been overtaken from the latest
   std::optional<Motion> motion{};
-  unsigned motions = 0;  ///< tells the end of a motion that has been overtaken from the latest
-  int stateAtRest = 0;   ///< RobotState::runningState while no motion is under way: a program's
+  unsigned motions = 0;    ///< tells the end of a motion that has been overtaken from the latest
+  std::size_t jogger = 0;  ///< the client that jogs it
+  int stateAtRest = 0;     ///< RobotState::runningState while no motion is under way: a program's
 };
 
 }  // namespace virtual_controller

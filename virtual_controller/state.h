@@ -31,6 +31,7 @@ struct Settings {
   /// states and the faults of the line keep to our time.
   double timeScale = 1;
   std::chrono::milliseconds statePeriod{0};  ///< the robots' states are pushed this often to every client; 0: never
+  bool lenient = false;                      ///< blocks of if, while and until lines are run once, not refused
   bool verbose = false;                      ///< one line on standard output for each request, reply and event
 };
 

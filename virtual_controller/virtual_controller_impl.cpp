@@ -1,5 +1,6 @@
 #include "virtual_controller/virtual_controller_impl.h"
 
+#include <cstdint>
 #include <exception>
 #include <iostream>
 #include <stdexcept>
@@ -11,8 +12,6 @@
 
 namespace virtual_controller {
 namespace {
-
-constexpr int refusedCode = 1;  // the error number of a refused request
 
 std::string frameOf(Strategy code, const std::string& text) {
   if (text.size() >= frameMaxPayload) throw std::length_error("the text does not fit one frame");
@@ -133,22 +132,55 @@ void VirtualController::Impl::frameReceived(Session& session, Strategy code, con
     if (const auto reaction = script.next(code)) {
       if (*reaction) reply(session, (*reaction)->code, name, (*reaction)->text);
     } else if (known == nullptr) {
-      ++rejected.unknown;
+      throw Refusal(SystemCode::UnknownRequest, "there is no such request");
     } else if (fileServer_.serves(session.number())) {
       for (const auto& answer : fileServer_.perform(session.number(), code, text))
         reply(session, answer.code, name, answer.text);
     } else {
       perform(session, operations_.at(code), text);
     }
+  } catch (const Refusal& refusal) {
+    refuse(session, refusal, known != nullptr ? name : hexText(code), text);
   } catch (const std::exception& exception) {
-    ++rejected.malformed;
-    trace(session, exception.what());
+    refuse(session, Refusal(SystemCode::CannotBeDone, exception.what()), name, text);
   }
+}
+
+/// The client is told in words what has become of its request, and the counters which kind of fault it was.
+void VirtualController::Impl::refuse(Session& session, const Refusal& refusal, const std::string& name,
+                                     const std::string& request) {
+  switch (refusal.code()) {
+    case SystemCode::NotJson:
+      ++rejected.notJson;
+      break;
+    case SystemCode::UnknownRequest:
+      ++rejected.unknown;
+      break;
+    case SystemCode::MissingKey:
+    case SystemCode::WrongType:
+      ++rejected.malformed;
+      break;
+    default:
+      ++rejected.refused;
+  }
+  tell(session, refusal.code(), name, request, refusal.what());
+}
+
+void VirtualController::Impl::tell(Session& session, SystemCode code, const std::string& name,
+                                   const std::string& request, const std::string& words) {
+  const auto kind = isWarning(code) ? Strategy::WarningMessage : Strategy::ErrorMessage;
+  const auto json = Json::parse(request, nullptr, false);
+  const auto robot = json.is_object() ? json.find("robot") : json.end();
+  const auto named = robot != json.end() && robot->is_number_unsigned() && robot->get<std::uint64_t>() < 100;
+  const auto number = named ? robot->get<int>() : model.controller.currentRobot;
+  reply(session, kind, name,
+        dumped(Model::systemMessage(kind, number, static_cast<int>(code), printable(name + ": " + words))));
 }
 
 void VirtualController::Impl::frameDamaged(Session& session) {
   ++rejected.damaged;
   trace(session, "damaged frame");
+  tell(session, SystemCode::DamagedFrame, "no request", {}, meaningOf(SystemCode::DamagedFrame));
 }
 
 void VirtualController::Impl::streamLost(Session& session) {
@@ -160,6 +192,7 @@ void VirtualController::Impl::sessionEnded(Session& session) {
   trace(session, "closed");
   sessions_.erase(session.number());
   fileServer_.close(session.number());
+  model.clientGone(session.number());
   loop.changed();
 }
 
@@ -170,21 +203,11 @@ const std::string* VirtualController::Impl::nameOf(const Session& session, Strat
 }
 
 void VirtualController::Impl::perform(Session& session, const Operation& operation, const std::string& text) {
-  const auto request = parsed(text);
-  if (request.is_null()) {
-    ++rejected.notJson;
-    return trace(session, "no JSON object");
-  }
-  try {
-    const auto answer = operation.perform(model, request);
-    if (answer) reply(session, answer->code, operation.name, dumped(answer->message));
-    model.actOnChanges();
-  } catch (const Refusal& refusal) {
-    ++rejected.refused;
-    const auto robot = request.contains("robot") ? integer(request, {"robot"}) : model.controller.currentRobot;
-    const auto message = Model::systemMessage(Strategy::ErrorMessage, robot, refusedCode, refusal.what());
-    reply(session, Strategy::ErrorMessage, operation.name, dumped(message));
-  }
+  model.beginRequest(session.number());
+  const auto answer = operation.perform(model, parsed(text));
+  if (answer) reply(session, answer->code, operation.name, dumped(answer->message));
+  for (const auto& [code, words] : model.remarks()) tell(session, code, operation.name, text, words);
+  model.actOnChanges();
 }
 
 void VirtualController::Impl::reply(Session& session, Strategy code, const std::string& operation,

@@ -85,6 +85,10 @@ class __attribute__((visibility("hidden"))) VirtualController::Impl final : publ
   void perform(Session& session, const Operation& operation, const std::string& text);
 
   // ---- what they get
+  void refuse(Session& session, const Refusal& refusal, const std::string& name, const std::string& request);
+  /// An error or warning frame about a request, to the client that sent it.
+  void tell(Session& session, SystemCode code, const std::string& name, const std::string& request,
+            const std::string& words);
   void reply(Session& session, Strategy code, const std::string& operation, const std::string& text);
   /// Every frame leaves through here, where the faults are.
   void send(Session& session, std::string frame);

@@ -61,10 +61,20 @@ struct Welder {
   bool feeding = false;
   bool rewinding = false;
   bool gas = false;
+  bool lit = false;      ///< by an arc on line, until arc off or the program's end
+  bool weaving = false;  ///< likewise
+  bool paused = false;   ///< the program is: without the arc
   Stopwatch enabledTime;
   Stopwatch arcTime;
 
-  bool arcBurns() const { return enabled && spot; }
+  bool arcBurns() const { return enabled && (spot || (lit && !paused)); }
+  /// To be called after each change of what burns and what is enabled.
+  void keepTime(double now) {
+    enabledTime.run(enabled, now);
+    arcTime.run(arcBurns(), now);
+  }
+  /// As an error does: the arc goes out and the wire stops, until told otherwise.
+  void putOut() { lit = weaving = spot = feeding = rewinding = false; }
 };
 
 }  // namespace virtual_controller

@@ -57,6 +57,12 @@ class Robot(unittest.TestCase):
         functions = [each for header in HEADERS for each in header.functions if LENGTH.search(each.doc)]
         self.assertGreater(len(functions), 8)
         kinds = {"SOCKETFD": lambda: self.robot, "int": lambda: 1, "double&": kyt.DoubleRef}
+        for set_it, key in [  # what has never been set is refused
+            (kyt.set_global_position, "GP0001"),
+            (kyt.set_global_sync_position, "GP0001"),
+            (kyt.set_user_coordinate_data, 1),
+        ]:
+            self.assertEqual(set_it(self.robot, key, [0] * 14), 0)
         for function in functions:
             arguments = {
                 parameter.name: [] if "vector" in parameter.type else kinds.get(parameter.type, lambda: "GP0001")()

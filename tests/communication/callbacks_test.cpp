@@ -106,6 +106,7 @@ TEST_F(Callbacks, ThatAreToldTheHandleHearTheirConnectionAlone) {
 TEST_F(Callbacks, MayCallAnyOperation) {
   expectRejected.unknown = 1;
   MessageCallback::action = [this](int, const char*, int code) {
+    if (code != 77) return;  // what the unknown request below is answered with
     EXPECT_EQ(get_connection_status(robot), SUCCESS);
     EXPECT_EQ(speedOf(robot), 50);
     EXPECT_EQ(clear_error(robot), SUCCESS);

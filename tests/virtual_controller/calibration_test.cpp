@@ -44,19 +44,34 @@ TEST_F(CalibrationTest, AUserFrameGoesThroughItsThreePoints) {
 
 // The wrist's centre stands still while axes 4 to 6 turn: it is where a tool is that reaches back to it.
 TEST_F(CalibrationTest, TheToolCentrePointIsWhatStandsStill) {
-  expectRejected.refused = 5;
-  const std::vector<std::array<double, 3>> wrists{{0, 0, 0}, {30, 20, 10}, {1, 0, 1}, {-40, -30, 60}};
-  for (std::size_t i = 0; i < wrists.size(); ++i) {  // the third pose is too much like the first
-    EXPECT_FALSE(takes(Strategy::CalculateToolHand7, R"({"calibrationPointNum":7,"toolNum":3})"));
-    place({1, 2, 3, 10, 20, 30}, {10, 20, -30, wrists[i][0], wrists[i][1], wrists[i][2]});
-    const auto point = "{\"toolNum\":3,\"pointNum\":" + std::to_string(i) + "}";
-    EXPECT_TRUE(takes(Strategy::RecordToolHand7Point, point) && takes(Strategy::RecordToolHand2Or20Point, point));
-  }
-  EXPECT_FALSE(takes(Strategy::CalculateToolHand7, R"({"calibrationPointNum":3,"toolNum":3})"));
-  EXPECT_TRUE(takes(Strategy::CalculateToolHand7, R"({"calibrationPointNum":4,"toolNum":3})"));
+  expectRejected.refused = 7;
+  const Pose before{1, 2, 3, 10, 20, 30};
+  const auto recordAll = [&](Strategy record, const std::vector<std::array<double, 3>>& wrists, double joint1 = 10) {
+    for (std::size_t i = 0; i < wrists.size(); ++i) {
+      place(before, {joint1, 20, -30, wrists[i][0], wrists[i][1], wrists[i][2]});
+      EXPECT_TRUE(takes(record, "{\"toolNum\":3,\"pointNum\":" + std::to_string(i) + "}"));
+    }
+  };
+  const auto seven = [](int points) { return R"({"toolNum":3,"calibrationPointNum":)" + std::to_string(points) + "}"; };
+  const auto calculates = [&](int points) { return takes(Strategy::CalculateToolHand7, seven(points)); };
   const Pose expected{0, 0, -arm::table.back().d, 10, 20, 30};
+  EXPECT_FALSE(calculates(3));  // no point
+  recordAll(Strategy::RecordToolHand7Point, {{0, 0, 0}, {30, 20, 10}, {1, 0, 1}, {-40, -30, 60}});
+  for (const int points : {1, 3, 7})
+    EXPECT_FALSE(calculates(points)) << points;  // too few, too much alike, not all there
+  EXPECT_TRUE(calculates(4));
   expectNear(controller.robot(1).tools[3].pose, expected);
-  place({1, 2, 3, 10, 20, 30}, {});
+  recordAll(Strategy::RecordToolHand7Point, {{5, 0, 0}}, 11);
+  EXPECT_FALSE(calculates(4));  // the wrist was 11 mm away when the first point was recorded
+  recordAll(Strategy::RecordToolHand2Or20Point, std::vector<std::array<double, 3>>(2));
+  EXPECT_FALSE(takes(Strategy::CalculateToolHand2Or20, R"({"calNum":2,"noCalZero":true})"));  // alike
+  recordAll(Strategy::RecordToolHand2Or20Point, {{0, 30, 10}, {0, 30, 90}});
+  EXPECT_FALSE(takes(Strategy::CalculateToolHand2Or20, R"({"calNum":20,"noCalZero":true})"));
+  EXPECT_TRUE(takes(Strategy::CalculateToolHand2Or20, R"({"calNum":2,"noCalZero":true})"));
+  expectNear(controller.robot(1).tools[3].pose, {0, 0, 3, 10, 20, 30});  // turned about the flange's z axis
+  std::vector<std::array<double, 3>> twenty;
+  for (int i = 0; i < 20; ++i) twenty.push_back({i * 8.0, i * 3.0, i * -5.0});
+  recordAll(Strategy::RecordToolHand2Or20Point, twenty);
   EXPECT_TRUE(takes(Strategy::CalculateToolHand2Or20, R"({"calNum":20,"noCalZero":true})"));
   expectNear(controller.robot(1).tools[3].pose, expected);
 }

@@ -48,7 +48,7 @@ class Programs : public ConnectedTest {
 TEST_F(Programs, AJobIsEditedRunPausedSteppedAndStopped) {
   job_create(robot, "A");
   job_insert_moveJ(robot, 1, to(90, 1));
-  job_insert_timer_command(robot, 9, 0.5);  // at the end
+  job_insert_timer_command(robot, 2, 0.5);
   job_insert_moveL(robot, 1, to(10));
   job_insert_imove(robot, 4, to(5));
   job_delete_command_by_line(robot, 1);

@@ -324,9 +324,10 @@ TEST(VirtualControllerFiles, LeftOverUploadsGoAndThoseOfAnotherControllerStay) {
 
 // ---- clients that misbehave
 
-TEST_F(VirtualControllerTest, WhatCannotBeAnsweredIsCountedAndNothingElse) {
+TEST_F(VirtualControllerTest, WhatCannotBeDoneIsCountedAndAnsweredEachTime) {
   EXPECT_EQ(client.ask(Strategy::GetSpeed, R"({"robot":5})"),
-            (Frame{Strategy::ErrorMessage, R"({"code":1,"data":"there is no robot 5","kind":2,"robot":5})", true}));
+            (Frame{Strategy::ErrorMessage, R"({"code":7,"data":"get_speed: there is no robot 5","kind":2,"robot":5})",
+                   true}));
   for (const auto* text : {"", "[", "[1]", "\"null\"", "{\"robot\":1", "\xFF"}) {
     client.sendRaw(*text ? assemblySendMessage(Strategy::GetSpeed, text) : std::string("Nf\0\0\x26\x02....", 10));
   }
@@ -338,13 +339,15 @@ TEST_F(VirtualControllerTest, WhatCannotBeAnsweredIsCountedAndNothingElse) {
   auto damaged = assemblySendMessage(Strategy::GetSpeed, askSpeed);
   damaged[8] = 'x';
   client.sendRaw(damaged);
+  for (int errors = 6 + 5; errors > 0; --errors) EXPECT_EQ(client.receive()->code, Strategy::ErrorMessage);
+  EXPECT_EQ(client.receive()->code, Strategy::WarningMessage);
   EXPECT_EQ(client.ask(Strategy::GetSpeed, askSpeed), speedReply);
 
   client.sendRaw("GET / HTTP/1.1\r\n\r\n");
   EXPECT_EQ(client.receiveSome(), "");
-  expectRejected.refused = 1;
+  expectRejected.refused = 3;
   expectRejected.notJson = 6;
-  expectRejected.malformed = 5;
+  expectRejected.malformed = 3;
   expectRejected.damaged = 1;
   expectRejected.notFrames = 1;
 }

@@ -5,10 +5,9 @@
 namespace virtual_controller {
 namespace {
 
-// what the errors and warnings go by
-constexpr int quickStopCode = 1002;
-constexpr int inputAlarmCode = 2000;   // and the number of the port
-constexpr int outputAlarmCode = 3000;  // and the number of the port
+constexpr int quickStopCode = static_cast<int>(SystemCode::QuickStop);
+constexpr int inputAlarmCode = static_cast<int>(SystemCode::InputAlarm);    // and the number of the port
+constexpr int outputAlarmCode = static_cast<int>(SystemCode::OutputAlarm);  // likewise
 
 constexpr int errorAlarm = 2;
 
@@ -50,6 +49,7 @@ void IoWatch::act(const Seen& before, const Seen& now) {
     if (error && !errorBefore) model_.applyIoReset(robot, ErrorIsRaised);
     if (mode == modeBefore) continue;
     model_.applyIoReset(robot, ModeChanges);
+    if (mode == remoteMode) model_.mover().stopJogging(robot);
     if (mode == remoteMode) robot.state.speed = robot.state.remote.parameters.defaultSpeed;
   }
 }

@@ -9,19 +9,21 @@
 
 namespace virtual_controller {
 
+constexpr auto bad = SystemCode::BadCalibration;
+
 Pose frameThrough(const FramePoints& points) {
   constexpr double closest = 1;  // mm
   const auto at = [&](FramePoint which) {
     const auto& point = points[which];
-    if (!point) throw Refusal("the calibration needs an origin, a point on X and a point towards Y");
+    if (!point) throw Refusal(bad, "the calibration needs an origin, a point on X and a point towards Y");
     return Eigen::Vector3d(point->data());
   };
   const Eigen::Vector3d origin = at(FrameOrigin);
   const Eigen::Vector3d alongX = at(FrameX) - origin;
   const Eigen::Vector3d x = alongX.normalized();
   const Eigen::Vector3d alongZ = x.cross(at(FrameY) - origin);  // as long as Y is far from the x axis
-  if (!(alongX.norm() >= closest)) throw Refusal("origin and X are too close together");
-  if (!(alongZ.norm() >= closest)) throw Refusal("Y is too close to the line through origin and X");
+  if (!(alongX.norm() >= closest)) throw Refusal(bad, "origin and X are too close together");
+  if (!(alongZ.norm() >= closest)) throw Refusal(bad, "Y is too close to the line through origin and X");
 
   const Eigen::Vector3d z = alongZ.normalized();
   Eigen::Isometry3d frame = Eigen::Isometry3d::Identity();
@@ -32,10 +34,10 @@ Pose frameThrough(const FramePoints& points) {
 
 // For each pose, rotation * tip + position is the one place; taking the mean of all poses from each leaves the tip as
 // the only unknown.
-Point tipHeldStill(const std::vector<Pose>& flanges) {
-  constexpr std::size_t fewest = 3;       // two poses leave open where along their common axis the tip lies
+Point tipHeldStill(const std::vector<Pose>& flanges, const Point& present) {
   constexpr double leastRotation = 0.05;  // rad, roughly, about any axis
-  if (flanges.size() < fewest) throw Refusal("the calibration needs 3 points");
+  constexpr double farthest = 2;          // mm, from the one place
+  if (flanges.size() < 2) throw Refusal(bad, "the calibration needs 2 points");
 
   const auto count = static_cast<Eigen::Index>(flanges.size());
   Eigen::Matrix<double, Eigen::Dynamic, 3> rotations(3 * count, 3);
@@ -48,11 +50,19 @@ Point tipHeldStill(const std::vector<Pose>& flanges) {
     meanRotation += flange.linear() / static_cast<double>(count);
   }
   const Eigen::Matrix3Xd offsets = positions.rowwise().mean().replicate(1, count) - positions;
-  const Eigen::JacobiSVD<Eigen::MatrixXd> system(rotations - meanRotation.replicate(count, 1),
-                                                 Eigen::ComputeThinU | Eigen::ComputeThinV);
-  if (!(system.singularValues()(2) >= leastRotation)) throw Refusal("the poses of the points are too much alike");
+  const Eigen::MatrixXd turns = rotations - meanRotation.replicate(count, 1);
+  Eigen::JacobiSVD<Eigen::MatrixXd> system(turns, Eigen::ComputeThinU | Eigen::ComputeThinV);
+  const auto told = count == 2 ? 2 : 3;  // directions
+  if (!(system.singularValues()(told - 1) >= leastRotation))
+    throw Refusal(bad, "the poses of the points are too much alike");
+  system.setThreshold(leastRotation / 2 / system.singularValues()(0));
 
-  const Eigen::Vector3d tip = system.solve(offsets.reshaped());
+  const Eigen::Vector3d before(present.data());
+  const Eigen::Vector3d tip = before + system.solve(offsets.reshaped() - turns * before);
+  const Eigen::Matrix3Xd misses = (turns * tip - offsets.reshaped()).reshaped(3, count);
+  if (const auto miss = misses.colwise().norm().maxCoeff(); miss > farthest) {
+    throw Refusal(bad, "the tip was not held still: it is up to " + std::to_string(miss) + " mm off");
+  }
   return {tip.x(), tip.y(), tip.z()};
 }
 

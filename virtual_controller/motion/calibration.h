@@ -11,7 +11,9 @@ namespace virtual_controller {
 Pose frameThrough(const FramePoints& points);
 
 /// The tool centre point, as seen from the flange, of a tool whose tip was held at one place while the flange took
-/// these poses: the least squares over them. Throws Refusal when they are too few or too much alike to tell.
-Point tipHeldStill(const std::vector<Pose>& flanges);
+/// these poses: the least squares over them. Two poses leave open where along their common axis the tip lies: there it
+/// stays where `present` has it. Throws Refusal when they are too few or too much alike to tell, and when the tip was
+/// not held still to 2 mm.
+Point tipHeldStill(const std::vector<Pose>& flanges, const Point& present);
 
 }  // namespace virtual_controller

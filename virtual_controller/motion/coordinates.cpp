@@ -26,7 +26,9 @@ Eigen::Isometry3d toolNow(const RobotState& state) { return flangeNow(state) * t
 Eigen::Isometry3d frameOf(const RobotState& state, int coord) {
   if (coord == baseCoord || coord == worldCoord) return Eigen::Isometry3d::Identity();
   if (coord == toolCoord) return toolNow(state);
-  if (coord != userCoord) throw Refusal("there is no coordinate system " + std::to_string(coord));
+  if (coord != userCoord) {
+    throw Refusal(SystemCode::OutOfRange, "there is no coordinate system " + std::to_string(coord));
+  }
   const auto frame = state.userFrames.find(state.userNumber);
   return toTransform(frame == state.userFrames.end() ? Pose{} : frame->second);
 }

@@ -148,7 +148,9 @@ void Mover::moveLinear(Robot& robot, const Target& target, const MoveRates& rate
 void Mover::jog(Robot& robot, int axis, bool forward) {
   const auto& state = robot.state;
   checkPower(state);
-  if (axis < 1 || axis > 12 || axis == 7) throw Refusal("there is no axis " + std::to_string(axis));
+  if (axis < 1 || axis > 12 || axis == 7) {
+    throw Refusal(SystemCode::OutOfRange, "there is no axis " + std::to_string(axis));
+  }
   const auto index = static_cast<std::size_t>(axis - 1);
   const auto percent = std::min(state.speed, 100);
   MoveRates rates{jogShare * percent / 100, 100, 100};

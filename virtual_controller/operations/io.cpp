@@ -100,10 +100,9 @@ void setAlarms(std::vector<AlarmText>& alarms, const Json& request) {
   std::vector<AlarmText> wanted;
   if (find(request, {"msg"})) {
     for (const auto& message : array(request, {"msg"})) {
-      const auto& text = message.get_ref<const std::string&>();
+      const auto text = toText(message, "msg", longest);
       const auto i = wanted.size();
-      if (i == digitalPorts) throw Refusal("there are more alarm texts than ports");
-      if (text.size() > longest) throw Refusal("an alarm text is longer than 256 bytes");
+      if (i == digitalPorts) throw Refusal(SystemCode::OutOfRange, "there are more alarm texts than ports");
       wanted.push_back({entryOrZero(types, i), entryOrZero(levels, i), entryOrZero(enable, i), text});
     }
   }

@@ -17,7 +17,7 @@ std::string jobName(const Json& request) { return name(request, nameKeys); }
 /// The job that the request names, or the open one if it names none.
 std::string jobName(const Json& request, const Model::Robot& robot) {
   const auto job = find(request, nameKeys) ? jobName(request) : robot.state.openJob;
-  if (job.empty()) throw Refusal("no job is open");
+  if (job.empty()) throw Refusal(SystemCode::WrongState, "no job is open");
   return job;
 }
 
@@ -26,7 +26,8 @@ std::string jobName(const Json& request, const Model::Robot& robot) {
 void create(Model& model, const Json& request) {
   auto& robot = model.robot(request);
   const auto job = jobName(request);
-  if (model.jobs().exists(robot.number, job)) throw Refusal("there is a job " + job + " already");
+  if (model.jobs().exists(robot.number, job))
+    throw Refusal(SystemCode::ThereAlready, "there is a job " + job + " already");
   model.jobs().create(robot.number, job);
   robot.state.openJob = job;
 }
@@ -38,10 +39,11 @@ void createFile(Model& model, const Json& request) {
   if (!model.jobs().exists(robot.number, job)) model.jobs().create(robot.number, job);
 }
 
-/// What runs, runs on.
 void remove(Model& model, const Json& request) {
   auto& robot = model.robot(request);
   const auto job = jobName(request);
+  if (model.runner(robot).uses(job))
+    throw Refusal(SystemCode::ProgramRuns, "job " + job + " is under way: stop it first");
   model.jobs().remove(robot.number, job);
   if (robot.state.openJob == job) robot.state.openJob.clear();
 }
@@ -49,7 +51,7 @@ void remove(Model& model, const Json& request) {
 void open(Model& model, const Json& request) {
   auto& robot = model.robot(request);
   const auto job = jobName(request);
-  if (!model.jobs().exists(robot.number, job)) throw Refusal("there is no job " + job);
+  if (!model.jobs().exists(robot.number, job)) throw Refusal(SystemCode::NotThere, "there is no job " + job);
   robot.state.openJob = job;
 }
 
@@ -64,7 +66,7 @@ OptionalReply getOpenJob(Model& model, const Json& request) {
 // ---- the lines and positions of the open job
 
 const std::string& openJob(const Model::Robot& robot) {
-  if (robot.state.openJob.empty()) throw Refusal("no job is open");
+  if (robot.state.openJob.empty()) throw Refusal(SystemCode::WrongState, "no job is open");
   return robot.state.openJob;
 }
 
@@ -74,14 +76,21 @@ std::size_t lineIndex(const Json& request, const Keys& keys, const Job& job) {
   return static_cast<std::size_t>(numberOf("line", request, keys, 1, static_cast<int>(job.lines.size())) - 1);
 }
 
+/// What the line, or the change of the job, does not do.
+void remarkOn(Model& model, const Model::Robot& robot, const Line& line) {
+  if (const auto remark = remarkOn(line)) model.remark(remark->code, remark->text);
+  if (model.runner(robot).uses(openJob(robot))) {
+    model.remark(SystemCode::TakesEffectLater, "job " + openJob(robot) + " is under way: it goes on as it was");
+  }
+}
+
 void insertLine(Model& model, const Json& request) {
   const auto& robot = model.robot(request);
   const auto& line = object(request, {"cmd"});
-  lineFrom(line);  // throws when it is none
+  remarkOn(model, robot, model.lineFrom(line));
   auto job = readOpenJob(model, robot);
   const auto end = static_cast<int>(job.lines.size()) + 1;
-  const auto place = std::min(end, integer(request, {"pos"}));
-  if (place < 1) throw Refusal("lines are counted from 1");
+  const auto place = numberOf("place for a line", request, {"pos"}, 1, end);
   job.lines.insert(job.lines.begin() + place - 1, lineText(line));
   model.jobs().write(robot.number, openJob(robot), job);
 }
@@ -117,11 +126,13 @@ void storePosition(Model& model, const Json& request, bool isNew) {
   const auto key = name(position, {"key"});
   const auto given = numbers(position, {"data"});
   PositionValues values{};
-  if (key.empty()) throw Refusal("a position has a name");
-  if (given.size() < 7 || given.size() > values.size()) throw Refusal("a position has 7 to 21 values");
+  if (key.empty()) throw Refusal(SystemCode::OutOfRange, "a position has a name");
+  if (given.size() < 7 || given.size() > values.size()) {
+    throw Refusal(SystemCode::OutOfRange, "a position has 7 to 21 values");
+  }
   std::copy(given.begin(), given.end(), values.begin());
   auto job = readOpenJob(model, robot);
-  if (!isNew && job.positions.count(key) == 0) throw Refusal("there is no position " + key);
+  if (!isNew && job.positions.count(key) == 0) throw Refusal(SystemCode::NotThere, "there is no position " + key);
   job.positions[key] = values;
   model.jobs().write(robot.number, openJob(robot), job);
 }
@@ -171,7 +182,8 @@ OptionalReply getCurrentLine(Model& model, const Json& request) {
 OptionalReply setRunTimes(Model& model, const Json& request) {
   auto& robot = model.robot(request);
   const auto times = integer(request, {"index"});
-  if (times < 0) throw Refusal("a job cannot be run less than once");
+  if (times < 0) throw Refusal(SystemCode::OutOfRange, "a job cannot be run less than once");
+  if (times == 0) model.remark(SystemCode::RunsWithoutEnd, "0 times: the job runs until it is stopped");
   robot.state.runTimes = times;
   return reply(Strategy::JobRunTimesReply, robot.number, {"index"}, times);
 }

@@ -33,11 +33,18 @@ Target extraTarget(const Json& request) {
   return {integer(request, {"coord"}), robotValues(values), external};
 }
 
+/// One that no program moves.
+Robot& freeRobot(Model& model, const Json& request) {
+  auto& robot = model.robot(request);
+  if (model.runner(robot).running()) throw Refusal(SystemCode::ProgramRuns, "a program runs: pause or stop it first");
+  return robot;
+}
+
 using Move = void (Mover::*)(Robot&, const Target&, const MoveRates&, WhenDone);
 
 Operation move(const char* name, Move move, Target (*target)(const Json& request)) {
   return command(name, [=](Model& model, const Json& request) {
-    (model.mover().*move)(model.robot(request), target(request), moveRates(request), {});
+    (model.mover().*move)(freeRobot(model, request), target(request), moveRates(request), {});
   });
 }
 
@@ -45,7 +52,7 @@ Operation move(const char* name, Move move, Target (*target)(const Json& request
 Operation moveToJoints(const char* name, std::array<double, 7> RobotState::*joints) {
   return command(name, [=](Model& model, const Json& request) {
     constexpr double acceleration = 50;  // percent
-    auto& robot = model.robot(request);
+    auto& robot = freeRobot(model, request);
     model.mover().moveJoints(robot, {jointCoord, robotValues(robot.state.*joints)},
                              {static_cast<double>(robot.state.speed), acceleration, acceleration});
   });
@@ -53,8 +60,11 @@ Operation moveToJoints(const char* name, std::array<double, 7> RobotState::*join
 
 void startJogging(Model& model, const Json& request) {
   const auto direction = integer(request, {"direction"});
-  if (direction == 0) throw Refusal("there is no direction 0");
-  model.mover().jog(model.robot(request), integer(request, {"axis"}), direction > 0);
+  if (direction == 0) throw Refusal(SystemCode::OutOfRange, "there is no direction 0");
+  auto& robot = freeRobot(model, request);
+  if (robot.state.mode == remoteMode) throw Refusal(SystemCode::WrongState, "nobody jogs in remote mode");
+  model.mover().jog(robot, integer(request, {"axis"}), direction > 0);
+  robot.jogger = model.client();
 }
 
 /// Whichever axis is named: who wants an arm to stop, wants it to stop.

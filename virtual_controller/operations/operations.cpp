@@ -17,11 +17,17 @@ Operation query(std::string name, Strategy replyCode, int RobotState::*member, c
           }};
 }
 
-Operation setting(std::string name, int RobotState::*member, const Keys& keys) {
-  return {std::move(name), [=](Model& model, const Json& request) -> OptionalReply {
-            model.robot(request).state.*member = integer(request, keys);
-            return std::nullopt;
-          }};
+Operation setting(std::string name, int RobotState::*member, const Keys& keys, int lowest, int highest) {
+  return command(std::move(name), [=](Model& model, const Json& request) {
+    model.robot(request).state.*member = numberOf(keys.front(), request, keys, lowest, highest);
+  });
+}
+
+Operation commonSetting(std::string name, int RobotState::*member, const Keys& keys) {
+  return command(std::move(name), [=](Model& model, const Json& request) {
+    const auto value = integer(request, keys);
+    for (auto& robot : model.robots()) robot.state.*member = value;
+  });
 }
 
 Operation command(std::string name, std::function<void(Model&, const Json& request)> perform) {
@@ -33,8 +39,9 @@ Operation command(std::string name, std::function<void(Model&, const Json& reque
 
 int numberOf(const std::string& thing, const Json& request, const Keys& keys, int lowest, int highest) {
   const auto number = integer(request, keys);
-  if (number < lowest || number > highest) throw Refusal("there is no " + thing + " " + std::to_string(number));
-  return number;
+  if (number >= lowest && number <= highest) return number;
+  throw Refusal(SystemCode::OutOfRange, "there is no " + thing + " " + std::to_string(number) + ", but " +
+                                            std::to_string(lowest) + " to " + std::to_string(highest));
 }
 
 Operations allOperations() {

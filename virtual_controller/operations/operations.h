@@ -17,8 +17,8 @@ struct Reply {
 };
 using OptionalReply = std::optional<Reply>;
 
-/// One request code: its name, for people, and what it does. Exceptions leave the request unanswered, but for a
-/// Refusal, which the client is told.
+/// One request code: its name, for people, and what it does. What it cannot do it ends with a Refusal, which the client
+/// is told; what it does otherwise than a robot, it remarks upon to the model.
 struct Operation {
   std::string name;
   std::function<OptionalReply(Model&, const Json& request)> perform;
@@ -30,8 +30,10 @@ using Operations = std::map<Strategy, Operation>;
 Reply reply(Strategy code, int robot, const Keys& keys, const Json& value);
 /// A query that reads a member of a robot's state.
 Operation query(std::string name, Strategy replyCode, int RobotState::*member, const Keys& keys);
-/// A command that sets a member of a robot's state, without a reply.
-Operation setting(std::string name, int RobotState::*member, const Keys& keys);
+/// A command that sets a member of a robot's state, without a reply. Refuses values outside the range.
+Operation setting(std::string name, int RobotState::*member, const Keys& keys, int lowest, int highest);
+/// The same for a value that all robots have in common.
+Operation commonSetting(std::string name, int RobotState::*member, const Keys& keys);
 /// A command without a reply.
 Operation command(std::string name, std::function<void(Model&, const Json& request)> perform);
 
@@ -45,11 +47,19 @@ typename Map::mapped_type stored(const Map& map, const typename Map::key_type& k
   return found == map.end() ? typename Map::mapped_type{} : found->second;
 }
 
+/// What a map holds under a key; refuses one that it does not hold. `thing` names the value with its key.
+template <class Map>
+const typename Map::mapped_type& known(const Map& map, const typename Map::key_type& key, const std::string& thing) {
+  const auto found = map.find(key);
+  if (found == map.end()) throw Refusal(SystemCode::NotThere, thing + " has not been set");
+  return found->second;
+}
+
 /// The place of a key in a map whose keys clients make up; refuses a new one when there are many.
 template <class Map>
 typename Map::mapped_type& entry(Map& map, const typename Map::key_type& key) {
   constexpr std::size_t most = 10'000;
-  if (map.size() >= most && map.count(key) == 0) throw Refusal("there is no room for another");
+  if (map.size() >= most && map.count(key) == 0) throw Refusal(SystemCode::NoRoom, "there is no room for another");
   return map[key];
 }
 

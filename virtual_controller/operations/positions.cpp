@@ -34,8 +34,8 @@ OptionalReply getExtraPosition(Model& model, const Json& request) {
 OptionalReply setAxisZeroPosition(Model& model, const Json& request) {
   auto& robot = model.robot(request);
   const auto axis = numberOf("axis", request, {"axis"}, 1, 12);
-  if (axis == 7) throw Refusal("there is no axis 7");
-  if (model.mover().moving(robot)) throw Refusal("the robot is moving");
+  if (axis == 7) throw Refusal(SystemCode::OutOfRange, "there is no axis 7");
+  if (model.mover().moving(robot)) throw Refusal(SystemCode::WrongState, "the robot is moving");
   if (axis < 7) {
     robot.state.position[static_cast<std::size_t>(axis - 1)] = 0;
   } else {

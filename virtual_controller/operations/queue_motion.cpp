@@ -1,3 +1,4 @@
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -26,7 +27,19 @@ void append(Model& model, const Json& request) {
   auto& runner = virtual_controller::runner(model, request);
   std::vector<Line> lines;
   if (find(request, {"data"})) {
-    for (const auto& line : array(request, {"data"})) lines.push_back(lineFrom(line));
+    const auto& list = array(request, {"data"});
+    const auto place = [&] {
+      return "line " + std::to_string(lines.size() + 1) + " of " + std::to_string(list.size());
+    };
+    for (const auto& line : list) {
+      try {
+        auto read = model.lineFrom(line);
+        if (const auto remark = remarkOn(read)) model.remark(remark->code, place() + ": " + remark->text);
+        lines.push_back(std::move(read));
+      } catch (const Refusal& refusal) {
+        throw Refusal(refusal.code(), place() + ": " + refusal.what() + "; none of the lines was taken");
+      }
+    }
   }
   runner.append(std::move(lines), flag(request, {"isContinue"}));
 }

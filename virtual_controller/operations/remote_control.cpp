@@ -54,7 +54,9 @@ const Fields<SafetyInput> quickStopFields{
 template <class Entry>
 std::vector<Entry> forPrograms(std::vector<Entry> entries, const RemoteMode& remote) {
   const auto programs = remote.jobs.size();
-  if (entries.size() > programs) throw Refusal("there are only " + std::to_string(programs) + " remote programs");
+  if (entries.size() > programs) {
+    throw Refusal(SystemCode::OutOfRange, "there are only " + std::to_string(programs) + " remote programs");
+  }
   entries.resize(programs);
   return entries;
 }
@@ -139,7 +141,7 @@ std::vector<IoPoint> listedPoints(const Json& tips) {
 void setTips(Model& model, const Json& request) {
   auto& remote = model.robot(request).state.remote;
   const auto& list = array(request, {"outPut"});
-  if (list.empty()) throw Refusal("no outputs are given");
+  if (list.empty()) throw Refusal(SystemCode::MissingKey, "no outputs are given");
   const auto& tips = list.front();
   const IoPoint outage{integer(tips, {"outagerecover"}), integer(tips, {outageValueKey(remote)})};
   remote.programOutputs = forPrograms(remote.older ? numberedPoints(tips) : listedPoints(tips), remote);

@@ -1,6 +1,8 @@
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "virtual_controller/motion/coordinates.h"
 #include "virtual_controller/operations/operations.h"
 #include "virtual_controller/request.h"
 
@@ -12,10 +14,10 @@ OptionalReply setServoState(Model& model, const Json& request) {
   const auto target = integer(request, {"status", "state"});
   const auto present = robot.state.servoState;
   if (target != servoStop && target != servoReady) {
-    throw Refusal("servo state " + std::to_string(target) + " cannot be set");
+    throw Refusal(SystemCode::OutOfRange, "servo state " + std::to_string(target) + " cannot be set, but 0 and 1");
   }
   if (present == servoError || present == servoRunning) {
-    throw Refusal("servo state cannot be set in servo state " + std::to_string(present));
+    throw Refusal(SystemCode::WrongState, "it cannot be set in servo state " + std::to_string(present));
   }
   model.moveServo(robot, target);
   return reply(Strategy::ServoStateReply, robot.number, {"state", "status"}, present);
@@ -28,14 +30,19 @@ OptionalReply setServoStateOrParallel(Model& model, const Json& request) {
 }
 
 /// The enabling switch belongs to the whole controller: the request names no robot, and the host then waits for
-/// whichever robot it meant. So it acts on all of them, but for those with an error, which stay without power.
+/// whichever robot it meant. So it acts on all of them, but for those that something keeps without power.
 OptionalReply setServoPower(Model& model, const Json& request) {
   const auto deadman = integer(request, {"deadman"});
+  std::vector<Refusal> reasons;
   for (auto& robot : model.robots()) {
-    if (robot.state.servoState == servoError) continue;
-    robot.state.deadman = deadman != 0;
-    model.moveServo(robot, deadman != 0 ? servoRunning : servoReady);
+    if (const auto reason = deadman != 0 ? model.whatKeepsOff(robot) : std::nullopt) {
+      reasons.push_back(*reason);
+    } else if (robot.state.servoState != servoError) {
+      model.setPower(robot, deadman != 0);
+    }
   }
+  if (reasons.size() == model.robots().size()) throw reasons.front();
+  for (const auto& reason : reasons) model.remark(SystemCode::StayedWithoutPower, reason.what());
   return reply(Strategy::ServoPowerReply, model.controller.currentRobot, {"deadman"}, deadman);
 }
 
@@ -54,7 +61,10 @@ OptionalReply getControllerId(Model& model, const Json& request) {
 }
 
 OptionalReply setRobotSwitch(Model& model, const Json& request) {
-  model.controller.currentRobot = model.robot(request).number;
+  const auto& robot = model.robot(request);
+  auto& before = model.robot(model.controller.currentRobot);
+  if (before.number != robot.number) model.mover().stopJogging(before);
+  model.controller.currentRobot = robot.number;
   return std::nullopt;
 }
 
@@ -71,8 +81,9 @@ OptionalReply setAxisSdo(Model& model, const Json& request) {
 }
 
 OptionalReply setCollisionPara(Model& model, const Json& request) {
-  model.robot(request).state.collision = {numbers(request, {"Co_De_para"}), numbers(request, {"Colli_Detec_jog"}),
-                                          number(request, {"pos_delay_time"}), number(request, {"error_enable_time"})};
+  const CollisionParameters collision{numbers(request, {"Co_De_para"}), numbers(request, {"Colli_Detec_jog"}),
+                                      number(request, {"pos_delay_time"}), number(request, {"error_enable_time"})};
+  for (auto& robot : model.robots()) robot.state.collision = collision;
   return std::nullopt;
 }
 
@@ -87,13 +98,13 @@ void addServoAndState(Operations& operations) {
        query("get_servo_state", Strategy::ServoStateReply, &RobotState::servoState, {"state", "status"})},
       {Strategy::SetServoPower, {"set_servo_power", setServoPower}},
       {Strategy::ClearError, {"clear_error", clearError}},
-      {Strategy::SetSpeed, setting("set_speed", &RobotState::speed, {"speed"})},
+      {Strategy::SetSpeed, setting("set_speed", &RobotState::speed, {"speed"}, 0, 103)},
       {Strategy::GetSpeed, query("get_speed", Strategy::SpeedReply, &RobotState::speed, {"speed"})},
-      {Strategy::SetCurrentCoord, setting("set_current_coord", &RobotState::coord, coord)},
+      {Strategy::SetCurrentCoord, setting("set_current_coord", &RobotState::coord, coord, jointCoord, worldCoord)},
       {Strategy::GetCurrentCoord, query("get_current_coord", Strategy::CurrentCoordReply, &RobotState::coord, coord)},
-      {Strategy::SetCurrentMode, setting("set_current_mode", &RobotState::mode, {"mode"})},
+      {Strategy::SetCurrentMode, setting("set_current_mode", &RobotState::mode, {"mode"}, 0, 2)},
       {Strategy::GetCurrentMode, query("get_current_mode", Strategy::CurrentModeReply, &RobotState::mode, {"mode"})},
-      {Strategy::SetTeachType, setting("set_teach_type", &RobotState::teachType, teachType)},
+      {Strategy::SetTeachType, commonSetting("set_teach_type", &RobotState::teachType, teachType)},
       {Strategy::GetTeachType, query("get_teach_type", Strategy::TeachTypeReply, &RobotState::teachType, teachType)},
       {Strategy::GetRunningState,
        query("get_robot_running_state", Strategy::RunningStateReply, &RobotState::runningState, {"status"})},
@@ -103,7 +114,7 @@ void addServoAndState(Operations& operations) {
       {Strategy::SetRobotSwitch, {"set_robot_switch", setRobotSwitch}},
       {Strategy::GetRobotSwitch, {"get_robot_switch", getRobotSwitch}},
       {Strategy::SetAxisSdo, {"set_axis_sdo", setAxisSdo}},
-      {Strategy::SetDragMode, setting("set_darg_mode", &RobotState::dragMode, {"mode"})},
+      {Strategy::SetDragMode, commonSetting("set_darg_mode", &RobotState::dragMode, {"mode"})},
       {Strategy::SetCollisionPara, {"set_collision_para", setCollisionPara}},
   });
 }

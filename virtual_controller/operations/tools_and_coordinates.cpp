@@ -28,7 +28,7 @@ int changedUser(const Json& request) { return numberOf("changeable user frame", 
 const Pose& sensible(const Pose& pose) {
   constexpr double largest = 1e6;
   if (std::any_of(pose.begin(), pose.end(), [](double value) { return std::abs(value) > largest; })) {
-    throw Refusal("the values of a frame lie between -1000000 and 1000000");
+    throw Refusal(SystemCode::OutOfRange, "the values of a frame lie between -1000000 and 1000000");
   }
   return pose;
 }
@@ -47,7 +47,19 @@ void put(Json& object, const std::array<const char*, size>& keys, const std::arr
 
 // ---- tools
 
-void setToolNumber(Model& model, const Json& request) { model.robot(request).state.toolNumber = selectedTool(request); }
+/// One without values can be selected, since that is how it is calibrated.
+template <class Map>
+void remarkIfUnset(Model& model, const Map& map, int number, const std::string& thing, const std::string& countsAs) {
+  if (number == 0 || map.count(number) != 0) return;
+  model.remark(SystemCode::HasNoValues,
+               thing + " " + std::to_string(number) + " has no values yet: it counts as " + countsAs);
+}
+
+void setToolNumber(Model& model, const Json& request) {
+  auto& state = model.robot(request).state;
+  state.toolNumber = selectedTool(request);
+  remarkIfUnset(model, state.tools, state.toolNumber, "tool", "the flange");
+}
 
 void setToolFrame(Model& model, const Json& request) {
   const auto& tool = object(request, {"tool"});
@@ -59,7 +71,7 @@ void setToolFrame(Model& model, const Json& request) {
 OptionalReply getToolFrame(Model& model, const Json& request) {
   const auto& robot = model.robot(request);
   const auto number = numberOf("tool", request, {"toolNum", "tool"}, 0, 999);
-  const auto tool = stored(robot.state.tools, number);
+  const auto tool = number == 0 ? ToolFrame{} : known(robot.state.tools, number, "tool " + std::to_string(number));
   Json values{{"payload_mass", tool.payloadMass}, {"payload_inertia", tool.payloadInertia}};
   put(values, poseKeys, tool.pose);
   put(values, massCenterKeys, tool.payloadMassCenter);
@@ -84,7 +96,7 @@ ToolCalibration sevenPoints(Model::Robot& robot, const Json& request) {
 
 /// Names no tool: it is the selected one's.
 ToolCalibration twoOrTwentyPoints(Model::Robot& robot, const Json&) {
-  if (robot.state.toolNumber == 0) throw Refusal("no tool is selected");
+  if (robot.state.toolNumber == 0) throw Refusal(SystemCode::WrongState, "no tool is selected");
   return {robot.state.toolNumber, robot.state.selectedToolCalibration, 20};
 }
 
@@ -109,24 +121,38 @@ Operation clearPoint(std::string name, Calibrated calibrated) {
   });
 }
 
-/// Solves for the tool centre point and leaves the tool's orientation. Of the recorded points it takes the first ones,
-/// as many as the request says; three poses that are turned enough against each other suffice. Zero positions are never
-/// calibrated: those of a virtual arm are exact.
-Operation calculateTool(std::string name, Calibrated calibrated, const char* countKey) {
+/// Solves for the tool centre point and leaves the tool's orientation. It takes as many of the points as the request
+/// says, from the first on, and all of them have to be there. Two leave open where along the axis between them the tip
+/// is: there it stays as it was. Zero positions are never calibrated: those of a virtual arm are exact.
+Operation calculateTool(std::string name, Calibrated calibrated, const char* countKey, const std::vector<int>& counts) {
   return command(std::move(name), [=](Model& model, const Json& request) {
     auto& robot = model.robot(request);
     const auto calibration = calibrated(robot, request);
-    const auto end = calibration.points.lower_bound(integer(request, {countKey}));
+    const auto count = integer(request, {countKey});
+    if (std::find(counts.begin(), counts.end(), count) == counts.end()) {
+      throw Refusal(SystemCode::OutOfRange, "a calibration does not take " + std::to_string(count) + " points");
+    }
     std::vector<Pose> flanges;
-    for (auto point = calibration.points.begin(); point != end; ++point) flanges.push_back(point->second);
-    const auto tip = tipHeldStill(flanges);
+    for (int number = 0; number < count; ++number) {
+      const auto point = calibration.points.find(number);
+      if (point == calibration.points.end()) {
+        throw Refusal(SystemCode::BadCalibration, "point " + std::to_string(number + 1) + " has not been recorded");
+      }
+      flanges.push_back(point->second);
+    }
+    const auto present = stored(robot.state.tools, calibration.tool).pose;
+    const auto tip = tipHeldStill(flanges, {present[0], present[1], present[2]});
     std::copy(tip.begin(), tip.end(), robot.state.tools[calibration.tool].pose.begin());
   });
 }
 
 // ---- user frames
 
-void setUserNumber(Model& model, const Json& request) { model.robot(request).state.userNumber = selectedUser(request); }
+void setUserNumber(Model& model, const Json& request) {
+  auto& state = model.robot(request).state;
+  state.userNumber = selectedUser(request);
+  remarkIfUnset(model, state.userFrames, state.userNumber, "user frame", "the base");
+}
 
 void setUserFrame(Model& model, const Json& request) {
   model.robot(request).state.userFrames[changedUser(request)] = sensible(numbers<6>(request, {"pos", "position"}));
@@ -135,8 +161,9 @@ void setUserFrame(Model& model, const Json& request) {
 OptionalReply getUserFrame(Model& model, const Json& request) {
   const auto& robot = model.robot(request);
   const auto number = selectedUser(request);
-  auto answer =
-      reply(Strategy::UserCoordParaReply, robot.number, {"pos", "position"}, stored(robot.state.userFrames, number));
+  const auto frame =
+      number == 0 ? Pose{} : known(robot.state.userFrames, number, "user frame " + std::to_string(number));
+  auto answer = reply(Strategy::UserCoordParaReply, robot.number, {"pos", "position"}, frame);
   answer.message["userNum"] = answer.message["user"] = number;
   return answer;
 }
@@ -147,7 +174,7 @@ FramePoint framePoint(const Json& request) {
       {"X", FrameX},      {"x", FrameX},      {"1", FrameX},           {"Y", FrameY},           {"y", FrameY},
       {"2", FrameY}};
   const auto found = points.find(name(request, {"inquire", "require"}));
-  if (found == points.end()) throw Refusal("the points of a user frame are O, X and Y");
+  if (found == points.end()) throw Refusal(SystemCode::OutOfRange, "the points of a user frame are O, X and Y");
   return found->second;
 }
 
@@ -176,11 +203,11 @@ void addToolsAndCoordinates(Operations& operations) {
       {Strategy::RecordToolHand2Or20Point, recordPoint("tool_hand_2_or_20_point_calibrate", twoOrTwentyPoints)},
       {Strategy::ClearToolHand2Or20Point, clearPoint("tool_hand_2_or_20_point_calibrate_clear", twoOrTwentyPoints)},
       {Strategy::CalculateToolHand2Or20,
-       calculateTool("tool_hand_2_or_20_point_calibrate_caculate", twoOrTwentyPoints, "calNum")},
+       calculateTool("tool_hand_2_or_20_point_calibrate_caculate", twoOrTwentyPoints, "calNum", {2, 20})},
       {Strategy::RecordToolHand7Point, recordPoint("tool_hand_7_point_calibrate", sevenPoints)},
       {Strategy::ClearToolHand7Point, clearPoint("tool_hand_7_point_calibrate_clear", sevenPoints)},
       {Strategy::CalculateToolHand7,
-       calculateTool("tool_hand_7_point_calibrate_caculate", sevenPoints, "calibrationPointNum")},
+       calculateTool("tool_hand_7_point_calibrate_caculate", sevenPoints, "calibrationPointNum", {3, 4, 5, 6, 7})},
       {Strategy::SetUserCoordNumber, command("set_user_coord_number", setUserNumber)},
       {Strategy::GetUserCoordNumber,
        query("get_user_coord_number", Strategy::UserCoordNumberReply, &RobotState::userNumber, {"curUserNum", "user"})},

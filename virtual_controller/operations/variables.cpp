@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <string>
 
+#include "virtual_controller/motion/coordinates.h"
 #include "virtual_controller/operations/operations.h"
 #include "virtual_controller/request.h"
 
@@ -35,11 +37,12 @@ std::string variableName(const Json& request) { return name(request, {"varName"}
 
 void setVariable(Model& model, const Json& request) {
   using Limits = std::numeric_limits<int>;
+  model.robot(request);  // refuses one that there is not, though the variables are everybody's
   const auto variable = variableName(request);
   const auto type = typeOf(variable);
   const auto value = type == boolType ? flag(request, {"varValue"}) : number(request, {"varValue"});
   if (type != doubleType && (value < Limits::min() || value > Limits::max())) {
-    throw Refusal("the value is no integer of 32 bits");
+    throw Refusal(SystemCode::OutOfRange, "the value of " + variable + " is no integer of 32 bits");
   }
   entry(model.controller.variables, variable) = value;
 }
@@ -49,17 +52,28 @@ OptionalReply getVariable(Model& model, const Json& request) {
   const auto type = typeOf(variable);
   auto answer = reply(Strategy::GlobalVariantReply, model.robot(request).number, {"varName"}, variable);
   answer.message["varType"] = type;
-  answer.message["varValue"] = typed(type, stored(model.controller.variables, variable));
+  answer.message["varValue"] = typed(type, known(model.controller.variables, variable, "variable " + variable));
   return answer;
 }
 
+/// The first value of a position is its coordinate system.
+void checkCoordinateSystem(double coord) {
+  if (coord >= jointCoord && coord <= worldCoord && coord == std::floor(coord)) return;
+  throw Refusal(SystemCode::OutOfRange, "the first value of a position is its coordinate system, 0 to 4");
+}
+
 void setPosition(Model& model, const Json& request) {
-  entry(model.controller.positions, name(request, {"posName"})) = numbers<14>(request, {"pos"});
+  model.robot(request);
+  const auto values = numbers<14>(request, {"pos"});
+  checkCoordinateSystem(values.front());
+  entry(model.controller.positions, name(request, {"posName"})) = values;
 }
 
 /// The values may be fewer than those of the reply, which ends in zeros then.
 void setSyncPosition(Model& model, const Json& request) {
+  model.robot(request);
   const auto values = numbers(request, {"coord"});
+  if (!values.empty()) checkCoordinateSystem(values.front());
   auto& position = entry(model.controller.syncPositions, name(request, {"varname"}));
   position = {};
   std::copy_n(values.begin(), std::min(values.size(), position.size()), position.begin());
@@ -72,7 +86,7 @@ Operation positionQuery(const char* operation, Strategy replyCode, Positions Con
   return {operation, [=](Model& model, const Json& request) -> OptionalReply {
             const auto position = name(request, {nameKey});
             auto answer = reply(replyCode, model.robot(request).number, {nameKey}, position);
-            answer.message["posValue"] = stored(model.controller.*positions, position);
+            answer.message["posValue"] = known(model.controller.*positions, position, "position " + position);
             return answer;
           }};
 }

@@ -87,11 +87,16 @@ void operate(Model& model, const Json& request) {
       {1, &Welder::enabled}, {3, &Welder::spot}, {4, &Welder::feeding}, {5, &Welder::rewinding}, {6, &Welder::gas}};
   auto& welder = model.robot(request).state.welder;
   const auto action = actions.find(integer(request, {"type"}));
-  if (action == actions.end()) throw Refusal("there is no such action on the welding machine");
-  welder.*action->second = flag(request, {"value"});
-  const auto now = model.clock().now().count();
-  welder.enabledTime.run(welder.enabled, now);
-  welder.arcTime.run(welder.arcBurns(), now);
+  if (action == actions.end()) {
+    throw Refusal(SystemCode::OutOfRange, "the welding machine is told to do 1, 3, 4, 5 or 6, in type");
+  }
+  auto told = welder;
+  told.*action->second = numberOf("value", request, {"value"}, 0, 1) != 0;
+  if (told.feeding && told.rewinding) {
+    throw Refusal(SystemCode::WrongState, "wire is not fed and rewound at once: end the other one first");
+  }
+  welder = told;
+  welder.keepTime(model.clock().now().count());
 }
 
 OptionalReply getFeedWireStatus(Model& model, const Json& request) {

@@ -1,7 +1,6 @@
 #include "virtual_controller/program/conditions.h"
 
 #include <charconv>
-#include <stdexcept>
 #include <utility>
 
 #include "kyt_host/types.h"
@@ -36,7 +35,7 @@ Condition conditionFrom(const Json& object) {
   condition.left = isVariable ? Parameter{0, key} : parameterFrom(value(object, {"paraGroupOne"}));
   condition.comparison = integer(object, {"logicType"});
   if (condition.comparison < EQUAL_TO || condition.comparison > NOT_EQUAL_TO) {
-    throw std::invalid_argument("logicType is no comparison");
+    throw Refusal(SystemCode::OutOfRange, "logicType is no comparison: it is 1 to 6");
   }
   const auto desired = name(object, {"desValue"});
   condition.right = desired.empty() ? parameterFrom(value(object, {"paraGroupTwo"})) : numberOrVariable(desired);
@@ -56,7 +55,8 @@ bool joined(const Terms& terms, const ControllerState& state) {
 }
 
 std::size_t portIndex(double number, std::size_t ports) {
-  if (!(number >= 1 && number <= static_cast<double>(ports))) throw Refusal("there is no such port");
+  if (!(number >= 1 && number <= static_cast<double>(ports)))
+    throw Refusal(SystemCode::OutOfRange, "there is no such port");
   return static_cast<std::size_t>(number) - 1;
 }
 
@@ -87,7 +87,7 @@ double Parameter::in(const ControllerState& state) const {
 Parameter parameterFrom(const Json& object) {
   if (integer(object, {"value"}) != 0) return {0, name(object, {"varname"})};
   const auto& data = value(object, {"data"});
-  return {data.is_boolean() ? static_cast<double>(data.get<bool>()) : data.get<double>(), {}};
+  return {data.is_boolean() ? static_cast<double>(data.get<bool>()) : toNumber(data, "data"), {}};
 }
 
 bool Condition::holds(const ControllerState& state) const {
@@ -125,7 +125,8 @@ Conditions conditionsFrom(const Json& object) {
   const auto& groupLogic = array(object, {"logicGroup"});
   for (const auto& list : array(object, {"conditionGroup"})) {
     const auto number = conditions.groups.size();
-    const auto operators = number < groupLogic.size() ? groupLogic[number].get<std::vector<int>>() : std::vector<int>();
+    const auto operators =
+        number < groupLogic.size() ? toIntegers(groupLogic[number], "logicGroup") : std::vector<int>();
     auto& group = conditions.groups.emplace_back();
     group.isOr = joinedByOr(logic, number);
     for (const auto& element : list) {

@@ -32,7 +32,7 @@ void addPosition(Job& job, const std::string& text) try {
   const auto& position = object(json, {"robotpos"});
   job.positions[name(position, {"key"})] = numbers<21>(position, {"data"});
 } catch (const std::exception& problem) {
-  throw Refusal(std::string("the job's file is damaged: ") + problem.what());
+  throw Refusal(SystemCode::FileFailed, std::string("the job's file is damaged: ") + problem.what());
 }
 
 std::string positionText(const std::string& key, const PositionValues& values) {
@@ -40,11 +40,12 @@ std::string positionText(const std::string& key, const PositionValues& values) {
 }
 
 std::string textOf(const Job& job) {
-  if (job.lines.size() + job.positions.size() > mostLines) throw Refusal("a job has no more than 10,000 lines");
+  if (job.lines.size() + job.positions.size() > mostLines)
+    throw Refusal(SystemCode::NoRoom, "a job has no more than 10,000 lines");
   std::string text;
   for (const auto& [key, values] : job.positions) text += positionText(key, values) + '\n';
   for (const auto& line : job.lines) text += line + '\n';
-  if (text.size() > largestFile) throw Refusal("a job file has no more than 32 MiB");
+  if (text.size() > largestFile) throw Refusal(SystemCode::NoRoom, "a job file has no more than 32 MiB");
   return text;
 }
 
@@ -52,32 +53,33 @@ std::string textOf(const Job& job) {
 
 fs::path JobStore::file(int robot, const std::string& name) {
   const auto path = isJobName(name) ? data_.job(robot, name + ".JBR") : std::nullopt;
-  if (!path) throw Refusal("there can be no job of that name");
+  if (!path) throw Refusal(SystemCode::OutOfRange, "there can be no job of that name");
   return *path;
 }
 
 bool JobStore::exists(int robot, const std::string& name) { return fs::is_regular_file(file(robot, name)); }
 
 void JobStore::create(int robot, const std::string& name) {
-  if (data_.jobs(robot).size() >= mostJobs) throw Refusal("there is no room for another job");
+  if (data_.jobs(robot).size() >= mostJobs) throw Refusal(SystemCode::NoRoom, "there is no room for another job");
   write(robot, name, {});
 }
 
 void JobStore::remove(int robot, const std::string& name) {
   std::error_code error;
-  if (!fs::remove(file(robot, name), error)) throw Refusal("there is no job " + name);
+  if (!fs::remove(file(robot, name), error)) throw Refusal(SystemCode::NotThere, "there is no job " + name);
 }
 
 Job JobStore::read(int robot, const std::string& name) {
   const auto path = file(robot, name);
-  if (!exists(robot, name)) throw Refusal("there is no job " + name);
-  if (fs::file_size(path) > largestFile) throw Refusal("the file of job " + name + " is too large");
+  if (!exists(robot, name)) throw Refusal(SystemCode::NotThere, "there is no job " + name);
+  if (fs::file_size(path) > largestFile)
+    throw Refusal(SystemCode::FileFailed, "the file of job " + name + " is too large");
   Job job;
   std::ifstream input(path, std::ios::binary);
   for (std::string line; std::getline(input, line);) {
     if (!line.empty() && line.back() == '\r') line.pop_back();
     if (line.empty()) continue;
-    if (job.lines.size() == mostLines) throw Refusal("job " + name + " has too many lines");
+    if (job.lines.size() == mostLines) throw Refusal(SystemCode::FileFailed, "job " + name + " has too many lines");
     if (line.compare(0, positionMark.size(), positionMark) == 0) {
       addPosition(job, line);
     } else {
@@ -96,7 +98,7 @@ void JobStore::write(int robot, const std::string& name, const Job& job) {
   output << text;
   output.close();
   if (output) fs::rename(beside, path, error);
-  if (!output || error) throw Refusal("job " + name + " cannot be stored");
+  if (!output || error) throw Refusal(SystemCode::FileFailed, "job " + name + " cannot be stored");
 }
 
 }  // namespace virtual_controller

@@ -1,7 +1,7 @@
 #include "virtual_controller/program/line.h"
 
 #include <algorithm>
-#include <stdexcept>
+#include <string>
 
 #include "kyt_host/records/line_records.h"
 #include "virtual_controller/json_text.h"
@@ -33,6 +33,18 @@ Line::Jump jump(const Json& json) {
   return {name(json, {"label"}), flag(json, {"jumpConditionFlag"}), conditionsFrom(value(json, {"jumpCondition"}))};
 }
 
+/// A line of a block, the opening or the closing one.
+Line block(bool lenient) {
+  if (lenient) {
+    return {
+        Line::Skipped{{SystemCode::RunsOnce, "blocks come without conditions: the lines in this one are run once"}}};
+  }
+  throw Refusal(SystemCode::NoConditions,
+                "if, while and until lines come without their conditions: use a label and a conditional jump");
+}
+
+Line::Skipped skipped(const char* text) { return {{SystemCode::NothingHappens, text}}; }
+
 bool isNested(const Json& json, int levels) {
   if (!json.is_structured()) return false;
   return levels == 0 ||
@@ -42,7 +54,8 @@ bool isNested(const Json& json, int levels) {
 }  // namespace
 
 Target targetFrom(const PositionValues& values, bool external) {
-  if (!(values[0] >= jointCoord && values[0] <= worldCoord)) throw std::invalid_argument("no such coordinate system");
+  if (!(values[0] >= jointCoord && values[0] <= worldCoord))
+    throw Refusal(SystemCode::OutOfRange, "there is no coordinate system " + std::to_string(values[0]));
   Target target{static_cast<int>(values[0]), {}};
   std::copy_n(values.begin() + 7, target.values.size(), target.values.begin());
   if (external) std::copy_n(values.begin() + 14, externalAxes, target.external.emplace().begin());
@@ -54,7 +67,7 @@ std::size_t Line::weight() const {
   return jump == nullptr ? 1 : 1 + jump->conditions.count();
 }
 
-Line lineFrom(const Json& json) {
+Line lineFrom(const Json& json, bool lenient) {
   using Kind = Line::Move::Kind;
   const auto type = static_cast<CmdType>(integer(json, {"type"}));
   switch (type) {
@@ -78,17 +91,54 @@ Line lineFrom(const Json& json) {
       return {Line::Label{name(json, {"label"})}};
     case CmdType::Jump:
       return {jump(json)};
-    default:
-      return {Line::Skipped()};
+    case CmdType::If:
+    case CmdType::EndIf:
+    case CmdType::While:
+    case CmdType::EndWhile:
+    case CmdType::Until:
+    case CmdType::EndUntil:
+      return block(lenient);
+    case CmdType::Cil:
+    case CmdType::Samov:
+      return {skipped("a move of this type does not move this arm")};
+    case CmdType::ToolOffsetOn:
+    case CmdType::ToolOffsetOff:
+      return {skipped("a tool offset does not shift this arm's moves")};
+    case CmdType::ArcOn:
+    case CmdType::ArcOff:
+    case CmdType::WaveOn:
+    case CmdType::WaveOff:
+    case CmdType::TigWeldOn:
+    case CmdType::TigWeldOff:
+    case CmdType::SpotWeld:
+    case CmdType::VisionCraftStart:
+    case CmdType::VisionVisualTrigger:
+    case CmdType::VisionGetPos:
+    case CmdType::VisionVisualEnd:
+    case CmdType::ConveyorOn:
+    case CmdType::ConveyorOff:
+    case CmdType::ConveyorCheckPos:
+    case CmdType::ConveyorCheckEnd:
+    case CmdType::ConveyorPos:
+    case CmdType::ConveyorClear:
+      return {skipped("a craft line does nothing here")};
+    case CmdType::Unnumbered:
+      return {skipped("a line without a number does nothing here")};
   }
+  throw Refusal(SystemCode::UnknownLineType, "there is no line type " + std::to_string(static_cast<int>(type)));
+}
+
+std::optional<Remark> remarkOn(const Line& line) {
+  const auto* const skipped = std::get_if<Line::Skipped>(&line.action);
+  return skipped == nullptr ? std::nullopt : std::optional(skipped->remark);
 }
 
 std::string lineText(const Json& json) {
   constexpr int deepest = 16;
   constexpr std::size_t longest = 30'000;  // in a reply, escaped, it still fits one frame
-  if (isNested(json, deepest)) throw Refusal("the line is nested too deeply");
+  if (isNested(json, deepest)) throw Refusal(SystemCode::NoRoom, "the line is nested too deeply");
   auto text = dumped(json);
-  if (text.size() > longest) throw Refusal("the line is too long");
+  if (text.size() > longest) throw Refusal(SystemCode::NoRoom, "the line is too long");
   return text;
 }
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <variant>
 
@@ -45,18 +46,24 @@ struct Line {
     bool conditional;
     Conditions conditions;
   };
-  /// A line that does nothing here, such as one of a craft, or the opening or closing one of an if, while or until
-  /// block: those come without conditions, so that the block is run once.
-  struct Skipped {};
+  /// A line that does nothing here; the remark says so.
+  struct Skipped {
+    Remark remark;
+  };
 
-  std::variant<Skipped, Move, Timer, Output, Label, Jump> action;
+  std::variant<Move, Timer, Output, Label, Jump, Skipped> action;
 
   /// What it takes up: 1, and more with conditions.
   std::size_t weight() const;
 };
 
-/// Throws when a key that the line's type needs is missing, or holds the wrong type.
-Line lineFrom(const Json& json);
+/// Refuses an object that is no line, lacks what a line of its type needs, or opens or closes a block: those lines come
+/// without conditions, so that nobody can tell what they are to do.
+/// @param lenient  blocks are run once
+Line lineFrom(const Json& json, bool lenient);
+
+/// What is to be said of the line when it is taken.
+std::optional<Remark> remarkOn(const Line& line);
 
 /// A client's object as text that can be kept; refuses what is too long or nested too deeply for a line.
 std::string lineText(const Json& json);

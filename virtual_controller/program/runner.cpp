@@ -16,7 +16,6 @@
 namespace virtual_controller {
 namespace {
 
-constexpr int lineErrorCode = 1003;
 constexpr std::size_t mostWaiting = 100'000;  // by weight
 
 /// The target that is `by` away from where the robot is.
@@ -48,22 +47,23 @@ Runner::Program Runner::load(const std::string& name, int first) const {
   Program program{name, job.positions, {}, 0};
   for (const auto& line : job.lines) {
     try {
-      program.lines.push_back(lineFrom(parsed(line)));
-    } catch (const std::exception& problem) {
-      throw Refusal("job " + name + ", line " + std::to_string(program.lines.size() + 1) + ": " + problem.what());
+      program.lines.push_back(model_.lineFrom(parsed(line)));
+    } catch (const Refusal& problem) {
+      throw Refusal(problem.code(),
+                    "job " + name + ", line " + std::to_string(program.lines.size() + 1) + ": " + problem.what());
     }
   }
   if (first < 1 || static_cast<std::size_t>(first) > std::max<std::size_t>(1, program.lines.size())) {
-    throw Refusal("job " + name + " has no line " + std::to_string(first));
+    throw Refusal(SystemCode::NotThere, "job " + name + " has no line " + std::to_string(first));
   }
   program.at = static_cast<std::size_t>(first - 1);
   return program;
 }
 
 void Runner::begin(Program program, int times, int steps) {
-  if (queueOpen_) throw Refusal("queue motion is on");
-  if (robot_.state.error) throw Refusal("an error is active");
-  if (running()) throw Refusal("a program is running");
+  if (queueOpen_) throw Refusal(SystemCode::WrongState, "queue motion is on");
+  if (robot_.state.error) throw Refusal(SystemCode::WrongState, "an error is active");
+  if (running()) throw Refusal(SystemCode::ProgramRuns, "a program is running");
   model_.mover().stop(robot_);
   job_ = std::move(program);
   robot_.state.openJob = job_.job;
@@ -88,11 +88,11 @@ void Runner::runRemotely() {
   const auto& remote = robot_.state.remote;
   try {
     if (robot_.state.runningState == runningPaused) return resume();
-    if (remote.selectedProgram == 0) throw Refusal("no program is selected");
+    if (remote.selectedProgram == 0) throw Refusal(SystemCode::WrongState, "no program is selected");
     const auto& job = remote.jobs[static_cast<std::size_t>(remote.selectedProgram) - 1];
     run(job.name, 1, job.times);
   } catch (const Refusal& refusal) {
-    model_.reportError(robot_, lineErrorCode, refusal.what());
+    model_.reportError(robot_, static_cast<int>(SystemCode::RemoteStartFailed), refusal.what());
   }
 }
 
@@ -120,7 +120,7 @@ void Runner::pause() {
 }
 
 void Runner::resume() {
-  if (robot_.state.runningState != runningPaused) throw Refusal("nothing is paused");
+  if (robot_.state.runningState != runningPaused) throw Refusal(SystemCode::WrongState, "nothing is paused");
   model_.mover().resume(robot_);
   if (!active()) return;
   setState(runningOn);
@@ -151,24 +151,24 @@ void Runner::finish() {
 void Runner::fail(const std::string& reason) {
   const auto place = queueOpen_ ? std::string("queue") : "job " + job_.job + ", line " + std::to_string(line());
   finish();
-  model_.reportError(robot_, lineErrorCode, place + ": " + reason);
+  model_.reportError(robot_, static_cast<int>(SystemCode::LineFailed), place + ": " + reason);
 }
 
 // ---- the queue
 
 void Runner::openQueue(bool open) {
   if (open == queueOpen_) return;
-  if (open && active()) throw Refusal("a program is under way");
+  if (open && active()) throw Refusal(SystemCode::ProgramRuns, "a program is under way");
   stop();
   queueOpen_ = open;
 }
 
 void Runner::append(std::vector<Line> lines, bool more) {
-  if (!queueOpen_) throw Refusal("queue motion is off");
-  if (robot_.state.error) throw Refusal("an error is active");
+  if (!queueOpen_) throw Refusal(SystemCode::WrongState, "queue motion is off");
+  if (robot_.state.error) throw Refusal(SystemCode::WrongState, "an error is active");
   auto weight = queueWeight_;
   for (const auto& line : lines) weight += line.weight();
-  if (weight > mostWaiting) throw Refusal("the queue is full");
+  if (weight > mostWaiting) throw Refusal(SystemCode::NoRoom, "the queue is full: none of the lines was taken");
   queueWeight_ = weight;
   std::move(lines.begin(), lines.end(), std::back_inserter(queue_.lines));
   moreLines_ = more;
@@ -278,13 +278,13 @@ Target Runner::targetOf(const Line::Move& move) {
   if (const auto global = state.syncPositions.find(move.position); global != state.syncPositions.end()) {
     return targetFrom(global->second, move.external);
   }
-  throw Refusal("there is no position " + move.position);
+  throw Refusal(SystemCode::NotThere, "there is no position " + move.position);
 }
 
 bool Runner::perform(const Line::Timer& timer) {
   constexpr double day = 24 * 3600;
   const auto seconds = timer.seconds.in(model_.controller);
-  if (!(seconds <= day)) throw Refusal("a timer runs no longer than a day");
+  if (!(seconds <= day)) throw Refusal(SystemCode::OutOfRange, "a timer runs no longer than a day");
   timerEnd_ = model_.clock().now() + Seconds(std::max(0.0, seconds));
   waitForTimer();
   return false;
@@ -312,7 +312,7 @@ bool Runner::perform(const Line::Jump& jump) {
   };
   auto& [job, positions, lines, at] = program();
   const auto found = std::find_if(lines.begin(), lines.end(), isThere);
-  if (found == lines.end()) throw Refusal("there is no label " + jump.label);
+  if (found == lines.end()) throw Refusal(SystemCode::NotThere, "there is no label " + jump.label);
   if (!queueOpen_) {
     at = static_cast<std::size_t>(found - lines.begin());
     return true;

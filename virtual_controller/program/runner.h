@@ -43,6 +43,11 @@ class Runner {
   /// The line that is carried out, or with which the job would go on; its last one at the end; 0 before any.
   int line() const;
 
+  /// From the first line of a program to the last, unless it is paused.
+  bool running() const { return robot_.stateAtRest == runningOn; }
+  /// Whether the job is under way, or paused.
+  bool uses(const std::string& job) const { return active() && !queueOpen_ && job_.job == job; }
+
   // These concern whatever moves the arm, be it a program's or not.
   void pause();
   /// Refuses when nothing is paused.
@@ -69,7 +74,6 @@ class Runner {
   };
 
   bool active() const { return robot_.stateAtRest != runningStopped; }
-  bool running() const { return robot_.stateAtRest == runningOn; }
   void setState(int state);
   Program& program() { return queueOpen_ ? queue_ : job_; }
   Program load(const std::string& name, int first) const;
