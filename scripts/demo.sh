@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Shows whole sessions over TCP, with the virtual controller on loopback: examples/first_session.cpp, and the same in
-# Python, examples/first_session.py; then examples/moving_robot.cpp and examples/programs_and_io.cpp. What they write
-# (a picture of the motion, jobs, a backup) goes into build/demo.
+# Shows whole sessions over TCP, with the virtual controller on loopback: examples/first_session.cpp, the same in Python,
+# examples/first_session.py, and one in C, examples/first_session.c; then examples/moving_robot.cpp and
+# examples/programs_and_io.cpp. What they write (a picture of the motion, jobs, a backup) goes into build/demo.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
-scripts/build.sh release virtual_controller_program first_session moving_robot programs_and_io _kyt_host
+scripts/build.sh release virtual_controller_program first_session first_session_c moving_robot programs_and_io _kyt_host
 
 bin=$PWD/build/release/bin
 host=127.0.0.5  # files go over port 5000: on an address of its own, nobody else has it
@@ -60,6 +60,9 @@ start_controller 0
 run_session stdbuf -oL "$bin/first_session" "$host" "$port"
 echo
 PYTHONPATH=build/release/python run_session python3 -u examples/first_session.py "$host" "$port"
+echo
+restart_controller 0
+"$bin/first_session_c" "$host" "$port"
 echo
 mkdir -p build/demo
 cd build/demo
