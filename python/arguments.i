@@ -48,6 +48,20 @@ PyObject* unload(const T& value, T* box) {
   return wrap(value);
 }
 
+/// Adds an output to what a call returns, as SWIG does, which makes a list of one first and then more room.
+inline PyObject* append(PyObject* result, PyObject* output) {
+  if (result == Py_None) return Py_DECREF(result), output;
+  Reference before(result);
+  Reference added(output);
+  if (!before || !added) return nullptr;
+  if (PyList_Check(result) != 0) return PyList_Append(result, output) == 0 ? before.release() : nullptr;
+  PyObject* const list = PyList_New(2);
+  if (list == nullptr) return nullptr;
+  PyList_SET_ITEM(list, 0, before.release());
+  PyList_SET_ITEM(list, 1, added.release());
+  return list;
+}
+
 /// Room for the text that a function writes without asking how long it may be: no longer than a frame, or than the
 /// texts that it has been given (a code point is up to 4 bytes).
 template <class Arguments>
@@ -73,7 +87,7 @@ std::size_t largestText(const Arguments& arguments) {
   $1 = &value;
 }
 %typemap(argout) int & {
-  %append_output(kyt_py::unload(*$1, box$argnum));
+  $result = kyt_py::append($result, kyt_py::unload(*$1, box$argnum));
 }
 %apply int & { bool &, std::string & };
 
@@ -84,7 +98,7 @@ std::size_t largestText(const Arguments& arguments) {
   $1 = value.data();
 }
 %typemap(argout) char * {
-  %append_output(kyt_py::unload(std::string($1), box$argnum));
+  $result = kyt_py::append($result, kyt_py::unload(std::string($1), box$argnum));
 }
 %typemap(in) const char * (std::string value) {
   const int code = kyt_py::load($input, value);
