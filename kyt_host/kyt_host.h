@@ -22,5 +22,6 @@
 #include "kyt_host/interface/kyt_io.h"
 #include "kyt_host/interface/kyt_job_operate.h"
 #include "kyt_host/interface/kyt_queue_operate.h"
+#include "kyt_host/names.h"
 #include "kyt_host/records/position.h"
 #include "kyt_host/types.h"

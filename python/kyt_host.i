@@ -32,6 +32,7 @@
 %list_class(VectorAlarmdIO, AlarmdIO);
 %list_class(VectorRemoteProgram, RemoteProgram);
 %list_class(VectorRemoteProgramSetting, RemoteProgramSetting);
+%list_class(VectorJsonMember, JsonMember);
 %list_class(VectorLinkParam, LinkParam);
 %list_class(VectorVisionCalibrationPoint, VisionCalibrationPoint);
 %include "arguments.i"

@@ -4,6 +4,7 @@
 #include "kyt_host/records/conveyor.h"
 #include "kyt_host/records/io.h"
 #include "kyt_host/records/robot_parameters.h"
+#include "kyt_host/records/robot_state.h"
 #include "kyt_host/records/tool_param.h"
 #include "kyt_host/records/vision.h"
 #include "kyt_host/records/welding.h"
@@ -21,6 +22,30 @@ inline constexpr auto keysOf<ToolParam> = record(key("x", &ToolParam::X), key("y
                                                  key("payload_mass_center_X", &ToolParam::payloadMassCenter_X),
                                                  key("payload_mass_center_Y", &ToolParam::payloadMassCenter_Y),
                                                  key("payload_mass_center_Z", &ToolParam::payloadMassCenter_Z));
+
+// --- robot state ---
+
+/// All but what has no shape of its own.
+template <>
+inline constexpr auto keysOf<RobotStateReport> =
+    record(key("robot", &RobotStateReport::robot), key("time", &RobotStateReport::time),
+           key("positionSync", &RobotStateReport::positionSync), key("pose", &RobotStateReport::pose),
+           key("velocity", &RobotStateReport::velocity), key("lineVelocity", &RobotStateReport::lineVelocity),
+           key("torque", &RobotStateReport::torque), key("inputs", &RobotStateReport::inputs),
+           key("outputs", &RobotStateReport::outputs), key("analogInputs", &RobotStateReport::analogInputs),
+           key("analogOutputs", &RobotStateReport::analogOutputs), key("job", &RobotStateReport::job),
+           key("line", &RobotStateReport::line), key("servoState", &RobotStateReport::servoState),
+           key("runningState", &RobotStateReport::runningState), key("mode", &RobotStateReport::mode),
+           key("coord", &RobotStateReport::coord), key("speed", &RobotStateReport::speed),
+           key("position", &RobotStateReport::position), key("errorCode", &RobotStateReport::errorCode),
+           key("realPosACS", &RobotStateReport::realPosACS), key("realPosMCS", &RobotStateReport::realPosMCS),
+           key("channel", &RobotStateReport::channel), key("stop", &RobotStateReport::stop),
+           key("interval", &RobotStateReport::interval));
+
+/// What is handed on as JSON.
+inline constexpr auto robotStateJsonKeys =
+    record(key("typeCfg", &RobotStateReport::typeCfg), key("detailedMotionPos", &RobotStateReport::detailedMotionPos),
+           key("optional", &RobotStateReport::optional), key("queryType", &RobotStateReport::queryType));
 
 // --- geometry and joints ---
 

@@ -4,6 +4,44 @@ namespace kyt_host::detail {
 
 namespace replies {
 
+namespace {
+
+std::string compactJson(const Json::Value& value) {
+  std::string text = writeWithLineFeed(value);
+  text.pop_back();
+  return text;
+}
+
+template <class... Keys>
+bool hasKey(const std::tuple<Keys...>& keys, const std::string& name) {
+  return std::apply([&](const auto&... key) { return ((name == key.name) || ...); }, keys);
+}
+
+}  // namespace
+
+int robotOf(const Json::Value& root) {
+  int robot = 1;
+  take(robot, "robot")(root);
+  return robot;
+}
+
+void readRobotState(const Json::Value& root, RobotStateReport& report) {
+  readValue(root, report);
+  report.robot = robotOf(root);
+  report.others.clear();
+  const auto readJson = [&](const auto&... key) {
+    const auto readOne = [&](const auto& each) {
+      if (const Json::Value* const value = find(root, each.name)) report.*each.member = compactJson(*value);
+    };
+    (readOne(key), ...);
+  };
+  std::apply(readJson, robotStateJsonKeys);
+  for (const std::string& name : root.getMemberNames()) {
+    if (hasKey(keysOf<RobotStateReport>, name) || hasKey(robotStateJsonKeys, name)) continue;
+    report.others.push_back({name, compactJson(root[name])});
+  }
+}
+
 // "varType" says how "varValue" is read.
 void readGlobalVariant(const Json::Value& root, double& value) {
   constexpr int real = 1;

@@ -33,6 +33,11 @@ inline auto controllerId(char* id) {
   };
 }
 
+/// Which robot a state is of.
+int robotOf(const Json::Value& root);
+void readRobotState(const Json::Value& root, RobotStateReport& report);
+inline auto robotState(RobotStateReport& report) { return readAtOnce(readRobotState, report); }
+
 // --- positions and motion data ---
 
 /// What stands in the lists of positions and motor data where no reply has overwritten it.

@@ -1,5 +1,6 @@
 #include "kyt_host/communication/reply_handlers.h"
 
+#include <algorithm>
 #include <iostream>
 #include <utility>
 
@@ -57,6 +58,32 @@ void RecvRobotState::callBack(const char* data) {
       [&] {
         if (listener.installed()) listener(data);
       });
+}
+
+RecvRobotState::Follower::Follower(RecvRobotState& handler) : handler_(handler) {
+  const std::lock_guard lock(handler_.mutex_);
+  handler_.followers_.push_back(this);
+  ++handler_.following_;
+}
+
+RecvRobotState::Follower::~Follower() {
+  const std::lock_guard lock(handler_.mutex_);
+  auto& all = handler_.followers_;
+  all.erase(std::find(all.begin(), all.end(), this));
+  --handler_.following_;
+}
+
+std::vector<std::string> RecvRobotState::Follower::takeTexts() {
+  const std::lock_guard lock(handler_.mutex_);
+  return std::exchange(texts_, {});
+}
+
+void RecvRobotState::onStored() {
+  for (Follower* const follower : followers_) {
+    auto& texts = follower->texts_;
+    if (texts.size() == Follower::mostKept) texts.erase(texts.begin());
+    texts.push_back(text_);
+  }
 }
 
 void ReceiveSystemMessage::callBack(const char* data) {

@@ -29,8 +29,34 @@ class KYT_HOST_API RecvRobotState : public MessageBaseStrategy {
   bool wantsCallBack() const override { return callback_.load() != nullptr || listener.installed(); }
   void callBack(const char* data) override;
 
+  /// Hears every state that arrives as long as it stands, of whichever robot: several may arrive at once.
+  class KYT_HOST_API Follower {
+   public:
+    explicit Follower(RecvRobotState& handler);
+    ~Follower();
+    Follower(const Follower&) = delete;
+    Follower& operator=(const Follower&) = delete;
+
+    /// The texts that have arrived since the last call; of many the last `mostKept`.
+    std::vector<std::string> takeTexts();
+
+   private:
+    friend class RecvRobotState;
+    static constexpr std::size_t mostKept = 32;
+
+    RecvRobotState& handler_;
+    std::vector<std::string> texts_;
+  };
+
+  bool wantsEveryText() const override { return following_ > 0 || MessageBaseStrategy::wantsEveryText(); }
+
+ protected:
+  void onStored() override;
+
  private:
   std::atomic<Callback> callback_{nullptr};
+  std::atomic<unsigned int> following_{0};
+  std::vector<Follower*> followers_;
 };
 
 /// Errors and warnings that the controller pushes: only ever handed to the callback, never stored, so that nobody

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdint>
 
 #include "kyt_host/communication/communication_manager.h"
@@ -103,6 +104,28 @@ int exchange(SOCKETFD socketFd, Strategy code, const Request& request, Strategy 
     Json::Value root;
     if (read && parseJson(answer, root)) read(root);
     return SUCCESS;
+  });
+}
+
+int awaitState(SOCKETFD socketFd, const std::function<bool(const Json::Value& root)>& read) {
+  using Clock = std::chrono::steady_clock;
+  return guarded<int>(EXCEPTION, [&]() -> int {
+    const ClientManager::Client client(socketFd);
+    if (!client) return DISCONNECT;
+    constexpr auto code = static_cast<unsigned int>(Strategy::RobotState);
+    auto* const handler = dynamic_cast<RecvRobotState*>(client->getMessageByStrategy(code));
+    if (handler == nullptr) return RECEIVE_FAILED;
+    RecvRobotState::Follower follower(*handler);
+    const auto deadline = Clock::now() + std::chrono::milliseconds(replyTimeLimitMs);
+    for (bool more = true; more;) {
+      const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+      more = left > 0 && client->waitingMessage(code, static_cast<int>(left)) != nullptr;
+      for (const std::string& text : follower.takeTexts()) {
+        Json::Value root;
+        if (parseJson(text, root) && read(root)) return SUCCESS;
+      }
+    }
+    return RECEIVE_FAILED;
   });
 }
 

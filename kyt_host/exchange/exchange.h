@@ -95,6 +95,11 @@ int query(SOCKETFD socketFd, const Request& request, const Read& read) {
   return exchange(socketFd, code, request, replyTo<code>(), std::cref(read));
 }
 
+/// Waits for a robot's state that the controller pushes.
+/// @param read  gets one state after the other, until it returns true
+/// @return SUCCESS, DISCONNECT, RECEIVE_FAILED when it has not within a second, or EXCEPTION for one of the wrong shape
+int awaitState(SOCKETFD socketFd, const std::function<bool(const Json::Value& root)>& read);
+
 /// Whether the handle names a connection, for the operations that say so before they look at their arguments.
 bool connected(SOCKETFD socketFd);
 

@@ -62,6 +62,10 @@ int parse_set_zero_success(const std::string& text, int /*status*/) {
 
 int parse_get_VFD_state(const std::string& text, VFDState& state) { return decode(text, take(state)); }
 
+int parse_robot_state(const std::string& text, RobotStateReport& report) {
+  return decode(text, replies::robotState(report));
+}
+
 // --- positions and motion data ---
 
 int parse_get_specified_axis_coordinate(const std::string& text, std::vector<double>& pos) {

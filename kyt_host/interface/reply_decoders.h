@@ -7,6 +7,7 @@
 #include "kyt_host/records/conveyor.h"
 #include "kyt_host/records/io.h"
 #include "kyt_host/records/robot_parameters.h"
+#include "kyt_host/records/robot_state.h"
 #include "kyt_host/records/tool_param.h"
 #include "kyt_host/records/vision.h"
 #include "kyt_host/records/welding.h"
@@ -79,6 +80,9 @@ KYT_HOST_API int parse_set_zero_success(const std::string& text, int status);
 
 /// Reads "motor_vel", "motor_current" and "spindle_angle".
 KYT_HOST_API int parse_get_VFD_state(const std::string& text, VFDState& state);
+
+/// Reads a robot's state as the controller pushes it.
+KYT_HOST_API int parse_robot_state(const std::string& text, RobotStateReport& report);
 
 // --- positions and motion data ---
 

@@ -191,3 +191,11 @@ int set_collision_para_robot(SOCKETFD socketFd, int /*robotNum*/, CollisionPara 
                           {"pos_delay_time", para.position_delay_time_ms_value},
                           {"error_enable_time", para.error_enable_time_ms_value}}));
 }
+
+int get_robot_state_robot(SOCKETFD socketFd, int robotNum, RobotStateReport& report) {
+  return awaitState(socketFd, [&](const Json::Value& root) {
+    const bool wanted = replies::robotOf(root) == robotNum;
+    if (wanted) replies::robotState(report)(root);
+    return wanted;
+  });
+}

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "kyt_host/export.h"
+#include "kyt_host/records/robot_state.h"
 #include "kyt_host/types.h"
 
 // Servo power, errors, and the simple states and settings of a robot.
@@ -176,4 +177,12 @@ struct CollisionPara {
 KYT_HOST_API int set_collision_para_robot(SOCKETFD socketFd, int robotNum, CollisionPara para);
 inline int set_collision_para(SOCKETFD socketFd, CollisionPara para) {
   return set_collision_para_robot(socketFd, const_robot, para);
+}
+
+/// Waits for the next state of the robot that the controller pushes: nothing is sent for it, and a controller that
+/// pushes none has to be told so by its own means. Virtual controller: every 100 ms, or as it was started.
+/// @return 0; -1 when none comes within a second; -2; -5
+KYT_HOST_API int get_robot_state_robot(SOCKETFD socketFd, int robotNum, RobotStateReport& report);
+inline int get_robot_state(SOCKETFD socketFd, RobotStateReport& report) {
+  return get_robot_state_robot(socketFd, const_robot, report);
 }

@@ -152,7 +152,7 @@ inline int get_dualarm_user_coord_number(SOCKETFD socketFd, int& userNum) {
 
 /// Reads a user coordinate system of two arms.
 /// @param userNum       1..999
-/// @param pos           receives 6 values: X, Y, Z in mm and A, B, C in degrees
+/// @param pos           becomes X, Y, Z in mm and A, B, C in degrees
 /// @param locationType  how it is located, the controller's number. Virtual controller: 0 by the base.
 /// @param mechId        the arm that it belongs to. Virtual controller: the robot's number.
 /// @return as every query; -1 also for a `userNum` out of its range (nothing sent)

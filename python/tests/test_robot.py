@@ -65,7 +65,7 @@ class Robot(unittest.TestCase):
             self.assertEqual(set_it(self.robot, key, [0] * 14), 0)
         for function in functions:
             arguments = {
-                parameter.name: [] if "vector" in parameter.type else kinds.get(parameter.type, lambda: "GP0001")()
+                parameter.name: [0] * 7 * (parameter.type[:5] == "const") if "vector" in parameter.type else kinds.get(parameter.type, lambda: "GP0001")()
                 for parameter in function.parameters
             }
             with self.subTest(function=function.name):

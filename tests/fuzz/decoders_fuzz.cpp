@@ -107,7 +107,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
            parse_position_message, parse_received_extraPos, parse_get_global_pos, parse_get_global_externPosition,
            parse_get_static_search_data, parse_get_trans_coordPos, parse_get_single_cycle, parse_get_motor_payload,
            parse_get_motor_torque, parse_get_motor_speed, parse_get_line_speed_and_joint_speed, parse_get_sensor_data,
-           parse_get_globalVariant, parse_get_pos_reachable);
+           parse_get_globalVariant, parse_get_pos_reachable, parse_robot_state);
   checkAll(text, parse_get_toolNumber, parse_get_toolPara, parse_get_user_coordNumber,
            UserFrame{parse_get_user_coordPara}, UserFrameAndMore{parse_get_user_coordPara}, parse_receive4_point_result,
            parse_get_four_point_mark_result, dhParam, parse_recv_joint_param, OverloadedText{parse_receive_curJob},

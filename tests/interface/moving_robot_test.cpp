@@ -184,6 +184,22 @@ TEST_F(MovingRobot, AUserFrameFromThreePointsAgreesWithTheArithmetic) {
   EXPECT_TRUE(messages.all().empty());
 }
 
+TEST_F(MovingRobot, WhatItsNumbersMeanHasANameAndBack) {
+  int state = 0;
+  EXPECT_EQ(get_servo_state(robot, state), SUCCESS);
+  EXPECT_STREQ(to_string(ServoState(state)), "running");
+  auto mode = OperatingMode::Teach;
+  EXPECT_TRUE(from_string("remote", mode));
+  EXPECT_EQ(set_current_mode(robot, int(mode)), SUCCESS);
+  EXPECT_EQ(get_current_mode(robot, state), SUCCESS);
+  EXPECT_EQ(state, 2);
+  EXPECT_FALSE(from_string("Remote", mode = OperatingMode::Run));
+  EXPECT_EQ(mode, OperatingMode::Run);
+  EXPECT_STREQ(to_string(CoordinateSystem(5)), "unknown");
+  EXPECT_STREQ(status_text(get_servo_state(unknownHandle, state)), "not connected");
+  EXPECT_STREQ(status_text(1), "unknown status");
+}
+
 TEST_F(MovingRobot, WhereItIsSeenFromElsewhereAndWhatItCanReachAgreeWithWhereItGoes) {
   controller.edit(1, [](virtual_controller::RobotState& state) {
     state.position = {20, -20, 30, 10, 50, -40, 0};

@@ -1,5 +1,6 @@
 // The simple commands and queries of servo and state.
 
+#include <atomic>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -154,6 +155,49 @@ TEST_F(ServoAndState, WhatIsSetCanBeReadBackForEachRobot) {
   EXPECT_EQ(std::string(id.begin(), id.end()), "C-7");
   EXPECT_EQ(get_robot_running_state_robot(robot, 4, value), SUCCESS);
   EXPECT_EQ(value, 2);
+}
+
+TEST_F(ServoAndState, TheNextStateOfARobotIsNoOlderOneAndNoOtherRobots) {
+  RobotStateReport report;
+  EXPECT_EQ(parse_robot_state(R"({"servoState":3,"position":[1,2.5],"realPosMCS":[4],"stop":true,"interval":20,)"
+                              R"("typeCfg":{"b":[1, 2]},"queryType":"pos","time":1.5,"job":"A","inputs":[1],"x":2.5,)"
+                              R"("io":{"x":null}})",
+                              report),
+            SUCCESS);
+  EXPECT_EQ(
+      shown(report.robot, report.time, report.job, report.inputs, report.servoState, report.position, report.realPosACS,
+            report.realPosMCS, report.stop, report.interval, report.typeCfg, report.optional, report.queryType),
+      R"(1 1.5 A [1] 3 [1,2.5] [] [4] true 20 {"b":[1,2]}  "pos")");
+  ASSERT_EQ(report.others.size(), 2U);
+  EXPECT_EQ(report.others[0].key + report.others[0].json + report.others[1].key + report.others[1].json,
+            R"(io{"x":null}x2.5)");
+  EXPECT_EQ(parse_robot_state(R"({"robot":2,"speed":"fast"})", report), EXCEPTION);
+  EXPECT_EQ(report.robot, 1);
+
+  controller.push(Strategy::RobotState, R"({"robot":1,"speed":7})");
+  EXPECT_GE(speedOf(robot), 0);  // so that it has arrived
+  EXPECT_EQ(get_robot_state(robot, report), RECEIVE_FAILED);
+  EXPECT_EQ(report.speed, 0);
+  EXPECT_EQ(get_robot_state(unknownHandle, report), DISCONNECT);
+
+  // all of them in one piece, the one that is wanted not at its end
+  std::atomic<bool> done{false};
+  std::thread pushing([&] {
+    while (!done) {
+      controller.coalesceNext(4);
+      for (int each = 1; each <= 4; ++each) {
+        const std::string number = std::to_string(each);
+        controller.push(Strategy::RobotState, R"({"speed":4)" + number + R"(,"robot":)" + number + '}');
+      }
+      delay(5);
+    }
+  });
+  for (int each = 1; each <= 4; ++each) {
+    EXPECT_EQ(get_robot_state_robot(robot, each, report), SUCCESS) << each;
+    EXPECT_EQ(report.speed, 40 + each);
+  }
+  done = true;
+  pushing.join();
 }
 
 TEST_F(ServoAndState, PositionIsTakenWholeOrNotAtAll) {

@@ -17,7 +17,7 @@
 namespace virtual_controller {
 namespace {
 
-constexpr double gear = 100;
+constexpr double gearRatio = 100;
 
 // ---- geometry and joints
 
@@ -44,14 +44,14 @@ OptionalReply getDhParam(Model& model, const Json& request) {
   return answer;
 }
 
-/// The motors turn `gear` times as fast as the joints, in both directions alike.
+/// The motors turn `gearRatio` times as fast as the joints, in both directions alike.
 OptionalReply getJointParam(Model& model, const Json& request) {
   constexpr int encoderBits = 17;
   const auto& robot = model.robot(request);
   const auto number = numberOf("joint", request, {"axis"}, 1, int{arm::axes});
   const auto& axis = arm::table.at(static_cast<std::size_t>(number - 1));
-  const auto rpm = axis.topSpeed / 360 * 60 * gear;
-  const Json joint{{"ReducRatio", gear},
+  const auto rpm = axis.topSpeed / 360 * 60 * gearRatio;
+  const Json joint{{"ReducRatio", gearRatio},
                    {"EncoderResolution", encoderBits},
                    {"PosSWLimit", axis.highest},
                    {"NegSWLimit", axis.lowest},
@@ -74,7 +74,7 @@ OptionalReply getSingleCycle(Model& model, const Json& request) {
   const auto& robot = model.robot(request);
   std::vector<double> turns;
   for (const auto joint : jointsOf(robot.state)) {
-    const auto turned = std::fmod(joint * gear, 360);
+    const auto turned = std::fmod(joint * gearRatio, 360);
     turns.push_back(turned < 0 ? turned + 360 : turned);
   }
   return reply(Strategy::SingleCycleReply, robot.number, {"value"}, turns);
