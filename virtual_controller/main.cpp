@@ -2,23 +2,32 @@
 #include <exception>
 #include <functional>
 #include <iostream>
+#include <optional>
+#include <string>
 #include <system_error>
 
 #include <CLI/CLI.hpp>
 #include <asio/io_context.hpp>
 #include <asio/signal_set.hpp>
 
+#include "virtual_controller/outside/commands.h"
+#include "virtual_controller/outside/control_port.h"
+#include "virtual_controller/outside/standard_input.h"
 #include "virtual_controller/virtual_controller.h"
 
 namespace {
 
-constexpr int emergencyStopCode = 1001;
-
 /// Serves until SIGINT or SIGTERM; a second one ends the program at once, whatever holds it up.
-void serve(const virtual_controller::Settings& settings) {
+void serve(const virtual_controller::Settings& settings, std::optional<unsigned short> controlPort) {
   asio::io_context io;
   asio::signal_set signals(io, SIGINT, SIGTERM, SIGUSR1);
   virtual_controller::VirtualController controller(settings);
+  const auto perform = [&](const std::string& line) { return virtual_controller::performOutside(controller, line); };
+  std::optional<virtual_controller::ControlPort> control;
+  if (controlPort) {
+    control.emplace(*controlPort, perform);
+    std::cout << "virtual controller: taking commands on 127.0.0.1:" << control->port() << std::endl;
+  }
   std::cout << "virtual controller: listening on " << controller.host() << ":" << controller.port() << ", "
             << settings.robots << (settings.robots == 1 ? " robot" : " robots") << std::endl;
 
@@ -26,11 +35,14 @@ void serve(const virtual_controller::Settings& settings) {
     signals.async_wait([&](std::error_code error, int signal) {
       if (error) return;
       if (signal != SIGUSR1) return signals.clear();
-      controller.raiseError(1, emergencyStopCode, "emergency stop pressed (demo)");
+      controller.emergencyStop();
       awaitSignal();
     });
   };
   awaitSignal();
+  const virtual_controller::StandardInput input([&](const std::string& line) {
+    std::cout << perform(line) + "\n" << std::flush;
+  });
   io.run();
 }
 
@@ -42,15 +54,21 @@ int run(int argc, char** argv) {
   unsigned short servoPort = 7000;
   int servoDelay = static_cast<int>(settings.servoDelay.count());
   int statePeriod = 100;
+  std::optional<unsigned short> controlPort;
 
   CLI::App app(
-      "A robot controller that runs on this PC. SIGUSR1 presses the emergency stop of robot 1: a client sees "
-      "the error and can clear it.");
+      "A robot controller that runs on this PC. Standard input and the control port take commands, a JSON object on a "
+      "line, such as {\"command\":\"set_input\",\"port\":3,\"level\":1}. SIGUSR1 presses the emergency stop of robot "
+      "1: "
+      "a client sees the error and can clear it.");
   app.option_defaults()->always_capture_default();
   app.add_option("--host", settings.host, "address to listen on");
   app.add_option("--port", settings.port, "control port; 0: the system chooses");
   app.add_option("--file-port", filePort, "file server's port, which hosts expect to be 5000; 0: the system chooses");
   app.add_option("--servo-port", servoPort, "second port with the same service; 0: the system chooses");
+  app.add_option("--control-port", controlPort,
+                 "port on loopback that takes commands; 0: the system chooses; none if not given")
+      ->type_name("PORT");
   app.add_option("--data", settings.dataDirectory, "folder for jobs, logs and configuration; empty: a temporary one");
   app.add_option("--robots", settings.robots, "number of robots")->check(CLI::Range(1, 4));
   app.add_option("--remote-programs", settings.remotePrograms,
@@ -65,6 +83,7 @@ int run(int argc, char** argv) {
   app.add_option("--state-period", statePeriod, "ms between two pushes of the robots' states; 0: never")
       ->type_name("MS")
       ->check(CLI::Range(0, 3'600'000));
+  app.add_flag("--lenient", settings.lenient, "run blocks of if, while and until lines once, instead of refusing them");
   app.add_flag("--verbose", settings.verbose, "print each request, reply and event");
   CLI11_PARSE(app, argc, argv);
 
@@ -72,7 +91,7 @@ int run(int argc, char** argv) {
   settings.filePort = filePort;
   settings.servoDelay = std::chrono::milliseconds(servoDelay);
   settings.statePeriod = std::chrono::milliseconds(statePeriod);
-  serve(settings);
+  serve(settings, controlPort);
   return 0;
 }
 

@@ -1,5 +1,6 @@
 #include "virtual_controller/model.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "virtual_controller/motion/coordinates.h"
@@ -48,6 +49,11 @@ Pose Model::flangePose(const Robot& robot) const { return toPose(flangeNow(robot
 
 Pose Model::toolPose(const Robot& robot) const { return toPose(toolNow(robot.state)); }
 
+void Model::remark(const Remark& remark) {
+  const auto same = [&](const Remark& each) { return each.text == remark.text; };
+  if (std::none_of(remarks_.begin(), remarks_.end(), same)) remarks_.push_back(remark);
+}
+
 void Model::clientGone(std::size_t client) {
   for (auto& robot : robots_) {
     if (robot.jogger == client) mover_.stopJogging(robot);
@@ -80,8 +86,13 @@ void Model::setPower(Robot& robot, bool on) {
 
 std::optional<Refusal> Model::whatKeepsOff(const Robot& robot) const {
   const auto name = "robot " + std::to_string(robot.number);
-  if (robot.state.servoState == servoError)
+  if (robot.state.servoState == servoError) {
     return Refusal(SystemCode::WrongState, name + " has an error: clear it first");
+  }
+  if (ioWatch_.quickStopActive(robot)) return Refusal(SystemCode::KeptSafe, name + ": a quick stop is active");
+  if (robot.state.mode == teachMode && ioWatch_.enablingSwitch() == false) {
+    return Refusal(SystemCode::KeptSafe, name + ": the enabling switch that is wired is not held");
+  }
   return std::nullopt;
 }
 

@@ -45,8 +45,8 @@ class Model {
     remarks_.clear();
   }
   std::size_t client() const { return client_; }
-  /// A warning that the client gets beside its reply.
-  void remark(SystemCode code, std::string text) { remarks_.push_back({code, std::move(text)}); }
+  /// A warning that the client gets beside its reply, once.
+  void remark(const Remark& remark);
   const std::vector<Remark>& remarks() const { return remarks_; }
   /// An arm that the client was jogging stops.
   void clientGone(std::size_t client);

@@ -1,6 +1,8 @@
 #include "virtual_controller/virtual_controller.h"
 
 #include <optional>
+#include <stdexcept>
+#include <string>
 #include <utility>
 
 #include "virtual_controller/virtual_controller_impl.h"
@@ -8,6 +10,14 @@
 // Every function locks and forwards.
 
 namespace virtual_controller {
+namespace {
+
+std::size_t indexOf(const char* kind, int port, int ports) {
+  if (port >= 1 && port <= ports) return static_cast<std::size_t>(port - 1);
+  throw std::out_of_range("there is no " + std::string(kind) + " " + std::to_string(port));
+}
+
+}  // namespace
 
 VirtualController::VirtualController(Settings settings) : impl_(std::make_unique<Impl>(std::move(settings))) {}
 VirtualController::~VirtualController() = default;
@@ -34,8 +44,21 @@ void VirtualController::editController(const std::function<void(ControllerState&
   impl_->locked()->edit([&](Model& model) { change(model.controller); });
 }
 
+int VirtualController::robots() const { return impl_->settings.robots; }
+
 void VirtualController::setDigitalInput(int port, int level) {
-  editController([&](ControllerState& state) { state.io.inputs.at(static_cast<std::size_t>(port - 1)) = level; });
+  const auto index = indexOf("digital input", port, digitalPorts);
+  if (level != 0 && level != 1) throw std::out_of_range("there is no level " + std::to_string(level));
+  editController([&](ControllerState& state) { state.io.inputs[index] = level; });
+}
+
+void VirtualController::setAnalogInput(int port, double value) {
+  const auto index = indexOf("analog input", port, analogPorts);
+  editController([&](ControllerState& state) { state.io.analogInputs[index] = value; });
+}
+
+void VirtualController::emergencyStop(int robot) {
+  raiseError(robot, static_cast<int>(SystemCode::EmergencyStop), "emergency stop pressed");
 }
 
 void VirtualController::raiseError(int robot, int code, const std::string& text) {
@@ -51,6 +74,8 @@ void VirtualController::raiseWarning(int robot, int code, const std::string& tex
 void VirtualController::answer(Strategy request, Strategy reply, const std::string& text, int times) {
   impl_->locked()->script.add(request, Script::Answer{reply, text}, times);
 }
+
+void VirtualController::refuse(Strategy request, int times) { impl_->locked()->refuseRequests(request, times); }
 
 void VirtualController::silence(Strategy request, int times) {
   impl_->locked()->script.add(request, std::nullopt, times);

@@ -53,9 +53,16 @@ class KYT_HOST_API VirtualController {
   ControllerState controller() const;
   void editController(const std::function<void(ControllerState&)>& change);
 
-  /// Changes what is wired to an input, to level 0 or 1. Throws std::out_of_range for a port that does not exist.
-  void setDigitalInput(int port, int level);
+  int robots() const;  ///< how many there are
 
+  // ---- the outside world. The program takes the same as commands, see docs/virtual_controller.md.
+
+  /// Changes what is wired to an input, to level 0 or 1. Throws std::out_of_range for a port or a level that does not
+  /// exist.
+  void setDigitalInput(int port, int level);
+  void setAnalogInput(int port, double value);
+  /// Puts the robot in the error state, as `raiseError` does, with the text "emergency stop pressed".
+  void emergencyStop(int robot = 1);
   /// Puts the robot in the error state (servo state 2) until a client clears it, and pushes an error frame.
   void raiseError(int robot, int code, const std::string& text);
   /// Pushes a warning frame; changes nothing.
@@ -66,6 +73,8 @@ class KYT_HOST_API VirtualController {
 
   /// The next `times` requests get `text` under `reply`.
   void answer(Strategy request, Strategy reply, const std::string& text, int times = 1);
+  /// The next `times` requests are refused, in an error frame; a negative number means all of them until `clearScript`.
+  void refuse(Strategy request, int times = 1);
   /// The next `times` requests get nothing; a negative number means all of them until `unsilence`.
   void silence(Strategy request, int times = 1);
   /// Takes back the silences of a request code.

@@ -110,6 +110,14 @@ void VirtualController::Impl::coalesce(int frames) {
   if (coalesced_ == 0) release();
 }
 
+void VirtualController::Impl::refuseRequests(Strategy request, int times) {
+  const auto found = operations_.find(request);
+  const auto name = found == operations_.end() ? hexText(request) : found->second.name;
+  const auto message = Model::systemMessage(Strategy::ErrorMessage, model.controller.currentRobot,
+                                            static_cast<int>(SystemCode::AsScripted), name + ": refused, as ordered");
+  script.add(request, Script::Answer{Strategy::ErrorMessage, dumped(message)}, times);
+}
+
 void VirtualController::Impl::clearScript() {
   script = {};
   setSplitting(false);

@@ -67,6 +67,7 @@ class __attribute__((visibility("hidden"))) VirtualController::Impl final : publ
   void setReading(bool enable);
   void setSplitting(bool enable) { line_.splitting = enable; }
   void coalesce(int frames);
+  void refuseRequests(Strategy request, int times);
   void clearScript();
   std::vector<std::string> unusedScript() const;
 

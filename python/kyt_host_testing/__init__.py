@@ -2,23 +2,25 @@
 
     with VirtualController() as controller:
         robot = _kyt_host.connect_robot(controller.host, controller.port)
+        controller.set_input(3, 1)
 """
 
+import json
 import os
 import re
 import shutil
-import signal
+import socket
 import subprocess
 import tempfile
 import time
 from pathlib import Path
 from types import TracebackType
-from typing import Optional, Type
+from typing import Any, Dict, List, Optional, Type
 
 __all__ = ["VirtualController"]
 
-_DEFAULTS = {"--host": "127.0.0.1", "--servo-port": "0", "--file-port": "0"}
-_READY = re.compile(r"virtual controller: listening on (\S+):(\d+),")
+_DEFAULTS = {"--host": "127.0.0.1", "--servo-port": "0", "--file-port": "0", "--control-port": "0"}
+_READY = re.compile(r"taking commands on (\S+):(\d+)\n.*listening on (\S+):(\d+),", re.DOTALL)
 
 
 class VirtualController:
@@ -39,6 +41,7 @@ class VirtualController:
         for option, value in _DEFAULTS.items():
             self._command += [] if option in arguments else [option, value]
         self._process: Optional["subprocess.Popen[bytes]"] = None
+        self._control: Optional[socket.socket] = None
         self.host, self.port = "127.0.0.1", "0"
         self.start()
 
@@ -60,10 +63,14 @@ class VirtualController:
                     self.stop()
                     raise RuntimeError("the virtual controller has not started: " + text.strip())
                 time.sleep(0.01)
-        self.host, self.port = ready.groups()
+        control_host, control_port, self.host, self.port = ready.groups()
+        self._control = socket.create_connection((control_host, int(control_port)), self._timeout)
 
     def stop(self) -> None:
         """Stops it, whatever it is doing. Connections to it break."""
+        if self._control is not None:
+            self._control.close()
+            self._control = None
         if self._process is None:
             return
         self._process.terminate()
@@ -74,11 +81,76 @@ class VirtualController:
             self._process.wait()
         self._process = None
 
-    def raise_error(self) -> None:
-        """Presses the emergency stop of robot 1: its servo state becomes 2, and the controller sends an error."""
-        if self._process is None:
+    # The outside world. What the controller does not take, is raised as a ValueError with its reason.
+
+    def set_input(self, port: int, level: int) -> None:
+        """Changes what is wired to a digital input, 1..32, to level 0 or 1."""
+        self.perform("set_input", port=port, level=level)
+
+    def set_analog_input(self, port: int, value: float) -> None:
+        """Changes what is wired to an analog input, 1..16."""
+        self.perform("set_analog_input", port=port, value=value)
+
+    def emergency_stop(self, robot: int = 1) -> None:
+        """Presses the emergency stop of a robot: its servo state becomes 2, and the controller sends an error."""
+        self.perform("emergency_stop", robot=robot)
+
+    def raise_error(self, code: Optional[int] = None, text: str = "", robot: int = 1) -> None:
+        """Lets a robot have an error; without a code it is the emergency stop's."""
+        if code is None:
+            self.emergency_stop(robot)
+        else:
+            self.perform("raise_error", robot=robot, code=code, text=text)
+
+    def refuse(self, code: int, times: int = 1) -> None:
+        """Answers the next requests of this code with an error frame; all of them, if `times` is negative."""
+        self.perform("refuse", code=code, times=times)
+
+    def silence(self, code: int, times: int = 1) -> None:
+        """Lets the next requests of this code go without an answer; all of them, if `times` is negative."""
+        self.perform("silence", code=code, times=times)
+
+    def unsilence(self, code: int) -> None:
+        """Takes back the silences of a request code."""
+        self.perform("unsilence", code=code)
+
+    def delay(self, ms: int) -> None:
+        """Lets replies leave this much later, in order."""
+        self.perform("delay", ms=ms)
+
+    def cut(self) -> None:
+        """Cuts the line: connections break, and new ones are refused until `restore`. The robots live on."""
+        self.perform("cut")
+
+    def restore(self) -> None:
+        """Takes connections again, on the same port."""
+        self.perform("restore")
+
+    def requests(self, code: Optional[int] = None) -> List[Dict[str, Any]]:
+        """The latest requests, of one code or of all: "code", "text" as it came, and number of the "connection"."""
+        found: List[Dict[str, Any]] = self.perform("requests", **({} if code is None else {"code": code}))
+        return found
+
+    def state(self) -> Dict[str, Any]:
+        """What inputs, outputs, variables and robots are like now."""
+        found: Dict[str, Any] = self.perform("state")
+        return found
+
+    def perform(self, command: str, **values: Any) -> Any:
+        """Any command of the control port, with its values; returns its result."""
+        if self._control is None:
             raise RuntimeError("the virtual controller does not run")
-        self._process.send_signal(signal.SIGUSR1)
+        self._control.sendall(json.dumps({"command": command, **values}).encode() + b"\n")
+        line = b""
+        while not line.endswith(b"\n"):
+            more = self._control.recv(65536)
+            if not more:
+                raise RuntimeError("the virtual controller has ended")
+            line += more
+        answer = json.loads(line)
+        if not answer["ok"]:
+            raise ValueError(answer["error"])
+        return answer.get("result")
 
     def __enter__(self) -> "VirtualController":
         return self

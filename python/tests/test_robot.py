@@ -5,7 +5,7 @@ import re
 import unittest
 
 import _kyt_host as kyt
-from support import HEADERS, start_controller
+from support import HEADERS, VirtualController, start_controller
 
 
 def filled(record):
@@ -31,6 +31,30 @@ class Robot(unittest.TestCase):
             self.assertEqual(kyt.get_current_position(self.robot, 0, where), 0)
         self.assertEqual(kyt.get_current_position(self.robot, 0, where), 0)
         self.assertEqual([round(each, 6) for each in where], self.move.targetPosValue)
+
+    def test_the_outside_world_is_at_hand(self):
+        inputs, analog, state = kyt.VectorInt(), kyt.VectorDouble(), kyt.IntRef()
+        with VirtualController("--state-period", "0") as controller:
+            robot = kyt.connect_robot(controller.host, controller.port)
+            controller.set_input(3, 1)
+            controller.set_analog_input(2, 4.5)
+            self.assertEqual((kyt.get_digital_input(robot, inputs), inputs[:4]), (0, [0, 0, 1, 0]))
+            self.assertEqual((kyt.get_analog_input(robot, analog), analog[:2]), (0, [0, 4.5]))
+            controller.emergency_stop()
+            self.assertEqual(kyt.get_servo_state(robot, state), [0, 2])
+            self.assertEqual(controller.state()["robots"][0]["error"], "emergency stop pressed")
+            for fault in (controller.refuse, controller.silence):
+                fault(0x2602)
+                self.assertEqual(kyt.get_speed(robot, 0)[0], kyt.RECEIVE_FAILED)
+            controller.delay(1)
+            self.assertEqual(kyt.get_speed(robot, 0), [0, 50])
+            self.assertEqual([each["text"] for each in controller.requests(0x2602)], ['{"robot":1}'] * 3)
+            with self.assertRaisesRegex(ValueError, "there is no digital input 99"):
+                controller.set_input(99, 1)
+            controller.cut()
+            self.assertLess(kyt.connect_robot(controller.host, controller.port), 0)
+            controller.restore()
+            self.assertGreater(kyt.connect_robot(controller.host, controller.port), 0)
 
     def test_what_is_set_can_be_read_back(self):
         robot, alarm = self.robot, kyt.AlarmdIO(msg="Tür offen", enable=1)
@@ -108,6 +132,7 @@ class Robot(unittest.TestCase):
         self.assertEqual(kyt.get_remote_param(robot, 2, 0, False, 0, 0, 0), [0, 40, True, 9, 3, 10])
         self.assertEqual(kyt.set_hard_enable_port(robot, 1, 5, 6), 0)
         self.assertEqual(kyt.get_hard_enable_port(robot, 0, 0, 0), [0, 1, 5, 6])
+        self.assertEqual(kyt.set_hard_enable_port(robot, 0, 5, 6), 0)  # nobody holds the switch for the other tests
         self.assertEqual(kyt.set_IO_reset_function(robot, 1, 2, [1, 0, 1], [0, 0, 1]), 0)
         self.assertEqual(kyt.get_IO_reset_function(robot, 1, 2, enable, value), 0)
         self.assertEqual((enable[:4], value[:4]), ([1, 0, 1, 0], [0, 0, 1, 0]))

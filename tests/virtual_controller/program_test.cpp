@@ -10,6 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <spawn.h>
@@ -30,14 +31,15 @@ bool comesTrue(Condition condition) {
   return true;
 }
 
-/// The executable `virtual_controller`, its output read through a pipe.
+/// The executable `virtual_controller`, its input and its output pipes.
 class Program {
  public:
   explicit Program(std::vector<std::string> arguments) {
-    int ends[2];
-    if (pipe(ends) != 0) throw std::runtime_error("no pipe");
+    int ends[2], input[2];
+    if (pipe(ends) != 0 || pipe2(input, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, ends[1], STDERR_FILENO);
     arguments.insert(arguments.begin(), VIRTUAL_CONTROLLER_PROGRAM);
@@ -48,11 +50,20 @@ class Program {
       throw std::runtime_error("no program");
     posix_spawn_file_actions_destroy(&actions);
     close(ends[1]);
+    close(input[0]);
+    input_ = input[1];
     output_ = fdopen(ends[0], "r");
   }
   ~Program() {
     if (id_ != 0) kill(id_, SIGKILL);
     fclose(output_);
+    close(input_);
+  }
+
+  /// The answer to a line on its standard input.
+  std::string tell(const std::string& text) {
+    EXPECT_EQ(write(input_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    return line();
   }
 
   std::string line() {
@@ -88,6 +99,7 @@ class Program {
  private:
   pid_t id_ = 0;
   FILE* output_ = nullptr;
+  int input_ = -1;
 };
 
 }  // namespace
@@ -117,6 +129,48 @@ TEST(VirtualControllerProgram, ServesUntilItIsToldToStop) {
   program.signal(SIGTERM);
   EXPECT_EQ(program.exitCode(), 0);
   EXPECT_EQ(client.receiveSome(), "");
+}
+
+// Standard input and the control port take the same commands.
+TEST(VirtualControllerProgram, TakesCommandsFromOutside) {
+  Program program(
+      {"--port", "0", "--servo-port", "0", "--file-port", "0", "--state-period", "0", "--control-port", "0"});
+  const auto control = program.port();
+  FrameClient client(program.port());
+  FrameClient outside(control);
+  const auto tell = [&](const std::string& text) {
+    outside.sendRaw(text);
+    return outside.receiveSome();
+  };
+  const std::string done = "{\"ok\":true}\n";
+  EXPECT_EQ(program.tell("{\"command\":\"set_input\",\"port\":1,\"level\":1}\n"), done);
+  EXPECT_EQ(tell("{\"command\":\"set_input\",\"port\":3,\"level\":1}\n"), done);
+  EXPECT_EQ(client.ask(Strategy::GetDigitalInput, "{}")->text.find(R"({"robot":1,"status":[1,0,1,0)"), 0U);
+  for (const auto* const wrong :
+       {R"({"command":"set_input","port":33,"level":1})", R"({"command":"set_input","port":3,"level":2})",
+        R"({"command":"set_input","port":3})", R"({"command":"fly"})", R"({"command":"refuse","code":"0xZZ"})", "{"}) {
+    EXPECT_EQ(tell(wrong + std::string("\n")).substr(0, 10), "{\"error\":\"") << wrong;
+  }
+  EXPECT_EQ(tell("{\"command\":\"refuse\",\"code\":\"0x2602\"}\n"), done);
+  EXPECT_EQ(client.ask(Strategy::GetSpeed, "{}")->text,
+            R"({"code":18,"data":"get_speed: refused, as ordered","kind":2,"robot":1})");
+  EXPECT_EQ(tell("{\"command\":\"requests\",\"code\":9730}\n"),
+            "{\"ok\":true,\"result\":[{\"code\":9730,\"connection\":1,\"text\":\"{}\"}]}\n");
+  EXPECT_EQ(tell("{\"command\":\"emergency_stop\"}\n"), done);
+  EXPECT_EQ(client.receive()->text, R"({"code":1001,"data":"emergency stop pressed","kind":2,"robot":1})");
+  EXPECT_EQ(tell("{\"command\":\"cut\"}\n"), done);
+  EXPECT_EQ(client.receiveSome(), "");
+  EXPECT_EQ(tell("{\"command\":\"restore\"}\n"), done);
+
+  FrameClient browser(control), flood(control);
+  browser.sendRaw("POST / HTTP/1.1\r\n\r\n{\"command\":\"emergency_stop\"}\n");
+  flood.sendRaw(std::string(100'000, ' '));
+  for (auto* each : {&browser, &flood}) {
+    EXPECT_EQ(each->receiveSome(), "{\"error\":\"no JSON object on a line of up to 64 KiB\",\"ok\":false}\n");
+    EXPECT_EQ(each->receiveSome(), "");
+  }
+  program.signal(SIGTERM);
+  EXPECT_EQ(program.exitCode(), 0);
 }
 
 TEST(VirtualControllerProgram, EndsOnEitherSignalAndTakesItsFolderAlong) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <deque>
 #include <optional>
 #include <string>
 #include <vector>
@@ -22,7 +23,7 @@ struct IoPoint {
   int value{};
 };
 
-/// What the controller tells when a digital port changes to a level. Its code is the number of the port, and 2000 for
+/// What the controller tells when a digital port has a level. Its code is the number of the port, and 2000 for
 /// an input or 3000 for an output.
 struct AlarmText {
   int type{};    ///< 2: an error of the current robot; else a warning
@@ -74,10 +75,10 @@ struct RemoteInputs {
 enum class RemoteCommand { FaultReset, Start, Pause, Stop };
 
 struct RemoteParameters {
-  int defaultSpeed = 10;  ///< what the robot's speed becomes when remote mode begins
-  bool reserveIsStart = false;
-  int waitingTime = 1;
-  int reserveTriggerTime = 0;
+  int defaultSpeed = 10;        ///< what the robot's speed becomes when remote mode begins
+  bool reserveIsStart = false;  ///< an input that selects a program while one runs, reserves its start
+  int waitingTime = 1;          ///< ms between the end of a program and a reserved one
+  int reserveTriggerTime = 0;   ///< ms for which the input has to keep its level
 };
 
 struct RemoteJob {
@@ -85,8 +86,9 @@ struct RemoteJob {
   int times{};
 };
 
-/// RobotState::mode in which a robot is run from outside.
-inline constexpr int remoteMode = 2;
+// values of RobotState::mode
+inline constexpr int teachMode = 0;   ///< in which the enabling switch counts
+inline constexpr int remoteMode = 2;  ///< in which a robot is run from outside
 
 /// How a robot is run in remote mode. The lists have an entry for each remote program.
 struct RemoteMode {
@@ -112,10 +114,11 @@ struct RemoteMode {
   IoPoint outageRecover;                ///< an output
   std::vector<IoPoint> programOutputs;  ///< show a program's state
   std::vector<RemoteJob> jobs;
-  int selectedProgram = 0;  ///< counted from 1; 0: none was selected
+  int selectedProgram = 0;   ///< counted from 1; 0: none was selected
+  std::deque<int> reserved;  ///< programs to run when the one that runs has ended
 };
 
-/// A safety function with two channels; one that changes to its level is enough.
+/// A safety function with two channels; one that has its level is enough. Its times are only kept.
 struct SafetyInput {
   int port1{};
   int port2{};
@@ -133,9 +136,10 @@ struct SafetyIo {
   SafetyInput safeScreen;  ///< pauses the robot
 };
 
-/// The inputs that the enabling switch is wired to.
+/// The inputs that the enabling switch is wired to; it is held while they are at 1. In teach mode power goes on and off
+/// with it.
 struct DeadmanPorts {
-  int mode{};
+  int mode{};  ///< 0: it is not wired
   int one{};
   int two{};
 };

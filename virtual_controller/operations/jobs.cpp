@@ -78,9 +78,9 @@ std::size_t lineIndex(const Json& request, const Keys& keys, const Job& job) {
 
 /// What the line, or the change of the job, does not do.
 void remarkOn(Model& model, const Model::Robot& robot, const Line& line) {
-  if (const auto remark = remarkOn(line)) model.remark(remark->code, remark->text);
+  if (const auto remark = remarkOn(line)) model.remark(*remark);
   if (model.runner(robot).uses(openJob(robot))) {
-    model.remark(SystemCode::TakesEffectLater, "job " + openJob(robot) + " is under way: it goes on as it was");
+    model.remark({SystemCode::TakesEffectLater, "job " + openJob(robot) + " is under way: it goes on as it was"});
   }
 }
 
@@ -183,7 +183,7 @@ OptionalReply setRunTimes(Model& model, const Json& request) {
   auto& robot = model.robot(request);
   const auto times = integer(request, {"index"});
   if (times < 0) throw Refusal(SystemCode::OutOfRange, "a job cannot be run less than once");
-  if (times == 0) model.remark(SystemCode::RunsWithoutEnd, "0 times: the job runs until it is stopped");
+  if (times == 0) model.remark({SystemCode::RunsWithoutEnd, "0 times: the job runs until it is stopped"});
   robot.state.runTimes = times;
   return reply(Strategy::JobRunTimesReply, robot.number, {"index"}, times);
 }

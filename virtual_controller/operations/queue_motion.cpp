@@ -34,7 +34,7 @@ void append(Model& model, const Json& request) {
     for (const auto& line : list) {
       try {
         auto read = model.lineFrom(line);
-        if (const auto remark = remarkOn(read)) model.remark(remark->code, place() + ": " + remark->text);
+        if (const auto remark = remarkOn(read)) model.remark({remark->code, place() + ": " + remark->text});
         lines.push_back(std::move(read));
       } catch (const Refusal& refusal) {
         throw Refusal(refusal.code(), place() + ": " + refusal.what() + "; none of the lines was taken");

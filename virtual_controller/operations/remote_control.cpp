@@ -50,6 +50,16 @@ const Fields<SafetyInput> quickStopFields{
     {{"shieldTime"}, &SafetyInput::shieldTime},
 };
 
+/// A port that is not there, or a level that none has, is kept and has no effect. 0 stands for no port.
+IoPoint checked(Model& model, const IoPoint& point) {
+  if (point.port < 0 || point.port > digitalPorts) {
+    model.remark({SystemCode::NothingHappens, "a port above " + std::to_string(digitalPorts) + " has no effect"});
+  } else if (point.value != 0 && point.value != 1) {
+    model.remark({SystemCode::NothingHappens, "a level that is neither 0 nor 1 has no effect"});
+  }
+  return point;
+}
+
 /// A list with an entry for each remote program; those that the request leaves out are empty.
 template <class Entry>
 std::vector<Entry> forPrograms(std::vector<Entry> entries, const RemoteMode& remote) {
@@ -71,6 +81,12 @@ Reply remoteReply(Strategy code, const Model::Robot& robot) {
 void setParameters(Model& model, const Json& request) {
   auto& remote = model.robot(request).state.remote;
   const auto parameters = recordFrom(request, parameterFields);
+  if (parameters.defaultSpeed < 1 || parameters.defaultSpeed > 100) {
+    throw Refusal(SystemCode::OutOfRange, "the default speed is 1 to 100 percent");
+  }
+  if (parameters.waitingTime < 0 || parameters.reserveTriggerTime < 0) {
+    throw Refusal(SystemCode::OutOfRange, "a time is 0 or more");
+  }
   if (!remote.older && find(request, {"remoteProgramNum"})) {
     remote.setProgramCount(numberOf("number of remote programs", request, {"remoteProgramNum"},
                                     RemoteMode::fewestPrograms, RemoteMode::mostPrograms));
@@ -92,10 +108,14 @@ void setFunction(Model& model, const Json& request) {
   const auto& ports = object(request, {"inPort"});
   const auto& values = object(request, {"inValue"});
   RemoteInputs inputs;
-  for (const auto& [key, input] : inputKeys) inputs.*input = {integer(ports, {key}), integer(values, {key})};
+  for (const auto& [key, input] : inputKeys) {
+    inputs.*input = checked(model, {integer(ports, {key}), integer(values, {key})});
+  }
   if (find(request, {"program"})) {
     std::vector<IoPoint> points;
-    for (const auto& point : array(request, {"program"})) points.push_back(recordFrom(point, pointFields));
+    for (const auto& point : array(request, {"program"})) {
+      points.push_back(checked(model, recordFrom(point, pointFields)));
+    }
     remote.programInputs = forPrograms(std::move(points), remote);
   }
   remote.inputs = inputs;
@@ -122,19 +142,22 @@ const char* outageValueKey(const RemoteMode& remote) {
   return remote.older ? "outagerecover_value" : "outagerecoverValue";
 }
 
-std::vector<IoPoint> numberedPoints(const Json& tips) {
+std::vector<IoPoint> numberedPoints(Model& model, const Json& tips) {
   std::vector<IoPoint> points;
   for (std::size_t number = 1; number <= RemoteMode::fewestPrograms; ++number) {
-    points.push_back({integer(tips, {programKey(number).c_str()}), integer(tips, {programValueKey(number).c_str()})});
+    points.push_back(checked(
+        model, {integer(tips, {programKey(number).c_str()}), integer(tips, {programValueKey(number).c_str()})}));
   }
   return points;
 }
 
-std::vector<IoPoint> listedPoints(const Json& tips) {
+std::vector<IoPoint> listedPoints(Model& model, const Json& tips) {
   const auto ports = integers(tips, {"program"});
   const auto values = integers(tips, {"program_value"});
   std::vector<IoPoint> points;
-  for (std::size_t i = 0; i < ports.size(); ++i) points.push_back({ports[i], i < values.size() ? values[i] : 0});
+  for (std::size_t i = 0; i < ports.size(); ++i) {
+    points.push_back(checked(model, {ports[i], i < values.size() ? values[i] : 0}));
+  }
   return points;
 }
 
@@ -143,8 +166,8 @@ void setTips(Model& model, const Json& request) {
   const auto& list = array(request, {"outPut"});
   if (list.empty()) throw Refusal(SystemCode::MissingKey, "no outputs are given");
   const auto& tips = list.front();
-  const IoPoint outage{integer(tips, {"outagerecover"}), integer(tips, {outageValueKey(remote)})};
-  remote.programOutputs = forPrograms(remote.older ? numberedPoints(tips) : listedPoints(tips), remote);
+  const auto outage = checked(model, {integer(tips, {"outagerecover"}), integer(tips, {outageValueKey(remote)})});
+  remote.programOutputs = forPrograms(remote.older ? numberedPoints(model, tips) : listedPoints(model, tips), remote);
   remote.outageRecover = outage;
 }
 
@@ -173,7 +196,9 @@ OptionalReply getTips(Model& model, const Json& request) {
 void setPrograms(Model& model, const Json& request) {
   auto& remote = model.robot(request).state.remote;
   std::vector<RemoteJob> jobs;
-  for (const auto& job : array(request, {"jobFile"})) jobs.push_back({name(job, {"name"}), integer(job, {"times"})});
+  for (const auto& job : array(request, {"jobFile"})) {
+    jobs.push_back({name(job, {"name"}), numberOf("number of times", job, {"times"}, 0, 1'000'000)});
+  }
   remote.jobs = forPrograms(std::move(jobs), remote);
 }
 
@@ -189,7 +214,10 @@ OptionalReply getPrograms(Model& model, const Json& request) {
 // ---- enabling switch and safety
 
 void setDeadmanPorts(Model& model, const Json& request) {
-  model.controller.deadmanPorts = recordFrom(request, deadmanFields);
+  const auto ports = recordFrom(request, deadmanFields);
+  checked(model, {ports.one, 0});
+  checked(model, {ports.two, 0});
+  model.controller.deadmanPorts = ports;
 }
 
 OptionalReply getDeadmanPorts(Model& model, const Json& request) {
@@ -200,8 +228,13 @@ OptionalReply getDeadmanPorts(Model& model, const Json& request) {
 
 void setSafety(Model& model, const Json& request) {
   auto& safety = model.robot(request).state.safety;
-  safety = {recordFrom(object(request, {"quickStop"}), quickStopFields),
-            recordFrom(object(request, {"safeScreen"}), screenFields)};
+  const SafetyIo wanted{recordFrom(object(request, {"quickStop"}), quickStopFields),
+                        recordFrom(object(request, {"safeScreen"}), screenFields)};
+  for (const auto& input : {wanted.quickStop, wanted.safeScreen}) {
+    checked(model, {input.port1, input.value1});
+    checked(model, {input.port2, input.value2});
+  }
+  safety = wanted;
 }
 
 OptionalReply getSafety(Model& model, const Json& request) {

@@ -42,7 +42,7 @@ OptionalReply setServoPower(Model& model, const Json& request) {
     }
   }
   if (reasons.size() == model.robots().size()) throw reasons.front();
-  for (const auto& reason : reasons) model.remark(SystemCode::StayedWithoutPower, reason.what());
+  for (const auto& reason : reasons) model.remark({SystemCode::StayedWithoutPower, reason.what()});
   return reply(Strategy::ServoPowerReply, model.controller.currentRobot, {"deadman"}, deadman);
 }
 

@@ -51,8 +51,8 @@ void put(Json& object, const std::array<const char*, size>& keys, const std::arr
 template <class Map>
 void remarkIfUnset(Model& model, const Map& map, int number, const std::string& thing, const std::string& countsAs) {
   if (number == 0 || map.count(number) != 0) return;
-  model.remark(SystemCode::HasNoValues,
-               thing + " " + std::to_string(number) + " has no values yet: it counts as " + countsAs);
+  model.remark(
+      {SystemCode::HasNoValues, thing + " " + std::to_string(number) + " has no values yet: it counts as " + countsAs});
 }
 
 void setToolNumber(Model& model, const Json& request) {

@@ -67,6 +67,7 @@ void Runner::begin(Program program, int times, int steps) {
   model_.mover().stop(robot_);
   job_ = std::move(program);
   robot_.state.openJob = job_.job;
+  remoteProgram_ = 0;
   timesLeft_ = times;
   stepsLeft_ = steps;
   setState(runningOn);
@@ -90,7 +91,8 @@ void Runner::runRemotely() {
     if (robot_.state.runningState == runningPaused) return resume();
     if (remote.selectedProgram == 0) throw Refusal(SystemCode::WrongState, "no program is selected");
     const auto& job = remote.jobs[static_cast<std::size_t>(remote.selectedProgram) - 1];
-    run(job.name, 1, job.times);
+    run(job.name, 1, std::max(job.times, 1));
+    remoteProgram_ = remote.selectedProgram;
   } catch (const Refusal& refusal) {
     model_.reportError(robot_, static_cast<int>(SystemCode::RemoteStartFailed), refusal.what());
   }
@@ -133,6 +135,7 @@ void Runner::resume() {
 }
 
 void Runner::stop() {
+  robot_.state.remote.reserved.clear();
   model_.mover().stop(robot_);
   if (active()) finish();
 }
@@ -141,6 +144,7 @@ void Runner::finish() {
   ++turn_;
   waiting_ = Waiting::ForTurn;
   stepsLeft_ = 0;
+  remoteProgram_ = 0;
   queue_ = {};
   queueWeight_ = 0;
   moreLines_ = false;

@@ -37,6 +37,8 @@ class Runner {
   void runFromBreakPoint(const std::string& job);
   /// What an input asks for: to go on with what is paused, or to run the selected remote program.
   void runRemotely();
+  /// The remote program that is under way; 0 when it is none.
+  int remoteProgram() const { return remoteProgram_; }
 
   /// Makes a line of a job the one to go on with, unless a program is under way.
   void select(const std::string& job, int line);
@@ -52,6 +54,7 @@ class Runner {
   void pause();
   /// Refuses when nothing is paused.
   void resume();
+  /// Takes back reserved starts as well.
   void stop();
 
   /// Queue motion goes on and off with no lines waiting.
@@ -107,6 +110,7 @@ class Runner {
   Program job_;  ///< also after it has been stopped
   int timesLeft_ = 0;
   int stepsLeft_ = 0;  ///< 0: no step
+  int remoteProgram_ = 0;
   Program queue_;
   bool queueOpen_ = false;
   std::size_t queueWeight_ = 0;
