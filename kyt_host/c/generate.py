@@ -89,7 +89,7 @@ class Function(NamedTuple):
 
     def prototype(self) -> str:
         parameters = [each for argument in self.arguments for each in argument.declared]
-        return f"{self.result}{'' if self.result.endswith('*') else ' '}{self.name}({', '.join(parameters) or 'void'})"
+        return f"{self.result} {self.name}({', '.join(parameters) or 'void'})"
 
 
 class Generator:
@@ -255,7 +255,9 @@ class Generator:
             lines += [f"}} {record.name}_c;", f"KYT_HOST_API void {record.name}_c_init({record.name}_c* record);\n"]
             parts.append("\n".join(lines))
         for function in self.all():
-            parts.append("\n".join([*comment(function.doc), f"KYT_HOST_API {function.prototype()};\n"]))
+            whole = re.sub("(?<!,) ", "\0", f"KYT_HOST_API {function.prototype()};")  # to be broken after commas alone
+            wrapped = "\n".join(textwrap.wrap(whole, 120, subsequent_indent="    ")).replace("\0", " ")
+            parts.append("\n".join([*comment(function.doc), wrapped, ""]))
         return "\n".join(parts) + END
 
     def source(self, version: str) -> str:
