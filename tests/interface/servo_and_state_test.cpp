@@ -186,15 +186,15 @@ TEST_F(ServoAndState, TheNextStateOfARobotIsNoOlderOneAndNoOtherRobots) {
     while (!done) {
       controller.coalesceNext(4);
       for (int each = 1; each <= 4; ++each) {
-        const std::string number = std::to_string(each);
-        controller.push(Strategy::RobotState, R"({"speed":4)" + number + R"(,"robot":)" + number + '}');
+        controller.push(Strategy::RobotState,
+                        "{\"robot\":" + std::to_string(each) + ",\"position\":[" + std::to_string(each + 40) + "]}");
       }
       delay(5);
     }
   });
   for (int each = 1; each <= 4; ++each) {
     EXPECT_EQ(get_robot_state_robot(robot, each, report), SUCCESS) << each;
-    EXPECT_EQ(report.speed, 40 + each);
+    EXPECT_EQ(shown(report.position), "[" + std::to_string(each + 40) + "]");
   }
   done = true;
   pushing.join();
