@@ -17,7 +17,7 @@ static class Kyt
     public struct MoveCmd
     {
         public int targetPosType;
-        [MarshalAs(UnmanagedType.ByValArray, SizeConst = 32)] public double[] targetPosValue;
+        [MarshalAs(UnmanagedType.ByValArray, SizeConst = 64)] public double[] targetPosValue;
         public int targetPosValue_count;
         [MarshalAs(UnmanagedType.ByValTStr, SizeConst = 256)] public string targetPosName;
         public int coord;

@@ -24,7 +24,8 @@ SCALARS = {
     "std::uint32_t": "unsigned int",
     "long long": "long long",
 }
-TEXT, LIST = 256, 32  # what fits into a record
+SIZES = {"KYT_TEXT_SIZE": 256, "KYT_LIST_CAPACITY": 64}  # what fits into a record
+TEXT, LIST = SIZES
 VECTOR = re.compile(r"std::vector<(.*)>$")
 LISTENER = re.compile(r"std::function<void\((.*)\)>$")
 FUNCTION = re.compile(r"void \((.*)\)$")
@@ -47,9 +48,9 @@ PREAMBLE = f"""\
  *   Where they are in several lists, `name_counts` is the output list of how many each of these has.
  * - An input list has `name_count` elements. Of lists in a list, list i has the elements from name_offsets[i] to before
  *   name_offsets[i + 1], and `name_offsets` one number more than there are lists.
- * - Records are structs of fixed size: a text has up to {TEXT - 1} bytes in them, a list up to {LIST} elements. What does not
- *   fit is refused as above. NAME_c_init sets one to what it is when it is constructed; do so before any use, also as
- *   an output, since what a reply lacks stays as it was.
+ * - Records are structs of fixed size: a text has up to KYT_TEXT_SIZE - 1 bytes in them, a list up to KYT_LIST_CAPACITY
+ *   elements. What does not fit is refused as above. NAME_c_init sets one to what it is when it is constructed; do so
+ *   before any use, also as an output, since what a reply lacks stays as it was.
  * - Callbacks get `user_data` as it was passed. They run on threads of the library's.
  * - A null pointer where none may be is KYT_PARAM_ERR, and so is a negative size.
  *
@@ -242,7 +243,7 @@ class Generator:
     # --- files ---
 
     def header(self) -> str:
-        parts = [PREAMBLE]
+        parts = [PREAMBLE, "enum {\n" + ",\n".join(f"  {name} = {size}" for name, size in SIZES.items()) + "\n};\n"]
         for enum in self.enums.values():
             prefix = f"KYT_{enum.name}_" if enum.scoped else "KYT_"
             values = [(name, prefix + value if value in enum.values else value) for name, value in enum.values.items()]

@@ -75,7 +75,7 @@ TEST_F(C, TakesAndGetsRecordsWithTextsAndLists) {
   EXPECT_STRNE(type.type[0], "");
 
   auto target = made(MoveCmd_c_init);
-  target.targetPosValue_count = 33;
+  target.targetPosValue_count = KYT_LIST_CAPACITY + 1;
   EXPECT_EQ(robot_movej_c(robot, &target), KYT_PARAM_ERR);
 }
 
