@@ -13,8 +13,9 @@ install(FILES docs/conventions.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDI
 # The component virtual_controller, in a file of its own: not every installation has it. State is what tests look at.
 if(TARGET virtual_controller)
   install(TARGETS virtual_controller EXPORT kyt_host_virtual_controllerTargets)
-  install(FILES virtual_controller/virtual_controller.h virtual_controller/state.h virtual_controller/vision_craft.h
-                virtual_controller/welder.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/virtual_controller)
+  install(FILES virtual_controller/conveyor.h virtual_controller/state.h virtual_controller/virtual_controller.h
+                virtual_controller/vision_craft.h virtual_controller/welder.h
+          DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/virtual_controller)
   install(FILES virtual_controller/io/io.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/virtual_controller/io)
   install(EXPORT kyt_host_virtual_controllerTargets NAMESPACE kyt_host:: DESTINATION ${package_dir})
 endif()

@@ -13,7 +13,9 @@ Model::Model(const Settings& settings, EventLoop& loop, DataFolder& data, Push p
       servoDelay_(settings.servoDelay),
       lenient_(settings.lenient),
       push_(std::move(push)),
-      jobs_(data) {
+      jobs_(data, loop, [this](int number, const Refusal& refusal) {
+        reportError(robot(number), static_cast<int>(refusal.code()), refusal.what());
+      }) {
   for (int number = 1; number <= settings.robots; ++number) {
     RobotState state;
     state.remote = RemoteMode(settings.remotePrograms);
@@ -134,6 +136,22 @@ void Model::remoteCommand(Robot& robot, RemoteCommand command) {
     case RemoteCommand::Stop:
       return runner(robot).stop();
   }
+}
+
+void Model::setOutput(std::size_t index, bool level, ControllerClock::Seconds time) {
+  controller.io.outputs[index] = level;
+  ++outputChanges_[index];
+  if (time.count() > 0) endPulse(index, !level, clock_.now() + time);
+  actOnChanges();
+}
+
+/// Looks every second, so that pulses that have been overtaken do not pile up.
+void Model::endPulse(std::size_t index, bool level, ControllerClock::Seconds end) {
+  const auto left = std::clamp(end - clock_.now(), ControllerClock::Seconds(0), ControllerClock::Seconds(1));
+  clock_.after(left, [this, index, level, end, change = outputChanges_[index]] {
+    if (outputChanges_[index] != change) return;
+    clock_.now() < end ? endPulse(index, level, end) : setOutput(index, level);
+  });
 }
 
 void Model::applyIoReset(const Robot& robot, IoResetType type) {

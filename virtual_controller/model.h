@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <functional>
 #include <optional>
@@ -84,6 +85,8 @@ class Model {
   void actOnChanges() { ioWatch_.look(); }
   /// What an input, rather than a client, tells a robot.
   void remoteCommand(Robot& robot, RemoteCommand command);
+  /// Sets an output, from 0, for good or for a time, after which it goes to the other level.
+  void setOutput(std::size_t index, bool level, ControllerClock::Seconds time = {});
   /// Sets the outputs that the robot's table of that type resets.
   void applyIoReset(const Robot& robot, IoResetType type);
 
@@ -98,7 +101,10 @@ class Model {
   const ControllerClock::Seconds servoDelay_;
   const bool lenient_;
   Push push_;
-  std::size_t client_ = 0;  ///< whose request is carried out
+  void endPulse(std::size_t index, bool level, ControllerClock::Seconds end);
+
+  std::array<unsigned, digitalPorts> outputChanges_{};  ///< tells a pulse that has been overtaken
+  std::size_t client_ = 0;                              ///< whose request is carried out
   std::vector<Remark> remarks_;
   IoWatch ioWatch_{*this};
   JobStore jobs_;

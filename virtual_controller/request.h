@@ -123,4 +123,12 @@ inline const Json& object(const Json& request, const Keys& keys) {
   return found;
 }
 
+/// The place of a key in a map whose keys clients make up; refuses a new one when there are many.
+template <class Map>
+typename Map::mapped_type& entry(Map& map, const typename Map::key_type& key) {
+  constexpr std::size_t most = 10'000;
+  if (map.size() >= most && map.count(key) == 0) throw Refusal(SystemCode::NoRoom, "there is no room for another");
+  return map[key];
+}
+
 }  // namespace virtual_controller

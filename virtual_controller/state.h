@@ -3,6 +3,7 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
+#include <deque>
 #include <map>
 #include <optional>
 #include <string>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "kyt_host/communication/strategy.h"
+#include "virtual_controller/conveyor.h"
 #include "virtual_controller/io/io.h"
 #include "virtual_controller/vision_craft.h"
 #include "virtual_controller/welder.h"
@@ -139,6 +141,8 @@ struct ControllerState {
   DeadmanPorts deadmanPorts;
   std::map<SdoAddress, SdoObject> sdoObjects;
   std::map<std::string, double> variables;
+  std::map<int, Conveyor> conveyors;
+  std::map<int, std::deque<Pose>> visionResults;  ///< what a vision craft is going to see, as seen from the base
   std::map<std::string, std::array<double, 14>> positions;
   std::map<std::string, std::array<double, 21>> syncPositions;  ///< with external axes
 };

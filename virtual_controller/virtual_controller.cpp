@@ -57,6 +57,30 @@ void VirtualController::setAnalogInput(int port, double value) {
   editController([&](ControllerState& state) { state.io.analogInputs[index] = value; });
 }
 
+void VirtualController::setConveyor(int conveyor, double speed, double spacing) {
+  impl_->locked()->edit([&](Model& model) {
+    entry(model.controller.conveyors, conveyor).run(speed, spacing, model.clock().now().count());
+  });
+}
+
+double VirtualController::conveyorPosition(int conveyor) const {
+  double position = 0;
+  impl_->locked()->edit([&](Model& model) {
+    const auto& conveyors = model.controller.conveyors;
+    const auto found = conveyors.find(conveyor);
+    if (found != conveyors.end()) position = found->second.position(model.clock().now().count());
+  });
+  return position;
+}
+
+void VirtualController::setVision(int craft, const Pose& seen) {
+  constexpr std::size_t most = 10'000;
+  impl_->locked()->edit([&](Model& model) {
+    auto& results = entry(model.controller.visionResults, craft);
+    if (results.size() < most) results.push_back(seen);
+  });
+}
+
 void VirtualController::emergencyStop(int robot) {
   raiseError(robot, static_cast<int>(SystemCode::EmergencyStop), "emergency stop pressed");
 }

@@ -61,6 +61,11 @@ class KYT_HOST_API VirtualController {
   /// exist.
   void setDigitalInput(int port, int level);
   void setAnalogInput(int port, double value);
+  /// Lets a conveyor run at a speed, in mm/s, with a workpiece each time it has run `spacing` mm; 0: without any.
+  void setConveyor(int conveyor, double speed, double spacing = 0);
+  double conveyorPosition(int conveyor) const;  ///< mm
+  /// What a vision craft sees at its next trigger that has nothing to see yet: a pose in the robot's base.
+  void setVision(int craft, const Pose& seen);
   /// Puts the robot in the error state, as `raiseError` does, with the text "emergency stop pressed".
   void emergencyStop(int robot = 1);
   /// Puts the robot in the error state (servo state 2) until a client clears it, and pushes an error frame.

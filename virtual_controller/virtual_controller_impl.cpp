@@ -142,6 +142,7 @@ void VirtualController::Impl::frameReceived(Session& session, Strategy code, con
     } else if (known == nullptr) {
       throw Refusal(SystemCode::UnknownRequest, "there is no such request");
     } else if (fileServer_.serves(session.number())) {
+      model.jobs().letGo();
       for (const auto& answer : fileServer_.perform(session.number(), code, text))
         reply(session, answer.code, name, answer.text);
     } else {

@@ -61,9 +61,10 @@ struct Welder {
   bool feeding = false;
   bool rewinding = false;
   bool gas = false;
-  bool lit = false;      ///< by an arc on line, until arc off or the program's end
-  bool weaving = false;  ///< likewise
-  bool paused = false;   ///< the program is: without the arc
+  bool lit = false;       ///< by an arc on line, until arc off or the program's end
+  double ownCurrent = 0;  ///< of that line; 0: the arc set's
+  double ownVoltage = 0;  ///< likewise
+  bool paused = false;    ///< the program is: without the arc
   Stopwatch enabledTime;
   Stopwatch arcTime;
 
@@ -74,7 +75,7 @@ struct Welder {
     arcTime.run(arcBurns(), now);
   }
   /// As an error does: the arc goes out and the wire stops, until told otherwise.
-  void putOut() { lit = weaving = spot = feeding = rewinding = false; }
+  void putOut() { lit = spot = feeding = rewinding = false; }
 };
 
 }  // namespace virtual_controller

@@ -32,7 +32,7 @@ Operation portQuery(std::string name, Strategy replyCode, const char* key, Value
 
 void setDigitalOutput(Model& model, const Json& request) {
   const auto value = level(request);
-  model.controller.io.outputs[portIndex("digital output", request, digitalPorts)] = value;
+  model.setOutput(portIndex("digital output", request, digitalPorts), value != 0);
 }
 
 void setAnalogOutput(Model& model, const Json& request) {

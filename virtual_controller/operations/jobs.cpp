@@ -70,7 +70,9 @@ const std::string& openJob(const Model::Robot& robot) {
   return robot.state.openJob;
 }
 
-Job readOpenJob(Model& model, const Model::Robot& robot) { return model.jobs().read(robot.number, openJob(robot)); }
+const Job& readOpenJob(Model& model, const Model::Robot& robot) {
+  return model.jobs().read(robot.number, openJob(robot));
+}
 
 std::size_t lineIndex(const Json& request, const Keys& keys, const Job& job) {
   return static_cast<std::size_t>(numberOf("line", request, keys, 1, static_cast<int>(job.lines.size())) - 1);
@@ -88,18 +90,15 @@ void insertLine(Model& model, const Json& request) {
   const auto& robot = model.robot(request);
   const auto& line = object(request, {"cmd"});
   remarkOn(model, robot, model.lineFrom(line));
-  auto job = readOpenJob(model, robot);
-  const auto end = static_cast<int>(job.lines.size()) + 1;
+  const auto end = static_cast<int>(readOpenJob(model, robot).lines.size()) + 1;
   const auto place = numberOf("place for a line", request, {"pos"}, 1, end);
-  job.lines.insert(job.lines.begin() + place - 1, lineText(line));
-  model.jobs().write(robot.number, openJob(robot), job);
+  model.jobs().insertLine(robot.number, openJob(robot), static_cast<std::size_t>(place - 1), lineText(line));
 }
 
 void deleteLine(Model& model, const Json& request) {
   const auto& robot = model.robot(request);
-  auto job = readOpenJob(model, robot);
-  job.lines.erase(job.lines.begin() + static_cast<std::ptrdiff_t>(lineIndex(request, {"pos"}, job)));
-  model.jobs().write(robot.number, openJob(robot), job);
+  const auto place = lineIndex(request, {"pos"}, readOpenJob(model, robot));
+  model.jobs().eraseLine(robot.number, openJob(robot), place);
 }
 
 OptionalReply countLines(Model& model, const Json& request) {
@@ -110,7 +109,7 @@ OptionalReply countLines(Model& model, const Json& request) {
 /// The content is the line's JSON.
 OptionalReply getLine(Model& model, const Json& request) {
   const auto& robot = model.robot(request);
-  const auto job = readOpenJob(model, robot);
+  const auto& job = readOpenJob(model, robot);
   const auto& text = job.lines[lineIndex(request, {"line"}, job)];
   const auto json = parsed(text);
   auto answer = reply(Strategy::JobCommandReply, robot.number, {"content"}, lineText(json));
@@ -131,10 +130,9 @@ void storePosition(Model& model, const Json& request, bool isNew) {
     throw Refusal(SystemCode::OutOfRange, "a position has 7 to 21 values");
   }
   std::copy(given.begin(), given.end(), values.begin());
-  auto job = readOpenJob(model, robot);
-  if (!isNew && job.positions.count(key) == 0) throw Refusal(SystemCode::NotThere, "there is no position " + key);
-  job.positions[key] = values;
-  model.jobs().write(robot.number, openJob(robot), job);
+  if (!isNew && readOpenJob(model, robot).positions.count(key) == 0)
+    throw Refusal(SystemCode::NotThere, "there is no position " + key);
+  model.jobs().setPosition(robot.number, openJob(robot), key, values);
 }
 
 void insertPosition(Model& model, const Json& request) { storePosition(model, request, true); }

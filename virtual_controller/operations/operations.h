@@ -55,14 +55,6 @@ const typename Map::mapped_type& known(const Map& map, const typename Map::key_t
   return found->second;
 }
 
-/// The place of a key in a map whose keys clients make up; refuses a new one when there are many.
-template <class Map>
-typename Map::mapped_type& entry(Map& map, const typename Map::key_type& key) {
-  constexpr std::size_t most = 10'000;
-  if (map.size() >= most && map.count(key) == 0) throw Refusal(SystemCode::NoRoom, "there is no room for another");
-  return map[key];
-}
-
 // Each area adds its codes.
 void addServoAndState(Operations& operations);
 void addMotion(Operations& operations);

@@ -111,12 +111,17 @@ OptionalReply getFeedWireStatus(Model& model, const Json& request) {
                 {"spotWeldEnabled", int{welder.spot}}}};
 }
 
-/// An arc burns while the machine is enabled and the hand spot switch is held: without it there is neither current nor
-/// voltage. It burns with the arc set that was set last. The duty ratio is the percentage of the time enabled.
+/// An arc burns while the machine is enabled and the hand spot switch is held, or a program has lit it: without it
+/// there is neither current nor voltage. By hand it burns with the arc set that was used or set last. The duty ratio is
+/// the percentage of the time enabled.
 OptionalReply getMonitor(Model& model, const Json& request) {
   const auto& robot = model.robot(request);
   const auto& welder = robot.state.welder;
-  const auto arc = welder.arcBurns() ? stored(welder.arcSets, welder.arcSet) : ArcSet{};
+  auto arc = welder.arcBurns() ? stored(welder.arcSets, welder.arcSet) : ArcSet{};
+  if (welder.arcBurns() && welder.lit) {
+    if (welder.ownCurrent != 0) arc.weldCurrent = welder.ownCurrent;
+    if (welder.ownVoltage != 0) arc.weldVoltage = welder.ownVoltage;
+  }
   const auto now = model.clock().now().count();
   const auto burnt = welder.arcTime.time(now);
   const auto enabled = welder.enabledTime.time(now);

@@ -49,6 +49,10 @@ Json state(VirtualController& controller, const Json&) {
   Json state{{"inputs", world.io.inputLevels()},      {"outputs", world.io.outputs},
              {"analogInputs", world.io.analogInputs}, {"analogOutputs", world.io.analogOutputs},
              {"variables", world.variables},          {"connections", controller.connections()}};
+  for (const auto& [number, conveyor] : world.conveyors) {
+    state["conveyors"].push_back(
+        {{"conveyor", number}, {"speed", conveyor.speed}, {"position", controller.conveyorPosition(number)}});
+  }
   for (int number = 1; number <= controller.robots(); ++number) {
     const auto robot = controller.robot(number);
     state["robots"].push_back({{"robot", number},
@@ -79,6 +83,13 @@ const std::map<std::string, Perform>& commands() {
        })},
       {"set_analog_input", done([](auto& controller, const Json& command) {
          controller.setAnalogInput(integer(command, {"port"}), number(command, {"value"}));
+       })},
+      {"set_conveyor", done([](auto& controller, const Json& command) {
+         const auto spacing = find(command, {"spacing"}) ? number(command, {"spacing"}) : 0;
+         controller.setConveyor(integer(command, {"conveyor"}), number(command, {"speed"}), spacing);
+       })},
+      {"set_vision", done([](auto& controller, const Json& command) {
+         controller.setVision(integer(command, {"craft"}), numbers<6>(command, {"seen"}));
        })},
       {"emergency_stop",
        done([](auto& controller, const Json& command) { controller.emergencyStop(integerOr(1, command, "robot")); })},

@@ -48,9 +48,9 @@ bool joinedByOr(const std::vector<int>& operators, std::size_t index) {
 }
 
 template <class Terms>
-bool joined(const Terms& terms, const ControllerState& state) {
+bool joined(const Terms& terms, const Scope& scope) {
   bool result = true;
-  for (const auto& term : terms) result = term.isOr ? result || term.holds(state) : result && term.holds(state);
+  for (const auto& term : terms) result = term.isOr ? result || term.holds(scope) : result && term.holds(scope);
   return result;
 }
 
@@ -78,10 +78,12 @@ double read(Source source, double value, const IoState& io) {
 
 }  // namespace
 
-double Parameter::in(const ControllerState& state) const {
+double Parameter::in(const Scope& scope) const {
   if (variable.empty()) return constant;
-  const auto found = state.variables.find(variable);
-  return found == state.variables.end() ? 0 : found->second;
+  for (const auto* variables : {&scope.locals, &scope.controller.variables}) {
+    if (const auto found = variables->find(variable); found != variables->end()) return found->second;
+  }
+  throw Refusal(SystemCode::NotThere, "variable " + variable + " has not been set");
 }
 
 Parameter parameterFrom(const Json& object) {
@@ -90,9 +92,9 @@ Parameter parameterFrom(const Json& object) {
   return {data.is_boolean() ? static_cast<double>(data.get<bool>()) : toNumber(data, "data"), {}};
 }
 
-bool Condition::holds(const ControllerState& state) const {
-  const auto found = read(source, left.in(state), state.io);
-  const auto wanted = right.in(state);
+bool Condition::holds(const Scope& scope) const {
+  const auto found = read(source, left.in(scope), scope.controller.io);
+  const auto wanted = right.in(scope);
   switch (comparison) {
     case EQUAL_TO:
       return found == wanted;
@@ -109,9 +111,9 @@ bool Condition::holds(const ControllerState& state) const {
   }
 }
 
-bool Conditions::Group::holds(const ControllerState& state) const { return joined(conditions, state); }
+bool Conditions::Group::holds(const Scope& scope) const { return joined(conditions, scope); }
 
-bool Conditions::hold(const ControllerState& state) const { return joined(groups, state); }
+bool Conditions::hold(const Scope& scope) const { return joined(groups, scope); }
 
 std::size_t Conditions::count() const {
   auto count = groups.size();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -9,15 +10,23 @@
 
 namespace virtual_controller {
 
-/// A number in a program line: a constant, or what a variable holds then, which is 0 before it is set.
+/// What the numbers in a program line are read from: the program's own variables, and what all programs share.
+struct Scope {
+  const std::map<std::string, double>& locals;
+  const ControllerState& controller;
+};
+
+/// A number in a program line: a constant, or what a variable holds then.
 struct Parameter {
   double constant = 0;
   std::string variable;  ///< empty: the constant
 
-  double in(const ControllerState& state) const;
+  /// Refuses a variable that has not been set.
+  double in(const Scope& scope) const;
 };
 
-/// A parameter as lines carry it: its "value" tells a variable by not being 0.
+/// A parameter as lines carry it: its "value" tells a variable by not being 0. A local variable goes before a global
+/// one of the same name.
 Parameter parameterFrom(const Json& object);
 
 /// One comparison.
@@ -35,8 +44,8 @@ struct Condition {
   Parameter right;
   bool isOr = false;  ///< how it is joined to those before it
 
-  /// Refuses a port that does not exist.
-  bool holds(const ControllerState& state) const;
+  /// Refuses a port that does not exist, and a variable that has not been set.
+  bool holds(const Scope& scope) const;
 };
 
 /// Groups of comparisons, joined from left to right: operators are 0 for and, 1 for or; one that is missing is and.
@@ -46,11 +55,11 @@ struct Conditions {
     std::vector<Condition> conditions;
     bool isOr = false;
 
-    bool holds(const ControllerState& state) const;
+    bool holds(const Scope& scope) const;
   };
   std::vector<Group> groups;
 
-  bool hold(const ControllerState& state) const;
+  bool hold(const Scope& scope) const;
   /// How many groups and conditions there are in all.
   std::size_t count() const;
 };

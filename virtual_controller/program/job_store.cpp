@@ -1,6 +1,7 @@
 #include "virtual_controller/program/job_store.h"
 
 #include <algorithm>
+#include <chrono>
 #include <exception>
 #include <fstream>
 #include <string_view>
@@ -8,6 +9,7 @@
 #include <utility>
 
 #include "virtual_controller/json_text.h"
+#include "virtual_controller/request.h"
 
 namespace virtual_controller {
 namespace {
@@ -40,40 +42,16 @@ std::string positionText(const std::string& key, const PositionValues& values) {
 }
 
 std::string textOf(const Job& job) {
-  if (job.lines.size() + job.positions.size() > mostLines)
-    throw Refusal(SystemCode::NoRoom, "a job has no more than 10,000 lines");
   std::string text;
   for (const auto& [key, values] : job.positions) text += positionText(key, values) + '\n';
   for (const auto& line : job.lines) text += line + '\n';
-  if (text.size() > largestFile) throw Refusal(SystemCode::NoRoom, "a job file has no more than 32 MiB");
   return text;
 }
 
-}  // namespace
-
-fs::path JobStore::file(int robot, const std::string& name) {
-  const auto path = isJobName(name) ? data_.job(robot, name + ".JBR") : std::nullopt;
-  if (!path) throw Refusal(SystemCode::OutOfRange, "there can be no job of that name");
-  return *path;
-}
-
-bool JobStore::exists(int robot, const std::string& name) { return fs::is_regular_file(file(robot, name)); }
-
-void JobStore::create(int robot, const std::string& name) {
-  if (data_.jobs(robot).size() >= mostJobs) throw Refusal(SystemCode::NoRoom, "there is no room for another job");
-  write(robot, name, {});
-}
-
-void JobStore::remove(int robot, const std::string& name) {
-  std::error_code error;
-  if (!fs::remove(file(robot, name), error)) throw Refusal(SystemCode::NotThere, "there is no job " + name);
-}
-
-Job JobStore::read(int robot, const std::string& name) {
-  const auto path = file(robot, name);
-  if (!exists(robot, name)) throw Refusal(SystemCode::NotThere, "there is no job " + name);
-  if (fs::file_size(path) > largestFile)
+Job jobIn(const fs::path& path, const std::string& name) {
+  if (fs::file_size(path) > largestFile) {
     throw Refusal(SystemCode::FileFailed, "the file of job " + name + " is too large");
+  }
   Job job;
   std::ifstream input(path, std::ios::binary);
   for (std::string line; std::getline(input, line);) {
@@ -89,16 +67,96 @@ Job JobStore::read(int robot, const std::string& name) {
   return job;
 }
 
-void JobStore::write(int robot, const std::string& name, const Job& job) {
+}  // namespace
+
+fs::path JobStore::file(int robot, const std::string& name) {
+  const auto path = isJobName(name) ? data_.job(robot, name + ".JBR") : std::nullopt;
+  if (!path) throw Refusal(SystemCode::OutOfRange, "there can be no job of that name");
+  return *path;
+}
+
+bool JobStore::exists(int robot, const std::string& name) { return fs::is_regular_file(file(robot, name)); }
+
+void JobStore::create(int robot, const std::string& name) {
+  if (data_.jobs(robot).size() >= mostJobs) throw Refusal(SystemCode::NoRoom, "there is no room for another job");
+  letGo();
+  kept_ = Kept{robot, name, {}, 0, {}};
+  write(*kept_);
+}
+
+void JobStore::remove(int robot, const std::string& name) {
+  if (kept_ && kept_->robot == robot && kept_->name == name) kept_.reset();
+  std::error_code error;
+  if (!fs::remove(file(robot, name), error)) throw Refusal(SystemCode::NotThere, "there is no job " + name);
+}
+
+const Job& JobStore::read(int robot, const std::string& name) { return keep(robot, name).job; }
+
+void JobStore::insertLine(int robot, const std::string& name, std::size_t place, std::string line) {
+  auto& lines = change(robot, name, 1, line.size() + 1).job.lines;
+  lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(std::min(place, lines.size())), std::move(line));
+}
+
+void JobStore::eraseLine(int robot, const std::string& name, std::size_t place) {
+  auto& kept = change(robot, name, 0, 0);
+  const auto line = kept.job.lines.begin() + static_cast<std::ptrdiff_t>(place);
+  kept.size -= line->size() + 1;
+  kept.job.lines.erase(line);
+}
+
+void JobStore::setPosition(int robot, const std::string& name, const std::string& key, const PositionValues& values) {
+  change(robot, name, 1, positionText(key, values).size() + 1).job.positions[key] = values;
+}
+
+JobStore::Kept& JobStore::keep(int robot, const std::string& name) {
   const auto path = file(robot, name);
-  const auto text = textOf(job);
+  std::error_code error;
+  if (kept_ && kept_->robot == robot && kept_->name == name) {  // unless somebody else has written the file
+    if (kept_->changed || (fs::last_write_time(path, error) == kept_->written && !error)) return *kept_;
+  }
+  letGo();
+  if (!exists(robot, name)) throw Refusal(SystemCode::NotThere, "there is no job " + name);
+  kept_ = Kept{robot, name, jobIn(path, name), fs::file_size(path, error), fs::last_write_time(path, error)};
+  return *kept_;
+}
+
+JobStore::Kept& JobStore::change(int robot, const std::string& name, std::size_t lines, std::uintmax_t bytes) {
+  auto& kept = keep(robot, name);
+  if (kept.job.lines.size() + kept.job.positions.size() + lines > mostLines) {
+    throw Refusal(SystemCode::NoRoom, "a job has no more than 10,000 lines");
+  }
+  if (kept.size + bytes > largestFile) throw Refusal(SystemCode::NoRoom, "a job file has no more than 32 MiB");
+  kept.size += bytes;
+  if (!std::exchange(kept.changed, true)) loop_.after(std::chrono::milliseconds(50), [this] { follow(); });
+  return kept;
+}
+
+void JobStore::write(Kept& kept) {
+  const auto path = file(kept.robot, kept.name);
+  const auto text = textOf(kept.job);
   const auto beside = path.parent_path() / ".job";
   std::error_code error;
   std::ofstream output(beside, std::ios::binary | std::ios::trunc);
   output << text;
   output.close();
   if (output) fs::rename(beside, path, error);
-  if (!output || error) throw Refusal(SystemCode::FileFailed, "job " + name + " cannot be stored");
+  if (!output || error) throw Refusal(SystemCode::FileFailed, "job " + kept.name + " cannot be stored");
+  kept.size = text.size();
+  kept.written = fs::last_write_time(path, error);
+  kept.changed = false;
+}
+
+void JobStore::follow() try {
+  if (kept_ && kept_->changed) write(*kept_);
+} catch (const Refusal& refusal) {
+  const auto robot = kept_->robot;
+  kept_.reset();  // what is on the disk counts
+  failed_(robot, refusal);
+}
+
+void JobStore::letGo() {
+  follow();
+  kept_.reset();
 }
 
 }  // namespace virtual_controller

@@ -26,7 +26,8 @@ Line::Output output(const Json& json) {
   const auto port = integer(json, {"portId"});
   const auto parameter = parameterFrom(value(json, {"ParaGroupNum"}));
   const auto isPlain = port != 0 && parameter.variable.empty();
-  return {isPlain ? Parameter{double(port), {}} : parameter, parameterFrom(value(json, {"ParaGroupValue"}))};
+  const auto seconds = find(json, {"ParaGroupTime"}) ? parameterFrom(value(json, {"ParaGroupTime"})) : Parameter();
+  return {isPlain ? Parameter{double(port), {}} : parameter, parameterFrom(value(json, {"ParaGroupValue"})), seconds};
 }
 
 Line::Jump jump(const Json& json) {
@@ -106,22 +107,26 @@ Line lineFrom(const Json& json, bool lenient) {
       return {skipped("a tool offset does not shift this arm's moves")};
     case CmdType::ArcOn:
     case CmdType::ArcOff:
-    case CmdType::WaveOn:
-    case CmdType::WaveOff:
     case CmdType::TigWeldOn:
     case CmdType::TigWeldOff:
     case CmdType::SpotWeld:
+      return {weldLineFrom(json, type)};
+    case CmdType::WaveOn:
+    case CmdType::WaveOff:
+      return {skipped("this arm does not weave")};
     case CmdType::VisionCraftStart:
     case CmdType::VisionVisualTrigger:
     case CmdType::VisionGetPos:
     case CmdType::VisionVisualEnd:
+      return {visionLineFrom(json, type)};
+    case CmdType::ConveyorCheckPos:
+    case CmdType::ConveyorClear:
+      return {conveyorLineFrom(json, type)};
     case CmdType::ConveyorOn:
     case CmdType::ConveyorOff:
-    case CmdType::ConveyorCheckPos:
     case CmdType::ConveyorCheckEnd:
     case CmdType::ConveyorPos:
-    case CmdType::ConveyorClear:
-      return {skipped("a craft line does nothing here")};
+      return {skipped("this arm does not follow a conveyor")};
     case CmdType::Unnumbered:
       return {skipped("a line without a number does nothing here")};
   }

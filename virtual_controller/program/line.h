@@ -8,20 +8,18 @@
 
 #include "virtual_controller/motion/mover.h"
 #include "virtual_controller/program/conditions.h"
+#include "virtual_controller/program/crafts.h"
+#include "virtual_controller/program/position_values.h"
 #include "virtual_controller/request.h"
 
 namespace virtual_controller {
-
-/// The values of a position in a program: the coordinate system, six that do not concern the arm, then 7 of the robot
-/// and 7 of the external axes.
-using PositionValues = std::array<double, 21>;
 
 /// Where a position is; without external axes those stay where they are.
 Target targetFrom(const PositionValues& values, bool external);
 
 /// A program line as a robot carries it out, at the line's own velocity. Every move ends at rest, with the tool and the
 /// frames that are selected: what a line says about smoothing, time, configuration, tool and user frame is not
-/// followed. An output keeps its level for good, whatever the line says about groups and time.
+/// followed. Of an output's groups nothing is followed either.
 struct Line {
   struct Move {
     enum class Kind { Joint, Linear, Increment };
@@ -37,6 +35,7 @@ struct Line {
   struct Output {
     Parameter port;
     Parameter level;
+    Parameter seconds;  ///< after which it goes back to the other level; 0: it stays
   };
   struct Label {
     std::string name;
@@ -51,7 +50,7 @@ struct Line {
     Remark remark;
   };
 
-  std::variant<Move, Timer, Output, Label, Jump, Skipped> action;
+  std::variant<Move, Timer, Output, Label, Jump, CraftLine, Skipped> action;
 
   /// What it takes up: 1, and more with conditions.
   std::size_t weight() const;

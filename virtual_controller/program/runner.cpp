@@ -43,8 +43,8 @@ Target incremented(const RobotState& state, const Target& by) {
 // ---- starting
 
 Runner::Program Runner::load(const std::string& name, int first) const {
-  const auto job = model_.jobs().read(robot_.number, name);
-  Program program{name, job.positions, {}, 0};
+  const auto& job = model_.jobs().read(robot_.number, name);
+  Program program{name, job.positions, {}, {}, 0};
   for (const auto& line : job.lines) {
     try {
       program.lines.push_back(model_.lineFrom(parsed(line)));
@@ -68,6 +68,8 @@ void Runner::begin(Program program, int times, int steps) {
   job_ = std::move(program);
   robot_.state.openJob = job_.job;
   remoteProgram_ = 0;
+  whenOver_ = {};
+  crafts_.end();
   timesLeft_ = times;
   stepsLeft_ = steps;
   setState(runningOn);
@@ -114,6 +116,7 @@ void Runner::setState(int state) {
 void Runner::pause() {
   model_.mover().pause(robot_);
   if (!running() && !queueOpen_) return;
+  crafts_.pause();
   if (running() && waiting_ == Waiting::ForTimer) {
     timerLeft_ = timerEnd_ - model_.clock().now();
     ++turn_;
@@ -126,6 +129,7 @@ void Runner::resume() {
   model_.mover().resume(robot_);
   if (!active()) return;
   setState(runningOn);
+  crafts_.resume();
   if (waiting_ == Waiting::ForTimer) {
     timerEnd_ = model_.clock().now() + timerLeft_;
     waitForTimer();
@@ -145,8 +149,10 @@ void Runner::finish() {
   waiting_ = Waiting::ForTurn;
   stepsLeft_ = 0;
   remoteProgram_ = 0;
+  whenOver_ = {};
+  crafts_.end();
   queue_ = {};
-  queueWeight_ = 0;
+  queueWeight_ = doneWeight_ = 0;
   moreLines_ = false;
   setState(runningStopped);
   model_.applyIoReset(robot_, ProgramStops);
@@ -228,11 +234,7 @@ bool Runner::findLine() {
 }
 
 void Runner::leaveLine() {
-  if (queueOpen_) {
-    queueWeight_ -= queue_.lines.front().weight();
-    queue_.lines.pop_front();
-    return;
-  }
+  if (queueOpen_) return goTo(queue_.at + 1);
   ++job_.at;
   if (stepsLeft_ == 0 || --stepsLeft_ > 0) return;
   if (job_.at == job_.lines.size()) return finish();
@@ -240,7 +242,27 @@ void Runner::leaveLine() {
   setState(runningPaused);
 }
 
+void Runner::goTo(std::size_t place) {
+  constexpr std::size_t mostDone = 10'000;  // by weight
+  auto& lines = queue_.lines;
+  for (; queue_.at < place; ++queue_.at) {
+    queueWeight_ -= lines[queue_.at].weight();
+    doneWeight_ += lines[queue_.at].weight();
+  }
+  for (; queue_.at > place; --queue_.at) {
+    queueWeight_ += lines[queue_.at - 1].weight();
+    doneWeight_ -= lines[queue_.at - 1].weight();
+  }
+  const auto isLabel = [](const Line& line) { return std::holds_alternative<Line::Label>(line.action); };
+  while (queue_.at > 0 && (doneWeight_ > mostDone || !isLabel(lines.front()))) {
+    doneWeight_ -= lines.front().weight();
+    lines.pop_front();
+    --queue_.at;
+  }
+}
+
 void Runner::lineDone() {
+  if (const auto over = std::exchange(whenOver_, {})) over();
   waiting_ = Waiting::ForTurn;
   leaveLine();
   work();
@@ -285,13 +307,19 @@ Target Runner::targetOf(const Line::Move& move) {
   throw Refusal(SystemCode::NotThere, "there is no position " + move.position);
 }
 
+Scope Runner::scope() { return {program().variables, model_.controller}; }
+
 bool Runner::perform(const Line::Timer& timer) {
+  wait(timer.seconds.in(scope()));
+  return false;
+}
+
+void Runner::wait(double seconds, std::function<void()> whenOver) {
   constexpr double day = 24 * 3600;
-  const auto seconds = timer.seconds.in(model_.controller);
-  if (!(seconds <= day)) throw Refusal(SystemCode::OutOfRange, "a timer runs no longer than a day");
+  if (!(seconds <= day)) throw Refusal(SystemCode::OutOfRange, "a program waits no longer than a day");
+  whenOver_ = std::move(whenOver);
   timerEnd_ = model_.clock().now() + Seconds(std::max(0.0, seconds));
   waitForTimer();
-  return false;
 }
 
 /// Looks every second, so that timers that have been overtaken do not pile up.
@@ -302,26 +330,29 @@ void Runner::waitForTimer() {
 }
 
 bool Runner::perform(const Line::Output& output) {
-  auto& state = model_.controller;
-  state.io.outputs[digitalPort(output.port.in(state))] = output.level.in(state) != 0;
-  model_.actOnChanges();
+  const auto port = digitalPort(output.port.in(scope()));
+  const auto level = output.level.in(scope()) != 0;
+  model_.setOutput(port, level, Seconds(output.seconds.in(scope())));
   return true;
 }
 
+bool Runner::perform(const CraftLine& line) {
+  const auto takes = crafts_.perform(line, {program().positions, program().variables});
+  if (takes) wait(takes->seconds, takes->whenOver);
+  return !takes;
+}
+
 bool Runner::perform(const Line::Jump& jump) {
-  if (jump.conditional && !jump.conditions.hold(model_.controller)) return true;
+  if (jump.conditional && !jump.conditions.hold(scope())) return true;
   const auto isThere = [&label = jump.label](const Line& line) {
     const auto* const found = std::get_if<Line::Label>(&line.action);
     return found != nullptr && found->name == label;
   };
-  auto& [job, positions, lines, at] = program();
+  auto& lines = program().lines;
   const auto found = std::find_if(lines.begin(), lines.end(), isThere);
   if (found == lines.end()) throw Refusal(SystemCode::NotThere, "there is no label " + jump.label);
-  if (!queueOpen_) {
-    at = static_cast<std::size_t>(found - lines.begin());
-    return true;
-  }
-  for (auto left = found - lines.begin(); left > 0; --left) leaveLine();
+  const auto place = static_cast<std::size_t>(found - lines.begin());
+  queueOpen_ ? goTo(place) : void(job_.at = place);
   return true;
 }
 

@@ -2,11 +2,13 @@
 
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "virtual_controller/motion/controller_clock.h"
+#include "virtual_controller/program/crafts.h"
 #include "virtual_controller/program/line.h"
 #include "virtual_controller/robot.h"
 
@@ -61,8 +63,9 @@ class Runner {
   void openQueue(bool open);
   bool queueOpen() const { return queueOpen_; }
   /// How many lines are still to be done, with the one that is under way.
-  std::size_t queued() const { return queue_.lines.size(); }
-  /// Appends lines, which are carried out at once. A jump leads to lines that still wait: those done are gone.
+  std::size_t queued() const { return queue_.lines.size() - queue_.at; }
+  /// Appends lines, which are carried out at once. Those done are kept from the first label on, so that jumps lead
+  /// back, as far as there is room.
   /// @param more  others follow: the program does not end with these
   void append(std::vector<Line> lines, bool more);
 
@@ -72,6 +75,7 @@ class Runner {
   struct Program {
     std::string job;
     std::map<std::string, PositionValues> positions;
+    std::map<std::string, double> variables;  ///< its own
     std::deque<Line> lines;
     std::size_t at = 0;
   };
@@ -89,7 +93,12 @@ class Runner {
   /// False at the end.
   bool findLine();
   void leaveLine();
+  /// Makes a line of the queue the next one, and forgets those done, but from the first label on as far as there is
+  /// room.
+  void goTo(std::size_t place);
   void lineDone();
+  /// Goes on after that time; `whenOver` happens then.
+  void wait(double seconds, std::function<void()> whenOver = {});
   void waitForTimer();
   void motionEnded(bool arrived);
   void fail(const std::string& reason);
@@ -101,9 +110,11 @@ class Runner {
   bool perform(const Line::Output& output);
   bool perform(const Line::Jump& jump);
   bool perform(const Line::Label&) { return true; }
+  bool perform(const CraftLine& line);
   bool perform(const Line::Skipped&) { return true; }
 
   Target targetOf(const Line::Move& move);
+  Scope scope();
 
   Model& model_;
   Robot& robot_;
@@ -113,12 +124,15 @@ class Runner {
   int remoteProgram_ = 0;
   Program queue_;
   bool queueOpen_ = false;
-  std::size_t queueWeight_ = 0;
+  std::size_t queueWeight_ = 0;  ///< of what waits
+  std::size_t doneWeight_ = 0;   ///< of what is kept
   bool moreLines_ = false;
   Waiting waiting_ = Waiting::ForTurn;
   Seconds timerEnd_{};
   Seconds timerLeft_{};  ///< while paused
-  unsigned turn_ = 0;    ///< tells what has been overtaken from what is waited for
+  std::function<void()> whenOver_;
+  Crafts crafts_{model_, robot_};
+  unsigned turn_ = 0;  ///< tells what has been overtaken from what is waited for
 };
 
 }  // namespace virtual_controller
