@@ -12,7 +12,7 @@ add_custom_command(OUTPUT ${c_header} ${c_source} VERBATIM
                            ${PROJECT_VERSION} ${header_files})
 
 target_sources(kyt_host PRIVATE ${c_source} ${c_header})
-target_include_directories(kyt_host PUBLIC $<BUILD_INTERFACE:${generated}>)
+target_include_directories(kyt_host SYSTEM PUBLIC $<BUILD_INTERFACE:${generated}>)  # nobody is to mind its style
 # Calls wait for the network; compiling need not take long.
 set_source_files_properties(${c_source} PROPERTIES COMPILE_OPTIONS -O1 SKIP_UNITY_BUILD_INCLUSION ON)
 install(FILES ${c_header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kyt_host COMPONENT headers)
