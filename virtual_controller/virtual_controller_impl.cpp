@@ -246,7 +246,7 @@ void VirtualController::Impl::release() {
 void VirtualController::Impl::pushStates() {
   for (const auto& robot : model.robots()) {
     if (sessions_.empty()) break;
-    const auto frame = frameOf(Strategy::RobotState, dumped(Model::stateMessage(robot)));
+    const auto frame = frameOf(Strategy::RobotState, dumped(model.stateMessage(robot)));
     for (auto& [number, session] : sessions_) {
       if (!session->lagging() && !fileServer_.serves(number)) send(*session, frame);
     }
