@@ -4,16 +4,23 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <cstdio>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <optional>
 #include <random>
 #include <stdexcept>
+#include <string>
+#include <utility>
 #include <vector>
+
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "tests/support/callbacks.h"
 #include "tests/support/connected_fixture.h"
 #include "tests/virtual_controller/frame_client.h"
 
@@ -36,6 +43,7 @@ struct Sample {
   Values joints;
   Values pose;
   Values speeds;
+  double lineSpeed{};
 };
 
 double distance(const Values& one, const Values& other) {
@@ -86,6 +94,8 @@ class Motions : public ConnectedTest {
       queue_motion_set_status_robot(robot, number, true);
     }
     ASSERT_TRUE(controller.waitForRequests(Strategy::SetQueueMotionStatus, 4, std::chrono::seconds(5)));
+    MessageCallback::action = [this](int, const char* text, int) { messages.add(text); };
+    ASSERT_EQ(set_receive_error_or_warnning_message_callback(robot, MessageCallback::call), SUCCESS);
     watcher.emplace(controller.port());
   }
 
@@ -96,7 +106,8 @@ class Motions : public ConnectedTest {
       if (frame->code == Strategy::ErrorMessage) ADD_FAILURE() << frame->text;
       if (frame->code != Strategy::RobotState) continue;
       const auto json = nlohmann::json::parse(frame->text);
-      return {json["robot"], json["runningState"], json["time"], json["position"], json["pose"], json["velocity"]};
+      return {json["robot"], json["runningState"], json["time"],        json["position"],
+              json["pose"],  json["velocity"],     json["lineVelocity"]};
     }
   }
 
@@ -125,8 +136,12 @@ class Motions : public ConnectedTest {
     for (std::size_t i = 3; i < 6; ++i) pose[i] *= M_PI / 180;
     return pose;
   }
+  /// The text of the next error frame.
+  std::string refusal() { return messages.waitFor(++told) ? messages.all()[told - 1] : ""; }
   void send() { EXPECT_EQ(queue_motion_send_to_controller(robot, 0, false), SUCCESS); }
 
+  EventLog messages;
+  std::size_t told = 0;
   std::optional<FrameClient> watcher;
 };
 
@@ -336,4 +351,168 @@ TEST_F(Motions, WhateverStopsAMoveSlowsItDownOnItsPath) {
     watch(stopped, [&](const Sample& sample) { EXPECT_LT(distance(sample.pose, from, to), 0.01); });
     EXPECT_LT(distance(poseNow(), to), 0.001);
   }
+}
+
+TEST_F(Motions, ToolsFramesUnitsAndOffsetsOfLinesApply) {
+  controller.edit(1, [](auto& state) {
+    state.tools[4].pose = {0, 0, 150, 0, 30, 0};
+    state.userFrames[6] = {500, 200, 300, 0, 0, 90};
+  });
+  const Values start{20, -20, 30, 10, 50, 0, 0};
+  const auto flange = poseNow();
+  const auto expectAt = [&](const Values& pose, int tool) {
+    watch(stopped);
+    EXPECT_EQ(set_tool_hand_number(robot, tool), SUCCESS);
+    const auto found = poseNow();
+    EXPECT_EQ(set_tool_hand_number(robot, 0), SUCCESS);
+    EXPECT_LT(distance(found, pose), 0.01);
+    for (std::size_t i = 3; i < 6; ++i) EXPECT_NEAR(std::remainder(found[i] - pose[i], 360), 0, 0.01) << i;
+  };
+  // in a user frame that is turned by 90 degrees about Z, for a tool that the robot has not selected
+  auto cmd = line(inLine({100, 0, 700, 180, 0, 0}), 3, 300);
+  cmd.toolNum = 4, cmd.userNum = 6;
+  EXPECT_EQ(queue_motion_push_back_moveL(robot, cmd), SUCCESS);
+  send();
+  expectAt({500, 300, 1000, 180, 0, 90}, 4);
+  // relative to the tool as it stands: 50 mm along its X, which looks along the base's Y, and 30 down along its Z
+  cmd = line(inLine({50, 0, 30, 0, 0, 0}), 2, 300);
+  cmd.toolNum = 4;
+  EXPECT_EQ(queue_motion_push_back_moveL(robot, cmd), SUCCESS);
+  send();
+  expectAt({500, 350, 970, 180, 0, 90}, 4);
+  // a joint move in radians, from a stored position; then by so much, in the base's axes and in joints
+  controller.editController([&](auto& state) {
+    auto& stored = state.positions["GP0001"] = {0, 1};
+    for (std::size_t i = 0; i < 6; ++i) stored[7 + i] = start[i] * M_PI / 180;
+  });
+  cmd = line({}, 0, 50);
+  cmd.targetPosType = 1, cmd.targetPosName = "GP0001";
+  EXPECT_EQ(queue_motion_push_back_samov(robot, cmd, {}), SUCCESS);
+  cmd = line(inLine({10, -20, 30, 0, 0, 15}), 1, 300);
+  cmd.targetPosValue.resize(14);
+  cmd.targetPosValue[7] = 25;  // and an external axis
+  EXPECT_EQ(queue_motion_push_back_imove(robot, cmd), SUCCESS);
+  send();
+  expectAt({flange[0] + 10, flange[1] - 20, flange[2] + 30, flange[3], flange[4], flange[5] + 15}, 0);
+  EXPECT_EQ(controller.robot(1).externalAxes[0], 25);
+  // an offset in the tool's axes: 40 mm out along its Z, for all targets until it ends
+  EXPECT_EQ(queue_motion_push_back_TOFFSETON(robot, {2, 0, 0, 0, {0, 0, 40, 0, 0, 0}}), SUCCESS);
+  EXPECT_EQ(queue_motion_push_back_moveL(robot, line(inLine({700, 100, 900, 180, 0, 0}), 1, 300, 3)), SUCCESS);
+  EXPECT_EQ(queue_motion_push_back_moveJ(robot, line(inLine({700, 0, 900, 180, 0, 0}), 1, 80, 3)), SUCCESS);
+  send();
+  expectAt({700, 0, 860, 180, 0, 0}, 0);
+  EXPECT_EQ(queue_motion_push_back_TOFFSETOFF(robot), SUCCESS);
+  EXPECT_EQ(queue_motion_push_back_moveL(robot, line(inLine({700, 0, 900, 180, 0, 0}), 1, 300)), SUCCESS);
+  send();
+  expectAt({700, 0, 900, 180, 0, 0}, 0);
+}
+
+TEST_F(Motions, ASplineGoesThroughItsPointsWithoutAStop) {
+  std::vector<Values> points{poseNow()};
+  for (const auto& [dx, dy, dz] : {Point3{-60, 100, 20}, {60, 80, 30}, {-30, 90, -60}, {-80, -40, 0}}) {
+    auto point = points.back();
+    point[0] += dx, point[1] += dy, point[2] += dz, point[5] += 8;
+    points.push_back(point);
+    EXPECT_EQ(queue_motion_push_back_moveS(robot, line(inLine(point), 1, 150)), SUCCESS);
+  }
+  send();
+  Limits limits;
+  std::vector<double> nearest(points.size(), 1000);
+  auto slowest = 1000.0;
+  const auto samples = watch(stopped, [&](const Sample& sample) {
+    limits.check(sample);
+    EXPECT_LT(sample.lineSpeed, 150.1);
+    for (std::size_t i = 0; i < points.size(); ++i) nearest[i] = std::min(nearest[i], distance(sample.pose, points[i]));
+    if (distance(sample.pose, points.front()) > 10 && distance(sample.pose, points.back()) > 10) {
+      slowest = std::min(slowest, sample.lineSpeed);
+    }
+  });
+  for (const auto near : nearest) EXPECT_LT(near, 2);
+  EXPECT_GT(slowest, 30);
+  EXPECT_LT(distance(samples.back().pose, points.back()), 0.001);
+}
+
+TEST_F(Motions, WhatPassesASingularitySlowsDownOrIsRefused) {
+  const auto place = [&](const std::array<double, 7>& joints) {
+    controller.edit(1, [&](auto& state) { state.position = joints; });
+  };
+  // close by the wrist's singularity, where joints 4 and 6 have to turn by nearly half a turn against each other
+  place({0, 20, 0, 3, -75, 0, 0});
+  auto to = poseNow();
+  to[2] -= 350;
+  robot_movel(robot, line(to, 1, 500));
+  Limits limits;
+  const auto samples = watch(stopped, [&](const Sample& sample) {
+    limits.check(sample);
+    EXPECT_NEAR(sample.pose[1], to[1], 0.01);
+  });
+  EXPECT_LT(distance(samples.back().pose, to), 0.001);
+  EXPECT_GT(samples.back().joints[3], 150);
+
+  expectRejected.refused = 5;
+  place({0, 20, 0, 0, -90, 0, 0});
+  const auto from = poseNow();
+  auto beside = from;
+  beside[1] += 100;
+  robot_movel(robot, line(beside, 1, 500));
+  robot_movel(robot, line({5000, 0, 0, 0, 0, 0}, 1, 500));
+  robot_movej(robot, line({0, 0, 0, 0, 0, 0, 5}, 0, 50));
+  robot_start_jogging(robot, 7, true);
+  robot_movel(robot, line(from, 9, 50));
+  EXPECT_EQ(controller.robot(1).runningState, stopped);
+  for (const auto* const reason : {"leaves the arm's reach or meets a singularity", "leaves the arm's reach",
+                                   "the arm has no joint 7", "there is no axis 7", "there is no coordinate system 9"}) {
+    EXPECT_NE(refusal().find(reason), std::string::npos) << reason;
+  }
+}
+
+TEST(Arms, ComeByNameOrFromAFileWhoseFaultsAreTold) {
+  const auto file = ::testing::TempDir() + "arm_" + std::to_string(::getpid()) + ".json";
+  const auto fault = [&](const std::string& text) -> std::string {
+    std::ofstream(file) << text;
+    Settings settings;
+    settings.arms = {"scara", file};
+    try {
+      const VirtualController controller(settings);
+    } catch (const std::runtime_error& error) {
+      return error.what();
+    }
+    return "";
+  };
+  const std::string axis = R"({"lowest":-90,"highest":90,"speed":100,"a":300})";
+  const std::pair<std::string, std::string> rows[] = {
+      {"[", "parse error"},
+      {"{}", "has no list \"axes\""},
+      {R"({"axes":[]})", "has 0 axes, not 1 to 7"},
+      {R"({"axes":[)" + axis + R"(,{"lowest":0,"highest":1}]})", "axis 2: \"speed\" is missing"},
+      {R"({"axes":[{"lowest":1,"highest":0,"speed":1}]})", "axis 1: \"lowest\" is not below \"highest\""},
+      {R"({"axes":[{"lowest":5,"highest":9,"speed":1}]})", "beyond its limits"},
+      {R"({"axes":[{"lowest":-5,"highest":9,"speed":0}]})", "above 0"},
+      {R"({"axes":[{"lowest":-5,"highest":9,"speed":"1"}]})", "\"speed\" is no number"},
+      {R"({"axes":[{"lenght":5}]})", "there is no \"lenght\""}};
+  for (const auto& [text, words] : rows) EXPECT_NE(fault(text).find(words), std::string::npos) << fault(text);
+  EXPECT_EQ(fault(R"({"axes":[)" + axis + "," + axis + "]}"), "");
+  Settings settings;
+  settings.arms = {"scara", file};
+  VirtualController controller(settings);
+  const auto robot = connect_robot(controller.host(), controller.port());
+  Values pose;
+  for (const auto& [number, reach] : {std::pair(1, 600.0), {2, 600.0}, {4, 600.0}}) {
+    EXPECT_EQ(get_current_position_robot(robot, number, 1, pose), SUCCESS);
+    EXPECT_NEAR(pose[0], reach, 1e-9) << number;
+    EXPECT_NEAR(pose[2], number == 1 ? 350 : 0, 1e-9) << number;
+  }
+  // the SCARA's third axis slides down, straight
+  controller.edit(1, [](auto& state) {
+    state.servoState = servoRunning;
+    state.position = {30, 60, 20, 10, 0, 0, 0};
+  });
+  EXPECT_EQ(get_current_position(robot, 1, pose), SUCCESS);
+  pose[2] -= 100, pose[0] -= 50;
+  EXPECT_EQ(robot_movel(robot, line(pose, 1, 500)), SUCCESS);
+  const auto arrived = [&] { return std::abs(controller.robot(1).position[2] - 120) < 1e-6; };
+  for (int i = 0; i < 5000 && !arrived(); ++i) delay(1);
+  EXPECT_TRUE(arrived());
+  disconnect_robot(robot);
+  std::remove(file.c_str());
 }
