@@ -11,3 +11,4 @@ void benchmarkReceive();
 void benchmarkCrc();
 void benchmarkCallbacks();
 void benchmarkConnections();
+void benchmarkControllers();

@@ -21,9 +21,16 @@ constexpr int failed = 100;
 const struct Topic {
   const char* name;
   void (*run)();
-} topics[] = {{"query", benchmarkQuery}, {"polling", benchmarkPolling},     {"files", benchmarkFiles},
-              {"lines", benchmarkLines}, {"sets", benchmarkSets},           {"receive", benchmarkReceive},
-              {"crc", benchmarkCrc},     {"callbacks", benchmarkCallbacks}, {"connections", benchmarkConnections}};
+} topics[] = {{"query", benchmarkQuery},
+              {"polling", benchmarkPolling},
+              {"files", benchmarkFiles},
+              {"lines", benchmarkLines},
+              {"sets", benchmarkSets},
+              {"receive", benchmarkReceive},
+              {"crc", benchmarkCrc},
+              {"callbacks", benchmarkCallbacks},
+              {"connections", benchmarkConnections},
+              {"controllers", benchmarkControllers}};
 
 void printMachine() {
   std::string model = "unknown processor";

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <fstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 struct Sample {
@@ -92,3 +93,70 @@ inline bool drawMotion(const std::string& file, const std::vector<Sample>& sampl
       << joints.svg() << path.svg() << "</svg>\n";
   return out.good();
 }
+
+/// What was programmed and what was driven, seen from above, and how fast.
+class PathPicture {
+ public:
+  using Point = std::pair<double, double>;
+
+  /// @param onLine  one of the corners of a line, which is drawn as well
+  void programmed(Point point, bool onLine = true) {
+    points_.push_back(point);
+    if (onLine) line_.push_back(point);
+  }
+  /// @param path   X and Y in mm
+  /// @param speed  seconds, and mm/s
+  void driven(std::string name, std::vector<Point> path, std::vector<Point> speed) {
+    speeds_.curve("", std::move(speed));  // in the colour of the path
+    paths_.emplace_back(std::move(name), std::move(path));
+  }
+
+  bool save(const std::string& file) const {
+    constexpr const char* colours[] = {"#1f77b4", "#ff7f0e", "#2ca02c"};
+    std::ofstream out(file);
+    out << "<svg xmlns='http://www.w3.org/2000/svg' width='1000' height='400' font-family='sans-serif' "
+           "font-size='12'>\n"
+        << "<rect width='1000' height='400' fill='white'/>\n"
+        << "<text x='20' y='25'>programmed points, and the tool's path from above in mm</text>\n"
+        << polyline(line_, "#999", "stroke-dasharray='4 4'");
+    for (std::size_t i = 0; i < paths_.size(); ++i) {
+      const std::string colour = colours[i % std::size(colours)];
+      out << polyline(paths_[i].second, colour, "stroke-width='2'") << "<text x='" << 20 + 110 * i << "' y='45' fill='"
+          << colour << "'>" << paths_[i].first << "</text>\n";
+    }
+    for (const auto& point : points_) {
+      out << "<circle cx='" << across(point) << "' cy='" << down(point) << "' r='4' fill='none' stroke='black'/>\n";
+    }
+    out << speeds_.svg() << "</svg>\n";
+    return out.good();
+  }
+
+ private:
+  /// The robot's X goes up and its Y to the left, in one scale.
+  double across(const Point& point) const { return 30 + scale() * (range(&Point::second).second - point.second); }
+  double down(const Point& point) const { return 70 + scale() * (range(&Point::first).second - point.first); }
+  double scale() const {
+    const auto [lowX, highX] = range(&Point::first);
+    const auto [lowY, highY] = range(&Point::second);
+    return std::min(420 / (highY - lowY), 310 / (highX - lowX));
+  }
+  std::pair<double, double> range(double Point::*coordinate) const {
+    std::pair<double, double> range{1e9, -1e9};
+    for (const auto& [name, points] : paths_) {
+      for (const auto& point : points) {
+        range = {std::min(range.first, point.*coordinate), std::max(range.second, point.*coordinate)};
+      }
+    }
+    return range;
+  }
+  std::string polyline(const std::vector<Point>& points, const std::string& colour, const std::string& style) const {
+    std::string text = "<polyline fill='none' stroke='" + colour + "' " + style + " points='";
+    for (const auto& point : points) text += std::to_string(across(point)) + "," + std::to_string(down(point)) + " ";
+    return text + "'/>\n";
+  }
+
+  std::vector<Point> points_;
+  std::vector<Point> line_;
+  std::vector<std::pair<std::string, std::vector<Point>>> paths_;
+  Diagram speeds_{500, "the tool's speed in mm/s over seconds"};
+};

@@ -84,6 +84,11 @@ int run(int argc, char** argv) {
       ->type_name("MS")
       ->check(CLI::Range(0, 3'600'000));
   app.add_flag("--lenient", settings.lenient, "run blocks of if, while and until lines once, instead of refusing them");
+  app.add_option("--arm", settings.arms,
+                 "six-axis, scara, or a JSON file that describes an arm; once for each robot, the last for all others")
+      ->type_name("ARM")
+      ->expected(1)
+      ->take_all();
   app.add_flag("--verbose", settings.verbose, "print each request, reply and event");
   CLI11_PARSE(app, argc, argv);
 

@@ -3,10 +3,20 @@
 #include <algorithm>
 #include <utility>
 
-#include "virtual_controller/motion/coordinates.h"
-#include "virtual_controller/motion/pose.h"
+#include "virtual_controller/motion/dynamics.h"
+#include "virtual_controller/motion/positions.h"
 
 namespace virtual_controller {
+namespace {
+
+/// The last of the arms is that of all further robots.
+arm::Model armOf(const Settings& settings, int number) {
+  if (settings.arms.empty()) return arm::sixAxis();
+  const auto index = std::min(static_cast<std::size_t>(number), settings.arms.size()) - 1;
+  return arm::modelFrom(settings.arms[index]);
+}
+
+}  // namespace
 
 Model::Model(const Settings& settings, EventLoop& loop, DataFolder& data, Push push)
     : clock_(loop, settings.timeScale),
@@ -19,7 +29,7 @@ Model::Model(const Settings& settings, EventLoop& loop, DataFolder& data, Push p
   for (int number = 1; number <= settings.robots; ++number) {
     RobotState state;
     state.remote = RemoteMode(settings.remotePrograms);
-    robots_.push_back({number, std::move(state)});
+    robots_.push_back({number, std::move(state), armOf(settings, number)});
   }
   for (auto& robot : robots_) runners_.emplace_back(*this, robot);
 }
@@ -47,9 +57,9 @@ Robot& Model::robot(const Json& request) {
   }
 }
 
-Pose Model::flangePose(const Robot& robot) const { return toPose(flangeNow(robot.state)); }
+Pose Model::flangePose(const Robot& robot) { return virtual_controller::flangePose(robot); }
 
-Pose Model::toolPose(const Robot& robot) const { return toPose(toolNow(robot.state)); }
+Pose Model::toolPose(const Robot& robot) { return virtual_controller::toolPose(robot); }
 
 void Model::remark(const Remark& remark) {
   const auto same = [&](const Remark& each) { return each.text == remark.text; };
@@ -74,11 +84,19 @@ void Model::edit(int number, const std::function<void(RobotState&)>& change) {
 
 void Model::moveServo(Robot& robot, int target) {
   if (target != servoRunning) runner(robot).stop();
-  clock_.after(servoDelay_, [this, &robot, target, change = ++robot.servoChanges] {
-    if (robot.servoChanges != change) return;
-    robot.state.servoState = target;
-    mover_.advance(robot);
-  });
+  clock_.after(servoDelay_,
+               [this, &robot, target, change = ++robot.servoChanges] { reachServo(robot, target, change); });
+}
+
+/// Power goes when the arm has come to rest.
+void Model::reachServo(Robot& robot, int target, unsigned change) {
+  constexpr ControllerClock::Seconds again(0.01);
+  if (robot.servoChanges != change) return;
+  mover_.advance(robot);
+  if (target != servoRunning && mover_.moving(robot)) {
+    return clock_.after(again, [this, &robot, target, change] { reachServo(robot, target, change); });
+  }
+  robot.state.servoState = target;
 }
 
 void Model::setPower(Robot& robot, bool on) {
@@ -103,7 +121,6 @@ void Model::raiseError(Robot& robot, int code, const std::string& text) {
   ++robot.servoChanges;
   robot.state.servoState = servoError;
   robot.state.deadman = false;
-  robot.state.runningState = 0;
   robot.state.error = ActiveError{code, text};
   robot.state.welder.putOut();
   robot.state.welder.keepTime(clock_.now().count());
@@ -162,15 +179,29 @@ void Model::applyIoReset(const Robot& robot, IoResetType type) {
   }
 }
 
-Json Model::stateMessage(const Robot& robot) {
+Json Model::stateMessage(const Robot& robot) const {
   const auto& state = robot.state;
+  const auto velocity = mover_.velocity(robot);
+  const auto& io = controller.io;
   return {{"robot", robot.number},
           {"servoState", state.servoState},
           {"runningState", state.runningState},
           {"mode", state.mode},
           {"coord", state.coord},
           {"speed", state.speed},
+          {"time", robot.at.count()},
           {"position", state.position},
+          {"positionSync", state.externalAxes},
+          {"pose", toolPose(robot)},
+          {"velocity", jointsOf(velocity)},
+          {"lineVelocity", toolSpeed(robot, velocity)},
+          {"torque", torques(robot, velocity, mover_.acceleration(robot))},
+          {"inputs", io.inputLevels()},
+          {"outputs", io.outputs},
+          {"analogInputs", io.analogInputs},
+          {"analogOutputs", io.analogOutputs},
+          {"job", state.openJob},
+          {"line", runner(robot).line()},
           {"errorCode", state.error ? state.error->code : 0}};
 }
 

@@ -38,6 +38,7 @@ class Model {
   JobStore& jobs() { return jobs_; }
   /// Who carries out the robot's programs.
   Runner& runner(const Robot& robot) { return runners_.at(static_cast<std::size_t>(robot.number - 1)); }
+  const Runner& runner(const Robot& robot) const { return runners_.at(static_cast<std::size_t>(robot.number - 1)); }
 
   // ---- the request that is carried out
 
@@ -62,9 +63,9 @@ class Model {
   Robot& robot(const Json& request);
 
   /// Where the flange of the robot is now, as seen from its base.
-  Pose flangePose(const Robot& robot) const;
+  static Pose flangePose(const Robot& robot);
   /// Where the centre point of the selected tool is now, as seen from the robot's base.
-  Pose toolPose(const Robot& robot) const;
+  static Pose toolPose(const Robot& robot);
 
   void edit(int number, const std::function<void(RobotState&)>& change);
   /// The robot reaches the servo state after Settings::servoDelay, unless something else happens to it before.
@@ -91,11 +92,13 @@ class Model {
   void applyIoReset(const Robot& robot, IoResetType type);
 
   /// The message for code 0x9513.
-  static Json stateMessage(const Robot& robot);
+  Json stateMessage(const Robot& robot) const;
   /// The message for code 0x2B03 or 0x2B04.
   static Json systemMessage(Strategy code, int robot, int number, const std::string& text);
 
  private:
+  void reachServo(Robot& robot, int target, unsigned change);
+
   ControllerClock clock_;
   Mover mover_{clock_};
   const ControllerClock::Seconds servoDelay_;

@@ -35,6 +35,9 @@ struct Settings {
   std::chrono::milliseconds statePeriod{0};  ///< the robots' states are pushed this often to every client; 0: never
   bool lenient = false;                      ///< blocks of if, while and until lines are run once, not refused
   bool verbose = false;                      ///< one line on standard output for each request, reply and event
+  /// What kind of arm each robot has: "six-axis", "scara", or the name of a file that describes one; the last is that
+  /// of all further robots. None: "six-axis".
+  std::vector<std::string> arms{};
 };
 
 // values of RobotState::servoState
@@ -96,7 +99,7 @@ struct RobotState {
   int runningState = 0;  ///< 0: stopped, 1: paused, 2: running
   int robotType = 1;
   int dragMode = 0;
-  /// Joint angles in degrees. The arm has six axes: the seventh value stays as it is set.
+  /// Joints in degrees, or mm of one that slides. Values of joints that the arm lacks stay as they are set.
   std::array<double, 7> position{};
   std::array<double, 5> externalAxes{};
   std::array<double, 7> homePosition{};  ///< joints, as in `position`

@@ -1,5 +1,6 @@
 #include "virtual_controller/virtual_controller_impl.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <exception>
 #include <iostream>
@@ -30,7 +31,7 @@ VirtualController::Impl::Impl(Settings wanted)
   if (settings.servoPort) servo_ = &listen(*settings.servoPort);
   if (settings.filePort) files_ = &listen(*settings.filePort, true);
   start();
-  if (settings.statePeriod.count() > 0) pushStates();
+  if (settings.statePeriod.count() > 0) pushStates(EventLoop::Clock::now());
   loop.start();  // last: a constructor that throws leaves no thread behind
 }
 
@@ -243,15 +244,17 @@ void VirtualController::Impl::release() {
   }
 }
 
-void VirtualController::Impl::pushStates() {
+/// Keeps its times, but for those that have gone by when it is late.
+void VirtualController::Impl::pushStates(EventLoop::Clock::time_point time) {
   for (const auto& robot : model.robots()) {
     if (sessions_.empty()) break;
-    const auto frame = frameOf(Strategy::RobotState, dumped(Model::stateMessage(robot)));
+    const auto frame = frameOf(Strategy::RobotState, dumped(model.stateMessage(robot)));
     for (auto& [number, session] : sessions_) {
       if (!session->lagging() && !fileServer_.serves(number)) send(*session, frame);
     }
   }
-  loop.after(settings.statePeriod, [this] { pushStates(); });
+  const auto next = std::max(time + settings.statePeriod, EventLoop::Clock::now());
+  loop.at(next, [this, next] { pushStates(next); });
 }
 
 void VirtualController::Impl::trace(const Session& session, const char* event) const {

@@ -94,7 +94,7 @@ class __attribute__((visibility("hidden"))) VirtualController::Impl final : publ
   /// Every frame leaves through here, where the faults are.
   void send(Session& session, std::string frame);
   void release();
-  void pushStates();
+  void pushStates(EventLoop::Clock::time_point time);
 
   void trace(const Session& session, const char* event) const;
   void trace(const Session& session, const char* arrow, Strategy code, const std::string& operation,

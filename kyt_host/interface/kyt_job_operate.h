@@ -167,8 +167,9 @@ inline int job_insert_moveL(SOCKETFD socketFd, int lineNum, const MoveCmd& cmd) 
   return job_insert_moveL_robot(socketFd, const_robot, lineNum, cmd);
 }
 
-/// One point of a circular move: 7 values in `targetPosValue`; `velocity` in mm/s. Virtual controller: it has no
-/// circles, and goes to each of their points in a straight line.
+/// One point of a circular move: 7 values in `targetPosValue`; `velocity` in mm/s. Virtual controller: two lines make
+/// an arc, from where the tool is through the point of the first to that of the second, at the velocity of the first;
+/// how the tool stands at the first does not count.
 KYT_HOST_API int job_insert_moveC_robot(SOCKETFD socketFd, int robotNum, int lineNum, const MoveCmd& cmd);
 inline int job_insert_moveC(SOCKETFD socketFd, int lineNum, const MoveCmd& cmd) {
   return job_insert_moveC_robot(socketFd, const_robot, lineNum, cmd);
@@ -195,7 +196,8 @@ inline int job_insert_moveComm(SOCKETFD socketFd, int lineNum, std::string moveT
 }
 
 /// A samov move to a local position. The line has the position's name and type, not its values: those go into the job
-/// with `job_insert_local_position`.
+/// with `job_insert_local_position`. Virtual controller: where `coord` is 0 the joints move, `velocity` in percent;
+/// where it is not, the tool in a straight line.
 /// @param cmd       its `targetPosValue` does not count
 /// @param position  its `data` does not count; without a name, the line keeps that of `cmd`
 KYT_HOST_API int job_insert_samov_command_robot(SOCKETFD socketFd, int robotNum, int lineNum, const MoveCmd& cmd,

@@ -110,13 +110,14 @@ inline int queue_motion_push_back_moveC(SOCKETFD socketFd, const MoveCmd& cmd) {
 }
 
 /// One point of a circular move of the controller's moveCA kind: 7 values; `velocity` in mm/s, 1..5000. Virtual
-/// controller: as moveC.
+/// controller: as moveC, and one of each makes an arc too.
 KYT_HOST_API int queue_motion_push_back_moveCA_robot(SOCKETFD socketFd, int robotNum, const MoveCmd& cmd);
 inline int queue_motion_push_back_moveCA(SOCKETFD socketFd, const MoveCmd& cmd) {
   return queue_motion_push_back_moveCA_robot(socketFd, const_robot, cmd);
 }
 
-/// A move of the controller's moveS kind: 7 values; `velocity` in mm/s, 1..5000. Virtual controller: as moveL.
+/// A move of the controller's moveS kind: 7 values; `velocity` in mm/s, 1..5000. Virtual controller: lines that follow
+/// each other make one smooth curve through all of their points, at the velocity of the first.
 KYT_HOST_API int queue_motion_push_back_moveS_robot(SOCKETFD socketFd, int robotNum, const MoveCmd& cmd);
 inline int queue_motion_push_back_moveS(SOCKETFD socketFd, const MoveCmd& cmd) {
   return queue_motion_push_back_moveS_robot(socketFd, const_robot, cmd);

@@ -83,7 +83,7 @@ struct PositionData {
   std::vector<double> data;  ///< 7 to 21 values: coordinate system, unit of the angles (0 degrees, 1 radians), arm
                              ///< configuration, tool, user coordinate system, two of the controller's own, as in
                              ///< `Position`; then 7 values of the robot, and 7 of the external axes. More than 21 are
-                             ///< not sent. Virtual controller: goes by the first and by the 14 last, in degrees.
+                             ///< not sent. Virtual controller: goes by all but the third and the controller's own.
 };
 
 /// An output and what becomes of it. Virtual controller: port and level alone, and the level is kept for good.

@@ -54,7 +54,7 @@ TEST_F(CalibrationTest, TheToolCentrePointIsWhatStandsStill) {
   };
   const auto seven = [](int points) { return R"({"toolNum":3,"calibrationPointNum":)" + std::to_string(points) + "}"; };
   const auto calculates = [&](int points) { return takes(Strategy::CalculateToolHand7, seven(points)); };
-  const Pose expected{0, 0, -arm::table.back().d, 10, 20, 30};
+  const Pose expected{0, 0, -arm::sixAxis().axes.back().d, 10, 20, 30};
   EXPECT_FALSE(calculates(3));  // no point
   recordAll(Strategy::RecordToolHand7Point, {{0, 0, 0}, {30, 20, 10}, {1, 0, 1}, {-40, -30, 60}});
   for (const int points : {1, 3, 7})

@@ -27,7 +27,7 @@ MoveCmd to(double joint, double velocity = 100) {
 class Programs : public ConnectedTest {
  protected:
   Programs() : ConnectedTest(Settings{"127.0.0.1", 0, {}, {}, {}, 4, 10, std::chrono::milliseconds(1), 30}) {
-    controller.edit(1, [](auto& state) { state.servoState = servoRunning; });
+    controller.edit(1, [](auto& state) { state.servoState = servoRunning, state.speed = 100; });
   }
   bool comes(const std::function<bool()>& seen) {
     for (int i = 0; i < 20'000 && !seen(); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -91,7 +91,7 @@ TEST_F(Programs, AJumpLoopsWhileItsConditionsHoldAndAnUnreachableLineStopsTheJob
   EXPECT_EQ(ask(job_get_command_total_lines), 4);  // an endless loop leaves time for others
   set_global_variant(robot, "GI001", 4);
   EXPECT_EQ(observer.receive()->text,
-            R"({"code":1003,"data":"job Loop, line 4: the target is beyond a joint's limit","kind":2,"robot":1})");
+            R"({"code":1003,"data":"job Loop, line 4: the target is beyond a limit of joint 1","kind":2,"robot":1})");
   EXPECT_EQ(controller.robot(1).runningState, stopped);
   EXPECT_EQ(controller.controller().io.outputs[2], 0);  // reset
 }

@@ -139,7 +139,7 @@ TEST_F(Refusals, ProgramsSayWhichLineIsBadAndWhatBecameOfTheOthers) {
   }
   expectAll({{Strategy::InsertJobCommand, insertion(timer, 2), Code::OutOfRange, "there is no place for a line 2"},
              {Strategy::CreateJob, R"({"robot":1,"jobname":"A"})", Code::ThereAlready, "there is a job A already"},
-             {Strategy::InsertJobCommand, insertion(R"("type":139)"), Code::NothingHappens, "tool offset"}});
+             {Strategy::InsertJobCommand, insertion(R"("type":28)"), Code::NothingHappens, "does not move this arm"}});
   EXPECT_EQ(client.ask(Strategy::GetJobTotalLines, R"({"robot":1})")->text, R"({"robot":1,"totalLines":1})");
   client.send(Strategy::InsertJobCommand, insertion(timer));
   client.send(Strategy::RunJob, R"({"robot":1,"jobname":"A","line":1})");

@@ -2,95 +2,126 @@
 
 #include <algorithm>
 #include <cmath>
+#include <fstream>
+#include <stdexcept>
 
-#include <Eigen/Dense>
-
-#include "virtual_controller/motion/degrees.h"
+#include "virtual_controller/request.h"
 
 namespace virtual_controller::arm {
 namespace {
 
-using Eigen::Isometry3d;
-using Eigen::Vector3d;
-using Vector6d = Eigen::Matrix<double, 6, 1>;
+constexpr double secondsToTopSpeed = 0.5;
 
-constexpr double metre = 1000;  // in mm: the solver weighs a metre like a radian
-
-/// The frames before each axis, and the flange's.
-std::array<Isometry3d, axes + 1> frames(const Joints& joints) {
-  std::array<Isometry3d, axes + 1> frames;
-  frames[0].setIdentity();
-  for (std::size_t i = 0; i < axes; ++i) {
-    const auto& axis = table[i];
-    frames[i + 1] = frames[i] * Eigen::AngleAxisd(radians(joints[i] + axis.offset), Vector3d::UnitZ()) *
-                    Eigen::Translation3d(axis.a, 0, axis.d) * Eigen::AngleAxisd(radians(axis.alpha), Vector3d::UnitX());
-  }
-  return frames;
+[[noreturn]] void reject(const std::string& file, const std::string& reason) {
+  throw std::runtime_error("arm " + file + ": " + reason);
 }
 
-Eigen::Matrix<double, 6, axes> jacobianAt(const Vector3d& point, const std::array<Isometry3d, axes + 1>& frames) {
-  Eigen::Matrix<double, 6, axes> columns;
-  for (std::size_t i = 0; i < axes; ++i) {
-    const Vector3d axis = frames[i].linear().col(2);
-    columns.col(static_cast<Eigen::Index>(i)) << axis.cross(point - frames[i].translation()), axis;
+/// One axis of a file; `where` names both.
+Axis axisFrom(const Json& json, const std::string& where) {
+  Axis axis;
+  axis.mass = 10;
+  axis.ratedTorque = 500;
+  const std::array<std::pair<const char*, double*>, 10> keys{{{"d", &axis.d},
+                                                              {"a", &axis.a},
+                                                              {"alpha", &axis.alpha},
+                                                              {"offset", &axis.offset},
+                                                              {"lowest", &axis.lowest},
+                                                              {"highest", &axis.highest},
+                                                              {"speed", &axis.topSpeed},
+                                                              {"acceleration", &axis.topAcceleration},
+                                                              {"mass", &axis.mass},
+                                                              {"torque", &axis.ratedTorque}}};
+  constexpr double largest = 1e5;
+  if (!json.is_object()) reject(where, "is no object");
+  for (const auto& [key, found] : json.items()) {
+    const auto known =
+        std::find_if(keys.begin(), keys.end(), [&key = key](const auto& each) { return each.first == key; });
+    if (key == "slides") {
+      if (!found.is_boolean()) reject(where, "\"slides\" is neither true nor false");
+      axis.slides = found.get<bool>();
+    } else if (known == keys.end()) {
+      reject(where, "there is no \"" + key + "\"");
+    } else if (!found.is_number() || std::abs(found.get<double>()) > largest) {
+      reject(where, "\"" + key + "\" is no number between -100000 and 100000");
+    } else {
+      *known->second = found.get<double>();
+    }
   }
-  return columns;
+  for (const auto* key : {"lowest", "highest", "speed"}) {
+    if (!json.contains(key)) reject(where, "\"" + std::string(key) + "\" is missing");
+  }
+  if (!json.contains("acceleration")) axis.topAcceleration = axis.topSpeed / secondsToTopSpeed;
+  if (!(axis.lowest < axis.highest)) reject(where, "\"lowest\" is not below \"highest\"");
+  if (axis.lowest > 0 || axis.highest < 0) reject(where, "0, where the joint begins, is beyond its limits");
+  for (const auto value : {axis.topSpeed, axis.topAcceleration, axis.ratedTorque}) {
+    if (!(value > 0)) reject(where, "\"speed\", \"acceleration\" and \"torque\" are above 0");
+  }
+  if (axis.mass < 0) reject(where, "\"mass\" is below 0");
+  return axis;
 }
 
-Joints limited(Joints joints) {
-  for (std::size_t i = 0; i < axes; ++i) joints[i] = std::clamp(joints[i], table[i].lowest, table[i].highest);
-  return joints;
+Model modelFromFile(const std::string& file) {
+  std::ifstream stream(file);
+  if (!stream) reject(file, "is neither \"six-axis\" nor \"scara\" nor a file that can be read");
+  Json json;
+  try {
+    json = Json::parse(stream);
+  } catch (const Json::exception& problem) {
+    reject(file, problem.what());
+  }
+  if (!json.is_object() || !json.contains("axes") || !json["axes"].is_array()) reject(file, "has no list \"axes\"");
+  const auto& axes = json["axes"];
+  if (axes.empty() || axes.size() > mostAxes) reject(file, "has " + std::to_string(axes.size()) + " axes, not 1 to 7");
+  Model model{json.contains("name") && json["name"].is_string() ? json["name"].get<std::string>() : file, {}};
+  for (const auto& axis : axes) {
+    model.axes.push_back(axisFrom(axis, file + ", axis " + std::to_string(model.axes.size() + 1)));
+  }
+  return model;
 }
 
 }  // namespace
 
-bool withinLimits(const Joints& joints) { return limited(joints) == joints; }
-
-Isometry3d forward(const Joints& joints) { return frames(joints).back(); }
-
-Eigen::Matrix<double, 6, axes> jacobian(const Joints& joints, const Isometry3d& tool) {
-  const auto all = frames(joints);
-  return jacobianAt(all.back() * tool.translation(), all);
+Model sixAxis() {
+  return {"six-axis",
+          {{450, 150, -90, 0, -170, 170, 180, 360, 60, 1500},
+           {0, 600, 0, -90, -100, 130, 180, 360, 40, 1500},
+           {0, 120, -90, 0, -170, 75, 200, 400, 25, 700},
+           {640, 0, 90, 0, -190, 190, 300, 600, 15, 150},
+           {0, 0, -90, 90, -120, 120, 300, 600, 5, 120},
+           {100, 0, 0, 0, -360, 360, 400, 800, 2, 60}}};
 }
 
-/// Damped least squares; the damping falls with the error, so that the last steps are Newton's.
-std::optional<Joints> inverse(const Isometry3d& flange, const Joints& seed) {
-  constexpr int steps = 60;
-  constexpr double closeEnough = 1e-8;  // metres and radians
-  constexpr double leastDamping = 1e-9;
-  auto joints = limited(seed);
-  for (int step = 0; step < steps; ++step) {
-    const auto all = frames(joints);
-    const auto& present = all.back();
-    const Eigen::AngleAxisd turn(Eigen::Matrix3d(flange.linear() * present.linear().transpose()));
-    Vector6d error;
-    error << (flange.translation() - present.translation()) / metre, turn.axis() * turn.angle();
-    if (!error.allFinite()) return std::nullopt;
-    if (error.norm() < closeEnough) return joints;
-
-    auto columns = jacobianAt(present.translation(), all);
-    columns.topRows<3>() /= metre;
-    Eigen::Matrix<double, axes, axes> normal = columns.transpose() * columns;
-    normal.diagonal().array() += error.squaredNorm() / 2 + leastDamping;
-    const Vector6d change = normal.ldlt().solve(columns.transpose() * error);
-    for (std::size_t i = 0; i < axes; ++i) joints[i] += degrees(change[static_cast<Eigen::Index>(i)]);
-    joints = limited(joints);
-  }
-  return std::nullopt;
+Model scara() {
+  return {"scara",
+          {{400, 350, 0, 0, -140, 140, 300, 1200, 12, 300},
+           {0, 250, 180, 0, -145, 145, 400, 1600, 8, 150},
+           {0, 0, 0, 0, 0, 200, 1000, 4000, 3, 300, true},
+           {50, 0, 0, 0, -360, 360, 1000, 4000, 1, 20}}};
 }
 
-std::optional<Joints> inverseAnywhere(const Isometry3d& flange, const Joints& seed) {
-  if (const auto joints = inverse(flange, seed)) return joints;
-  const auto towards = degrees(std::atan2(flange.translation().y(), flange.translation().x()));
-  for (const auto turned : {0.0, 180.0}) {
-    for (const auto& [shoulder, elbow] : {std::pair{0.0, 0.0}, {60.0, -60.0}, {60.0, -150.0}, {-40.0, 40.0}}) {
-      for (const auto wrist : {0.0, -150.0, 150.0}) {
-        const auto base = std::remainder(towards + turned, 360.0);
-        if (const auto joints = inverse(flange, {base, shoulder, elbow, wrist, 0, 0})) return joints;
-      }
-    }
+Model modelFrom(const std::string& nameOrFile) {
+  if (nameOrFile == "six-axis") return sixAxis();
+  if (nameOrFile == "scara") return scara();
+  return modelFromFile(nameOrFile);
+}
+
+bool withinLimits(const Model& arm, const Joints& joints) {
+  for (std::size_t i = 0; i < joints.size(); ++i) {
+    const auto known = i < arm.axes.size();
+    const auto lowest = known ? arm.axes[i].lowest : 0;
+    const auto highest = known ? arm.axes[i].highest : 0;
+    if (!(joints[i] >= lowest && joints[i] <= highest)) return false;
   }
-  return std::nullopt;
+  return true;
+}
+
+double reach(const Model& arm) {
+  double length = 0;
+  for (const auto& axis : arm.axes) {
+    length += std::hypot(
+        axis.a, axis.slides ? std::max(std::abs(axis.d + axis.lowest), std::abs(axis.d + axis.highest)) : axis.d);
+  }
+  return length;
 }
 
 }  // namespace virtual_controller::arm

@@ -4,39 +4,62 @@
 #include <string>
 
 #include "virtual_controller/motion/pose.h"
+#include "virtual_controller/motion/positions.h"
 #include "virtual_controller/request.h"
 
 namespace virtual_controller {
 
-arm::Joints jointsOf(const RobotState& state) {
-  arm::Joints joints;
-  std::copy_n(state.position.begin(), joints.size(), joints.begin());
-  return joints;
+using Eigen::Isometry3d;
+
+Isometry3d toolOf(const RobotState& state, int number) {
+  if (number == 0) return Isometry3d::Identity();
+  const auto tool = state.tools.find(number);
+  if (tool == state.tools.end()) throw Refusal(SystemCode::NotThere, "there is no tool " + std::to_string(number));
+  return toTransform(tool->second.pose);
 }
 
-Eigen::Isometry3d toolOf(const RobotState& state) {
-  const auto tool = state.tools.find(state.toolNumber);
-  return toTransform(tool == state.tools.end() ? Pose{} : tool->second.pose);
+Isometry3d userFrameOf(const RobotState& state, int number) {
+  if (number == 0) return Isometry3d::Identity();
+  const auto frame = state.userFrames.find(number);
+  if (frame == state.userFrames.end())
+    throw Refusal(SystemCode::NotThere, "there is no user frame " + std::to_string(number));
+  return toTransform(frame->second);
 }
 
-Eigen::Isometry3d flangeNow(const RobotState& state) { return arm::forward(jointsOf(state)); }
+Isometry3d flangeNow(const Robot& robot) { return arm::forward(robot.arm, robot.state.position); }
 
-Eigen::Isometry3d toolNow(const RobotState& state) { return flangeNow(state) * toolOf(state); }
+int selectedTool(const RobotState& state) { return state.tools.count(state.toolNumber) != 0 ? state.toolNumber : 0; }
 
-Eigen::Isometry3d frameOf(const RobotState& state, int coord) {
-  if (coord == baseCoord || coord == worldCoord) return Eigen::Isometry3d::Identity();
-  if (coord == toolCoord) return toolNow(state);
-  if (coord != userCoord) {
-    throw Refusal(SystemCode::OutOfRange, "there is no coordinate system " + std::to_string(coord));
-  }
-  const auto frame = state.userFrames.find(state.userNumber);
-  return toTransform(frame == state.userFrames.end() ? Pose{} : frame->second);
+Isometry3d selectedUserFrame(const RobotState& state) {
+  return userFrameOf(state, state.userFrames.count(state.userNumber) != 0 ? state.userNumber : 0);
 }
 
-std::array<double, 7> positionIn(const RobotState& state, int coord) {
-  if (coord == jointCoord) return state.position;
-  const auto frame = frameOf(state, coord == toolCoord ? baseCoord : coord);
-  const auto pose = toPose(frame.inverse() * toolNow(state));
+Isometry3d toolNow(const Robot& robot) { return flangeNow(robot) * toolOf(robot.state, selectedTool(robot.state)); }
+
+arm::Twist toolTwist(const Robot& robot, const Axes& velocity) {
+  const Isometry3d tool = flangeNow(robot).inverse() * toolNow(robot);
+  const auto columns = arm::jacobian(robot.arm, robot.state.position, tool);
+  return columns * Eigen::Map<const Eigen::VectorXd>(velocity.data(), columns.cols());
+}
+
+Isometry3d frameOf(int coord, const Isometry3d& tool, const Isometry3d& user) {
+  if (coord == baseCoord || coord == worldCoord) return Isometry3d::Identity();
+  if (coord == toolCoord) return tool;
+  if (coord == userCoord) return user;
+  throw Refusal(SystemCode::OutOfRange, "there is no coordinate system " + std::to_string(coord));
+}
+
+Pose flangePose(const Robot& robot) { return toPose(flangeNow(robot)); }
+
+Pose toolPose(const Robot& robot) { return toPose(toolNow(robot)); }
+
+double toolSpeed(const Robot& robot, const Axes& velocity) { return toolTwist(robot, velocity).head<3>().norm(); }
+
+std::array<double, 7> positionIn(const Robot& robot, int coord) {
+  if (coord == jointCoord) return robot.state.position;
+  const auto base = coord == toolCoord ? baseCoord : coord;
+  const auto frame = frameOf(base, Isometry3d::Identity(), selectedUserFrame(robot.state));
+  const auto pose = toPose(frame.inverse() * toolNow(robot));
   std::array<double, 7> position{};
   std::copy(pose.begin(), pose.end(), position.begin());
   return position;

@@ -4,32 +4,29 @@
 
 #include <Eigen/Geometry>
 
-#include "virtual_controller/motion/arm.h"
-#include "virtual_controller/state.h"
+#include "virtual_controller/motion/kinematics.h"
+#include "virtual_controller/robot.h"
 
 /// Where an arm is, seen from here and there.
 namespace virtual_controller {
 
-// values of "coord"
-inline constexpr int jointCoord = 0;
-inline constexpr int baseCoord = 1;
-inline constexpr int toolCoord = 2;
-inline constexpr int userCoord = 3;
-inline constexpr int worldCoord = 4;  ///< the base stands in the world's origin
+/// A tool as seen from the flange, and a user frame as seen from the base. Refuses one that has never been set.
+Eigen::Isometry3d toolOf(const RobotState& state, int number);
+Eigen::Isometry3d userFrameOf(const RobotState& state, int number);
 
-arm::Joints jointsOf(const RobotState& state);
-/// The selected tool as seen from the flange.
-Eigen::Isometry3d toolOf(const RobotState& state);
+/// What is selected before it is set, is the flange, or the base.
+int selectedTool(const RobotState& state);
+Eigen::Isometry3d selectedUserFrame(const RobotState& state);
+
 /// The flange and the selected tool's centre point now, as seen from the base.
-Eigen::Isometry3d flangeNow(const RobotState& state);
-Eigen::Isometry3d toolNow(const RobotState& state);
+Eigen::Isometry3d flangeNow(const Robot& robot);
+Eigen::Isometry3d toolNow(const Robot& robot);
+
+/// How fast the selected tool's centre point goes at these speeds of the axes.
+arm::Twist toolTwist(const Robot& robot, const Axes& velocity);
 
 /// The frame, as seen from the base, in which the poses of a Cartesian coordinate system are told; toolCoord's is where
-/// the tool is now. Refuses a coordinate system that there is not.
-Eigen::Isometry3d frameOf(const RobotState& state, int coord);
-
-/// The position as a query gets it: the joints, or the tool's pose and a 0. In toolCoord, where a tool's own pose would
-/// tell nothing, as in baseCoord. Refuses a coordinate system that there is not.
-std::array<double, 7> positionIn(const RobotState& state, int coord);
+/// the tool is. Refuses a coordinate system that there is not.
+Eigen::Isometry3d frameOf(int coord, const Eigen::Isometry3d& tool, const Eigen::Isometry3d& user);
 
 }  // namespace virtual_controller

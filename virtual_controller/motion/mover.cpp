@@ -2,227 +2,270 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <string>
+#include <iterator>
 #include <utility>
 
-#include "virtual_controller/motion/coordinates.h"
-#include "virtual_controller/motion/degrees.h"
-#include "virtual_controller/motion/pose.h"
+#include "virtual_controller/motion/planner.h"
 #include "virtual_controller/request.h"
 
 namespace virtual_controller {
 namespace {
 
 using Seconds = ControllerClock::Seconds;
-using Eigen::Isometry3d;
-
-constexpr double jogLineSpeed = 250;      // mm/s
-constexpr double jogTurnSpeed = 30;       // degrees/s
-constexpr double jogShare = 20;           // percent of an axis's top speed
-constexpr double farthest = 3'000;        // mm: farther than any line in the working space
-constexpr double farthestTurn = 360;      // degrees
-constexpr std::size_t firstExternal = 7;  // axis 8 of a request, and value 8 of a move
-
-Axes axesOf(const RobotState& state) {
-  Axes axes;
-  const auto external = std::copy_n(state.position.begin(), arm::axes, axes.begin());
-  std::copy(state.externalAxes.begin(), state.externalAxes.end(), external);
-  return axes;
-}
+using Wish = Motion::Wish;
 
 void place(RobotState& state, const Axes& axes) {
-  const auto external = axes.begin() + arm::axes;
-  std::copy(axes.begin(), external, state.position.begin());
-  std::copy(external, axes.end(), state.externalAxes.begin());
+  std::copy_n(axes.begin(), arm::mostAxes, state.position.begin());
+  std::copy_n(axes.begin() + arm::mostAxes, externalAxes, state.externalAxes.begin());
 }
 
 void checkPower(const RobotState& state) {
   if (state.servoState != servoRunning) throw Refusal("the servo is not running");
 }
 
-void check(const MoveRates& rates) {
-  for (const auto rate : {rates.velocity, rates.acceleration, rates.deceleration}) {
-    if (!std::isfinite(rate) || rate <= 0) throw Refusal("a move's speed and acceleration are above 0");
+double overrideOf(const RobotState& state, Wish wish) {
+  return wish == Wish::Drive ? std::clamp(state.speed, 0, 100) / 100.0 : 0;
+}
+
+Motion motionOf(const Robot& robot, Path path) {
+  const auto override = overrideOf(robot.state, Wish::Drive);
+  const Timing timing(path, path.begin(), 0, override);
+  Motion motion{std::move(path), timing, override};
+  motion.moment = timing.at(0);
+  motion.lastLength = motion.path.end();
+  motion.placed = motion.path.at(motion.path.begin());
+  return motion;
+}
+
+/// One for each of the marks, or for the last.
+void mark(Motion& motion, const std::vector<double>& marks, double offset, const std::vector<WhenDone>& whenDone) {
+  for (std::size_t i = 0; i < whenDone.size(); ++i) {
+    motion.marks.push_back({offset + marks[marks.size() - whenDone.size() + i], whenDone[i]});
   }
-}
-
-Pose checkedPose(const std::array<double, 6>& values) {
-  if (!std::all_of(values.begin(), values.end(), [](double value) { return std::isfinite(value); })) {
-    throw Refusal("a value of the target is no number");
-  }
-  return values;
-}
-
-std::array<double, externalAxes> externalTarget(const RobotState& state, const Target& target) {
-  if (!target.external) return state.externalAxes;
-  for (const auto value : *target.external) {
-    if (!(std::abs(value) <= externalLimit)) throw Refusal("the target is beyond an external axis's limit");
-  }
-  return *target.external;
-}
-
-arm::Joints checkedJoints(const arm::Joints& joints) {
-  if (!arm::withinLimits(joints)) throw Refusal("the target is beyond a joint's limit");
-  return joints;
-}
-
-/// The tool at the target, as seen from the base.
-Isometry3d toolAt(const RobotState& state, const Target& target) {
-  if (target.coord == jointCoord) return arm::forward(checkedJoints(target.values)) * toolOf(state);
-  return frameOf(state, target.coord) * toTransform(checkedPose(target.values));
-}
-
-arm::Joints jointsAt(const RobotState& state, const Target& target) {
-  if (target.coord == jointCoord) return checkedJoints(target.values);
-  const Isometry3d flange = toolAt(state, target) * toolOf(state).inverse();
-  const auto joints = arm::inverseAnywhere(flange, jointsOf(state));
-  if (!joints) throw Refusal("the target is out of reach");
-  return *joints;
-}
-
-/// Along or about an axis of the frame that is jogged in.
-Path jogPath(const RobotState& state, std::size_t axis, double direction) {
-  const Isometry3d tool = toolNow(state);
-  const Eigen::Vector3d along =
-      direction * frameOf(state, state.coord).linear().col(static_cast<Eigen::Index>(axis % 3));
-  auto target = tool;
-  if (axis < 3) {
-    target.translation() += farthest * along;
-    return straightPath(tool, target, toolOf(state));
-  }
-  const auto flange = [tool, along, flangeFromTool = toolOf(state).inverse()](double progress) {
-    auto turned = tool;
-    turned.linear() = Eigen::AngleAxisd(radians(progress * farthestTurn), along) * tool.linear();
-    return Isometry3d(turned * flangeFromTool);
-  };
-  return {flange, farthestTurn};
-}
-
-/// As far as the axis may go.
-Axes jogTarget(const RobotState& state, std::size_t axis, bool forward) {
-  auto target = axesOf(state);
-  const auto isJoint = axis < arm::axes;
-  const auto index = isJoint ? axis : arm::axes + axis - firstExternal;
-  const auto lowest = isJoint ? arm::table[index].lowest : -externalLimit;
-  const auto highest = isJoint ? arm::table[index].highest : externalLimit;
-  target[index] = forward ? std::max(target[index], highest) : std::min(target[index], lowest);
-  return target;
 }
 
 }  // namespace
 
 void Mover::advance(Robot& robot) {
+  robot.at = clock_.now();
   if (!robot.motion) return;
   auto& motion = *robot.motion;
-  if (axesOf(robot.state) != motion.placed) return end(robot, false);
-  const auto time = (clock_.now() - motion.started).count();
-  if (!motion.paused) {
-    motion.placed = motion.trajectory.at(time);
-    place(robot.state, motion.placed);
+  if (motion.placed != axesOf(robot.state)) return end(robot, false);
+  motion.moment = motion.timing.at((robot.at - motion.started).count());
+  motion.placed = motion.path.at(motion.moment.place);
+  place(robot.state, motion.placed);
+  std::vector<Motion::Mark> passed;
+  while (!motion.marks.empty() && motion.marks.front().place <= motion.moment.place) {
+    passed.push_back(std::move(motion.marks.front()));
+    motion.marks.pop_front();
   }
-  if (robot.state.servoState != servoRunning) return end(robot, false);
-  if (!motion.paused && motion.trajectory.finished(time)) end(robot, true);
+  tell(std::move(passed), true);
+  if (robot.state.servoState != servoRunning && (motion.wish != Wish::Stop || motion.next)) halt(robot, Wish::Stop);
+  if (motion.override != overrideOf(robot.state, motion.wish)) retime(robot);
+  if (motion.moment.time >= motion.timing.duration()) atRest(robot);
 }
 
-void Mover::moveJoints(Robot& robot, const Target& target, const MoveRates& rates, WhenDone whenDone) {
+/// The timing from the present moment on, at the override as it is now.
+void Mover::retime(Robot& robot) {
+  auto& motion = *robot.motion;
+  motion.path.forget(motion.moment.place);
+  motion.override = overrideOf(robot.state, motion.wish);
+  motion.timing = Timing(motion.path, motion.moment.place, motion.moment.rate, motion.override);
+  motion.moment = motion.timing.at(0);
+  motion.started = robot.at;
+  schedule(robot);
+}
+
+/// Where the path ends, where it was to be stopped or paused, or where the override has become 0.
+void Mover::atRest(Robot& robot) {
+  auto& motion = *robot.motion;
+  const auto arrived = motion.timing.restingPlace() >= motion.path.end();
+  if (!arrived && motion.wish == Wish::Pause) robot.state.runningState = runningPaused;
+  if (!arrived && motion.wish != Wish::Stop) return;
+  if (motion.next == nullptr) return end(robot, arrived);
+  start(robot, std::move(*std::shared_ptr(motion.next)));
+}
+
+void Mover::start(Robot& robot, Motion motion) {
+  robot.at = clock_.now();
+  robot.motion = std::move(motion);
+  retime(robot);
+}
+
+void Mover::begin(Robot& robot, const Planner& plan) {
+  advance(robot);
   checkPower(robot.state);
-  check(rates);
-  const auto joints = jointsAt(robot.state, target);
-  const auto external = externalTarget(robot.state, target);
-  Axes axes;
-  std::copy(external.begin(), external.end(), std::copy(joints.begin(), joints.end(), axes.begin()));
-  start(robot, planJoints(axesOf(robot.state), axes, rates), false, std::move(whenDone));
+  if (!robot.motion) {
+    start(robot, plan(axesOf(robot.state)));
+  } else {
+    auto& motion = *robot.motion;
+    const Timing halting(motion.path, motion.moment.place, motion.moment.rate, 0);
+    auto next = std::make_shared<Motion>(plan(motion.path.at(halting.restingPlace())));
+    halt(robot, Wish::Stop);
+    motion.next = std::move(next);
+    retime(robot);
+  }
+  robot.state.runningState = runningOn;
 }
 
-void Mover::moveLinear(Robot& robot, const Target& target, const MoveRates& rates, WhenDone whenDone) {
-  const auto& state = robot.state;
-  checkPower(state);
-  check(rates);
-  const auto path = straightPath(toolNow(state), toolAt(state, target), toolOf(state));
-  auto course = follow(path, axesOf(state), externalTarget(state, target));
-  if (!course.complete) throw Refusal("the way to the target leaves the arm's reach");
-  start(robot, planCourse(std::move(course), rates), false, std::move(whenDone));
+void Mover::move(Robot& robot, const Move& move, std::vector<WhenDone> whenDone) {
+  begin(robot, [&](const Axes& from) {
+    auto plan = planMove(robot, from, move);
+    auto motion = motionOf(robot, std::move(plan.path));
+    motion.smoothing = move.smoothing;
+    mark(motion, plan.marks, 0, whenDone);
+    return motion;
+  });
+}
+
+bool Mover::smooths(const Robot& robot) const {
+  return robot.motion && robot.motion->wish != Wish::Stop && robot.motion->smoothing > 0;
+}
+
+bool Mover::append(Robot& robot, const Move& move, const std::vector<WhenDone>& whenDone) {
+  advance(robot);
+  if (!smooths(robot)) return false;
+  auto& motion = *robot.motion;
+  const auto plan = planMove(robot, motion.path.at(motion.path.end()), move);
+  const auto radius = smoothingRadius[static_cast<std::size_t>(motion.smoothing)];
+  const auto early = blendTime(robot, motion.path, motion.lastLength, plan.path, radius);
+  const auto moment = motion.moment;
+  const auto corner = motion.path.end();
+  if (early <= 0 || moment.place >= corner - early) return false;
+  auto path = motion.path;
+  path.forget(moment.place);
+  path.join(plan.path, early);
+  if (moment.rate * moment.rate > path.mostSquaredAt(moment.place)) return false;
+  motion.path = std::move(path);
+  motion.lastLength = plan.path.end();
+  motion.smoothing = move.smoothing;
+  mark(motion, plan.marks, corner, whenDone);
+  retime(robot);
+  return true;
 }
 
 void Mover::jog(Robot& robot, int axis, bool forward) {
-  const auto& state = robot.state;
-  checkPower(state);
-  if (axis < 1 || axis > 12 || axis == 7) {
-    throw Refusal(SystemCode::OutOfRange, "there is no axis " + std::to_string(axis));
-  }
-  const auto index = static_cast<std::size_t>(axis - 1);
-  const auto percent = std::min(state.speed, 100);
-  MoveRates rates{jogShare * percent / 100, 100, 100};
-  if (state.coord == jointCoord || index >= firstExternal) {
-    check(rates);
-    return start(robot, planJoints(axesOf(state), jogTarget(state, index, forward), rates), true, {});
-  }
-  rates.velocity = (index < 3 ? jogLineSpeed : jogTurnSpeed) * percent / 100;
-  check(rates);
-  auto course = follow(jogPath(state, index, forward ? 1 : -1), axesOf(state), state.externalAxes);
-  cutWhereTooFast(course, rates.velocity);
-  start(robot, planCourse(std::move(course), rates), true, {});
+  if (robot.state.speed <= 0) throw Refusal("the speed is 0");
+  begin(robot, [&](const Axes& from) {
+    auto motion = motionOf(robot, planJog(robot, from, axis, forward));
+    motion.jogging = true;
+    return motion;
+  });
 }
 
 void Mover::stopJogging(Robot& robot) {
-  if (robot.motion && robot.motion->jogging) stop(robot);
+  advance(robot);
+  if (!robot.motion) return;
+  const auto& next = robot.motion->next;
+  if (next ? next->jogging : robot.motion->jogging) stop(robot);
+}
+
+bool Mover::pausing(const Robot& robot) const {
+  if (!robot.motion) return false;
+  return (robot.motion->next ? *robot.motion->next : *robot.motion).wish == Wish::Pause;
+}
+
+/// What was to come will not, unless it is only put off.
+void Mover::halt(Robot& robot, Wish wish) {
+  auto& motion = *robot.motion;
+  motion.wish = wish;
+  if (wish == Wish::Pause) return;
+  tell({std::make_move_iterator(motion.marks.begin()), std::make_move_iterator(motion.marks.end())}, false);
+  motion.marks.clear();
+  if (const auto next = std::exchange(motion.next, nullptr)) {
+    tell({std::make_move_iterator(next->marks.begin()), std::make_move_iterator(next->marks.end())}, false);
+  }
 }
 
 void Mover::stop(Robot& robot) {
   advance(robot);
-  if (robot.motion) end(robot, false);
+  if (!robot.motion) return;
+  halt(robot, Wish::Stop);
+  retime(robot);
+  advance(robot);
 }
 
 void Mover::pause(Robot& robot) {
   advance(robot);
-  if (!robot.motion || robot.motion->paused) return;
+  if (!robot.motion) return;
   auto& motion = *robot.motion;
-  motion.trajectory = motion.trajectory.rest((clock_.now() - motion.started).count());
-  motion.placed = motion.trajectory.at(0);
-  place(robot.state, motion.placed);
-  motion.paused = true;
-  robot.state.runningState = runningPaused;
+  if (motion.next) {
+    motion.next->wish = Wish::Pause;
+  } else if (motion.wish == Wish::Drive) {
+    halt(robot, Wish::Pause);
+    retime(robot);
+    advance(robot);
+  }
 }
 
 void Mover::resume(Robot& robot) {
-  if (!robot.motion || !robot.motion->paused) return;
-  robot.motion->paused = false;
-  robot.motion->started = clock_.now();
+  advance(robot);
+  if (!pausing(robot)) return;
+  auto& motion = *robot.motion;
   robot.state.runningState = runningOn;
-  scheduleEnd(robot);
+  if (motion.next) {
+    motion.next->wish = Wish::Drive;
+  } else {
+    motion.wish = Wish::Drive;
+    retime(robot);
+  }
 }
 
 Axes Mover::velocity(const Robot& robot) const {
-  if (!robot.motion || robot.motion->paused) return {};
-  return robot.motion->trajectory.velocityAt((clock_.now() - robot.motion->started).count());
+  if (!robot.motion) return {};
+  const auto& moment = robot.motion->moment;
+  auto velocity = robot.motion->path.slopeAt(moment.place);
+  for (auto& each : velocity) each *= moment.rate;
+  return velocity;
 }
 
-void Mover::start(Robot& robot, Trajectory trajectory, bool jogging, WhenDone whenDone) {
-  constexpr double day = 24 * 3600;
-  if (!(trajectory.duration() <= day)) throw Refusal("the move would take longer than a day");
-  if (robot.motion) end(robot, false);
-  robot.motion = Motion{std::move(trajectory), clock_.now(), axesOf(robot.state), jogging, false, std::move(whenDone)};
-  robot.state.runningState = runningOn;
-  scheduleEnd(robot);
+Axes Mover::acceleration(const Robot& robot) const {
+  constexpr double step = 1e-6;  // s
+  if (!robot.motion) return {};
+  const auto& path = robot.motion->path;
+  const auto& moment = robot.motion->moment;
+  auto acceleration = path.slopeAt(moment.place);
+  const auto before = path.slopeAt(moment.place - step);
+  const auto after = path.slopeAt(moment.place + step);
+  for (std::size_t i = 0; i < acceleration.size(); ++i) {
+    const auto bend = (after[i] - before[i]) / (2 * step);
+    acceleration[i] = acceleration[i] * moment.change + bend * moment.rate * moment.rate;
+  }
+  return acceleration;
 }
 
-/// Looks again every second at the latest, so that timers of motions that have been overtaken do not pile up.
-void Mover::scheduleEnd(Robot& robot) {
+/// Looks again at the next mark, at the end, and every second at the latest, so that timers of motions that have been
+/// overtaken do not pile up. What rests waits for something else.
+void Mover::schedule(Robot& robot) {
   const auto& motion = *robot.motion;
-  const Seconds left = motion.started + Seconds(motion.trajectory.duration()) - clock_.now();
-  clock_.after(std::min(left, Seconds(1)), [this, &robot, scheduled = ++robot.motions] {
+  const auto passed = (clock_.now() - motion.started).count();
+  auto next = motion.timing.duration();
+  if (!motion.marks.empty()) next = std::min(next, motion.timing.timeOf(motion.marks.front().place));
+  clock_.after(Seconds(std::clamp(next - passed, 0.0, 1.0)), [this, &robot, scheduled = ++robot.motions] {
     if (robot.motions != scheduled) return;
     advance(robot);
-    if (robot.motion && !robot.motion->paused) scheduleEnd(robot);
+    if (robot.motions != scheduled || !robot.motion) return;
+    if (robot.motion->moment.time < robot.motion->timing.duration()) schedule(robot);
   });
 }
 
 void Mover::end(Robot& robot, bool arrived) {
-  const auto whenDone = std::move(robot.motion->whenDone);
+  auto marks = std::move(robot.motion->marks);
+  if (const auto next = robot.motion->next) {
+    marks.insert(marks.end(), next->marks.begin(), next->marks.end());
+  }
   robot.motion.reset();
   robot.state.runningState = robot.stateAtRest;
-  if (whenDone) clock_.after(Seconds(0), [whenDone, arrived] { whenDone(arrived); });
+  tell({std::make_move_iterator(marks.begin()), std::make_move_iterator(marks.end())}, arrived);
+}
+
+void Mover::tell(std::vector<Motion::Mark> marks, bool arrived) {
+  if (marks.empty()) return;
+  clock_.after(Seconds(0), [marks = std::move(marks), arrived] {
+    for (const auto& mark : marks) {
+      if (mark.whenDone) mark.whenDone(arrived);
+    }
+  });
 }
 
 }  // namespace virtual_controller

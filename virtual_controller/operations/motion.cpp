@@ -2,7 +2,7 @@
 #include <array>
 #include <cstddef>
 
-#include "virtual_controller/motion/coordinates.h"
+#include "virtual_controller/motion/positions.h"
 #include "virtual_controller/operations/operations.h"
 #include "virtual_controller/request.h"
 
@@ -13,24 +13,14 @@ MoveRates moveRates(const Json& request) {
   return {number(request, {"vel"}), number(request, {"acc"}), number(request, {"dec"})};
 }
 
-/// The first six values: the arm has no seventh axis.
-template <std::size_t size>
-std::array<double, 6> robotValues(const std::array<double, size>& values) {
-  std::array<double, 6> found;
-  std::copy_n(values.begin(), found.size(), found.begin());
-  return found;
-}
-
-Target robotTarget(const Json& request) {
-  return {integer(request, {"coord"}), robotValues(numbers<7>(request, {"pos"}))};
-}
+Target robotTarget(const Json& request) { return {integer(request, {"coord"}), numbers<7>(request, {"pos"})}; }
 
 /// 14 values: 7 for the robot, 5 for the external axes, 2 of no meaning.
 Target extraTarget(const Json& request) {
   const auto values = numbers<14>(request, {"pos"});
-  std::array<double, externalAxes> external;
-  std::copy_n(values.begin() + 7, external.size(), external.begin());
-  return {integer(request, {"coord"}), robotValues(values), external};
+  auto target = robotTarget(request);
+  std::copy_n(values.begin() + arm::mostAxes, externalAxes, target.external.emplace().begin());
+  return target;
 }
 
 /// One that no program moves.
@@ -40,21 +30,19 @@ Robot& freeRobot(Model& model, const Json& request) {
   return robot;
 }
 
-using Move = void (Mover::*)(Robot&, const Target&, const MoveRates&, WhenDone);
-
-Operation move(const char* name, Move move, Target (*target)(const Json& request)) {
+Operation move(const char* name, Move::Kind kind, Target (*target)(const Json& request)) {
   return command(name, [=](Model& model, const Json& request) {
-    (model.mover().*move)(freeRobot(model, request), target(request), moveRates(request), {});
+    model.mover().move(freeRobot(model, request), {kind, {target(request)}, moveRates(request)});
   });
 }
 
-/// No speed comes with the request: RobotState::speed percent of the axes' top speed.
+/// No speed comes with the request: the axes' top speed, of which RobotState::speed percent are left.
 Operation moveToJoints(const char* name, std::array<double, 7> RobotState::*joints) {
   return command(name, [=](Model& model, const Json& request) {
     constexpr double acceleration = 50;  // percent
     auto& robot = freeRobot(model, request);
-    model.mover().moveJoints(robot, {jointCoord, robotValues(robot.state.*joints)},
-                             {static_cast<double>(robot.state.speed), acceleration, acceleration});
+    model.mover().move(robot,
+                       {Move::Kind::Joint, {{jointCoord, robot.state.*joints}}, {100, acceleration, acceleration}});
   });
 }
 
@@ -78,10 +66,10 @@ void enableServoPositionControl(Model& model, const Json& request) {
 
 void addMotion(Operations& operations) {
   operations.insert({
-      {Strategy::MoveJ, move("robot_movej", &Mover::moveJoints, robotTarget)},
-      {Strategy::MoveL, move("robot_movel", &Mover::moveLinear, robotTarget)},
-      {Strategy::ExtraMoveJ, move("robot_extra_movej", &Mover::moveJoints, extraTarget)},
-      {Strategy::ExtraMoveL, move("robot_extra_movel", &Mover::moveLinear, extraTarget)},
+      {Strategy::MoveJ, move("robot_movej", Move::Kind::Joint, robotTarget)},
+      {Strategy::MoveL, move("robot_movel", Move::Kind::Line, robotTarget)},
+      {Strategy::ExtraMoveJ, move("robot_extra_movej", Move::Kind::Joint, extraTarget)},
+      {Strategy::ExtraMoveL, move("robot_extra_movel", Move::Kind::Line, extraTarget)},
       {Strategy::StartJogging, command("robot_start_jogging", startJogging)},
       {Strategy::StopJogging, command("robot_stop_jogging", stopJogging)},
       {Strategy::GoHome, moveToJoints("robot_go_home", &RobotState::homePosition)},

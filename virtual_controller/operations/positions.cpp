@@ -1,10 +1,11 @@
-#include <algorithm>
+#include "virtual_controller/motion/positions.h"
+
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <string>
 
-#include "virtual_controller/motion/coordinates.h"
-#include "virtual_controller/motion/degrees.h"
+#include "virtual_controller/motion/dynamics.h"
 #include "virtual_controller/operations/operations.h"
 #include "virtual_controller/request.h"
 
@@ -16,7 +17,7 @@ namespace {
 OptionalReply getCurrentPosition(Model& model, const Json& request) {
   const auto& robot = model.robot(request);
   const auto coord = request.contains("coord") ? integer(request, {"coord"}) : robot.state.coord;
-  auto answer = reply(Strategy::CurrentPositionReply, robot.number, {"pos"}, positionIn(robot.state, coord));
+  auto answer = reply(Strategy::CurrentPositionReply, robot.number, {"pos"}, positionIn(robot, coord));
   answer.message["coord"] = coord;
   if (find(request, {"sync"}) != nullptr) answer.message["posSync"] = robot.state.externalAxes;
   return answer;
@@ -34,9 +35,11 @@ OptionalReply getExtraPosition(Model& model, const Json& request) {
 OptionalReply setAxisZeroPosition(Model& model, const Json& request) {
   auto& robot = model.robot(request);
   const auto axis = numberOf("axis", request, {"axis"}, 1, 12);
-  if (axis == 7) throw Refusal(SystemCode::OutOfRange, "there is no axis 7");
+  if (axis <= 7 && axis > static_cast<int>(robot.arm.axes.size())) {
+    throw Refusal(SystemCode::OutOfRange, "there is no axis " + std::to_string(axis));
+  }
   if (model.mover().moving(robot)) throw Refusal(SystemCode::WrongState, "the robot is moving");
-  if (axis < 7) {
+  if (axis <= 7) {
     robot.state.position[static_cast<std::size_t>(axis - 1)] = 0;
   } else {
     robot.state.externalAxes[static_cast<std::size_t>(axis - 8)] = 0;
@@ -60,7 +63,7 @@ OptionalReply getSensorData(Model& model, const Json& request) {
 
 // ---- motors
 
-/// Values of the robot's seven axes, the last of which the arm does not have, and of the external ones.
+/// Values of the robot's seven axes, 0 of those that the arm does not have, and of the external ones.
 template <class Value>
 struct AxisValues {
   std::array<Value, 7> robot{};
@@ -68,8 +71,8 @@ struct AxisValues {
 
   template <class Of>
   explicit AxisValues(Of of) {
-    for (std::size_t i = 0; i < arm::axes; ++i) robot[i] = of(i);
-    for (std::size_t i = 0; i < externalAxes; ++i) external[i] = of(arm::axes + i);
+    for (std::size_t i = 0; i < robot.size(); ++i) robot[i] = of(i);
+    for (std::size_t i = 0; i < external.size(); ++i) external[i] = of(arm::mostAxes + i);
   }
 };
 
@@ -81,26 +84,6 @@ Reply axisReply(Strategy code, const Robot& robot, const char* robotKey, const c
   return answer;
 }
 
-/// How much of its rated torque each motor gives, in percent, with the sign of its motion: up to 40 to hold the arm,
-/// in joints 2, 3 and 5 and the more the farther the flange is from axis 1, and up to 60 to move, in proportion to the
-/// speed. Without power the brakes hold.
-Axes load(Model& model, const Robot& robot) {
-  constexpr double holding = 40;
-  constexpr double moving = 60;
-  constexpr std::array<double, arm::axes> held{0, 1, 0.6, 0, 0.2, 0};
-  Axes load{};
-  if (robot.state.servoState != servoRunning) return load;
-  const Eigen::Vector3d flange = flangeNow(robot.state).translation();
-  const auto extension = std::min(1.0, std::hypot(flange.x(), flange.y()) / arm::reach);
-  const auto velocity = model.mover().velocity(robot);
-  const auto tops = topSpeeds();
-  for (std::size_t i = 0; i < load.size(); ++i) {
-    const auto weight = i < held.size() ? holding * held[i] * extension : 0;
-    load[i] = std::copysign(weight + moving * std::abs(velocity[i]) / tops[i], velocity[i]);
-  }
-  return load;
-}
-
 /// rpm, behind a gear of 1:100.
 OptionalReply getMotorSpeed(Model& model, const Json& request) {
   constexpr double gear = 100;
@@ -110,10 +93,16 @@ OptionalReply getMotorSpeed(Model& model, const Json& request) {
   return axisReply(Strategy::MotorSpeedReply, robot, "vel", "velSync", AxisValues<int>(rpm));
 }
 
+/// What the motors of the arm give, in percent of what they are rated for; those of the external axes give nothing.
+Axes loadOf(Model& model, const Robot& robot) {
+  const auto& mover = model.mover();
+  return axesOf(load(robot, mover.velocity(robot), mover.acceleration(robot)), {});
+}
+
 /// In thousandths of the rated torque.
 OptionalReply getMotorTorque(Model& model, const Json& request) {
   const auto& robot = model.robot(request);
-  const auto percent = load(model, robot);
+  const auto percent = loadOf(model, robot);
   const auto thousandths = [&](std::size_t axis) { return static_cast<int>(std::lround(percent[axis] * 10)); };
   return axisReply(Strategy::MotorTorqueReply, robot, "torq", "torqSync", AxisValues<int>(thousandths));
 }
@@ -121,7 +110,7 @@ OptionalReply getMotorTorque(Model& model, const Json& request) {
 /// In percent of the rated load.
 OptionalReply getMotorPayload(Model& model, const Json& request) {
   const auto& robot = model.robot(request);
-  const auto percent = load(model, robot);
+  const auto percent = loadOf(model, robot);
   const auto amount = [&](std::size_t axis) { return std::abs(percent[axis]); };
   return axisReply(Strategy::MotorPayloadReply, robot, "motorOverload", "motorOverloadSync",
                    AxisValues<double>(amount));
@@ -131,12 +120,9 @@ OptionalReply getMotorPayload(Model& model, const Json& request) {
 OptionalReply getLineAndJointSpeed(Model& model, const Json& request) {
   const auto& robot = model.robot(request);
   const auto velocity = model.mover().velocity(robot);
-  Eigen::Matrix<double, arm::axes, 1> joints;
-  std::transform(velocity.begin(), velocity.begin() + arm::axes, joints.begin(), radians);
-  const Eigen::Matrix<double, 6, 1> tool = arm::jacobian(jointsOf(robot.state), toolOf(robot.state)) * joints;
   auto answer = axisReply(Strategy::LineAndJointSpeedReply, robot, "axisActualVel", "axisActualVelSync",
                           AxisValues<double>([&](std::size_t axis) { return velocity[axis]; }));
-  answer.message["actualLineVel"] = tool.head<3>().norm();
+  answer.message["actualLineVel"] = toolSpeed(robot, velocity);
   return answer;
 }
 

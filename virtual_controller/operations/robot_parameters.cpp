@@ -7,10 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "virtual_controller/motion/arm.h"
-#include "virtual_controller/motion/coordinates.h"
-#include "virtual_controller/motion/planner.h"
 #include "virtual_controller/motion/pose.h"
+#include "virtual_controller/motion/targets.h"
 #include "virtual_controller/operations/operations.h"
 #include "virtual_controller/request.h"
 
@@ -22,9 +20,9 @@ constexpr double gearRatio = 100;
 // ---- geometry and joints
 
 /// The lengths of the arm that are not 0, from the base to the flange; mm.
-std::vector<double> lengths() {
+std::vector<double> lengths(const arm::Model& arm) {
   std::vector<double> lengths;
-  for (const auto& axis : arm::table) {
+  for (const auto& axis : arm.axes) {
     for (const auto length : {axis.d, axis.a}) {
       if (length != 0) lengths.push_back(length);
     }
@@ -35,12 +33,12 @@ std::vector<double> lengths() {
 OptionalReply getDhParam(Model& model, const Json& request) {
   const auto& robot = model.robot(request);
   auto links = Json::array();
-  for (const auto& axis : arm::table) {
+  for (const auto& axis : robot.arm.axes) {
     links.push_back({{"d", axis.d}, {"a", axis.a}, {"theta", axis.offset}, {"alpha", axis.alpha}});
   }
   auto answer = reply(Strategy::RobotDhParamReply, robot.number, {"Link"}, links);
   int number = 0;
-  for (const auto length : lengths()) answer.message["L" + std::to_string(++number)] = length;
+  for (const auto length : lengths(robot.arm)) answer.message["L" + std::to_string(++number)] = length;
   return answer;
 }
 
@@ -48,8 +46,8 @@ OptionalReply getDhParam(Model& model, const Json& request) {
 OptionalReply getJointParam(Model& model, const Json& request) {
   constexpr int encoderBits = 17;
   const auto& robot = model.robot(request);
-  const auto number = numberOf("joint", request, {"axis"}, 1, int{arm::axes});
-  const auto& axis = arm::table.at(static_cast<std::size_t>(number - 1));
+  const auto number = numberOf("joint", request, {"axis"}, 1, static_cast<int>(robot.arm.axes.size()));
+  const auto& axis = robot.arm.axes[static_cast<std::size_t>(number - 1)];
   const auto rpm = axis.topSpeed / 360 * 60 * gearRatio;
   const Json joint{{"ReducRatio", gearRatio},
                    {"EncoderResolution", encoderBits},
@@ -59,8 +57,8 @@ OptionalReply getJointParam(Model& model, const Json& request) {
                    {"RatedDeRotSpeed", rpm},
                    {"MaxRotSpeed", 1},
                    {"MaxDeRotSpeed", 1},
-                   {"MaxAcc", 1 / secondsToTopSpeed},
-                   {"MaxDecel", 1 / secondsToTopSpeed},
+                   {"MaxAcc", axis.topAcceleration / axis.topSpeed},
+                   {"MaxDecel", axis.topAcceleration / axis.topSpeed},
                    {"Direction", 1},
                    {"RatedVel", axis.topSpeed},
                    {"DeRatedVel", axis.topSpeed}};
@@ -73,8 +71,8 @@ OptionalReply getJointParam(Model& model, const Json& request) {
 OptionalReply getSingleCycle(Model& model, const Json& request) {
   const auto& robot = model.robot(request);
   std::vector<double> turns;
-  for (const auto joint : jointsOf(robot.state)) {
-    const auto turned = std::fmod(joint * gearRatio, 360);
+  for (std::size_t i = 0; i < robot.arm.axes.size(); ++i) {
+    const auto turned = std::fmod(robot.state.position[i] * gearRatio, 360);
     turns.push_back(turned < 0 ? turned + 360 : turned);
   }
   return reply(Strategy::SingleCycleReply, robot.number, {"value"}, turns);
@@ -95,44 +93,43 @@ OptionalReply calculateFourPoint(Model& model, const Json& request) {
   const bool all = std::all_of(marked.begin(), marked.end(), [](bool point) { return point; });
   auto answer = reply(Strategy::CalculateFourPointReply, robot.number, {"result"}, int{all});
   if (all) {
-    answer.message["length"] = lengths();
-    answer.message["dtheta"] = arm::Joints{};
+    answer.message["length"] = lengths(robot.arm);
+    answer.message["dtheta"] = std::vector<double>(robot.arm.axes.size());
   }
   return answer;
 }
 
 // ---- coordinates and reach
 
-/// A position of a request: joints, or the pose of the selected tool.
-struct Place {
-  int coord;
-  std::array<double, 6> values;
-};
-
-Place placeIn(const Json& request, const Keys& coordKeys) {
-  return {integer(request, coordKeys), numbers<6>(request, {"pos"})};
+/// A position of a request: as many joints as the arm has, or the pose of the selected tool.
+Target targetIn(const Robot& robot, const Json& request, const Keys& coordKeys) {
+  Target target{integer(request, coordKeys), robot.state.position};
+  const auto values = numbers<6>(request, {"pos"});
+  const auto count = target.coord == jointCoord ? std::min(values.size(), robot.arm.axes.size()) : values.size();
+  std::copy_n(values.begin(), count, target.values.begin());
+  return target;
 }
 
-Eigen::Isometry3d toolAt(const RobotState& state, const Place& place) {
-  if (place.coord == jointCoord) return arm::forward(place.values) * toolOf(state);
-  return frameOf(state, place.coord) * toTransform(place.values);
+Eigen::Isometry3d toolAt(const Robot& robot, const Target& target) {
+  return placeOf(robot, axesOf(robot.state), target).tool;
 }
 
-std::optional<arm::Joints> jointsThere(const RobotState& state, const Eigen::Isometry3d& tool) {
-  return arm::inverseAnywhere(tool * toolOf(state).inverse(), jointsOf(state));
+std::optional<arm::Joints> jointsThere(const Robot& robot, const Eigen::Isometry3d& tool) {
+  const auto flangeToTool = toolOf(robot.state, selectedTool(robot.state));
+  return arm::inverseAnywhere(robot.arm, tool * flangeToTool.inverse(), robot.state.position);
 }
 
 OptionalReply transformCoord(Model& model, const Json& request) {
   const auto& robot = model.robot(request);
-  const auto tool = toolAt(robot.state, placeIn(request, {"originCoord"}));
+  const auto tool = toolAt(robot, targetIn(robot, request, {"originCoord"}));
   const auto coord = integer(request, {"targetCoord"});
   std::array<double, 7> position{};
   if (coord == jointCoord) {
-    const auto joints = jointsThere(robot.state, tool);
+    const auto joints = jointsThere(robot, tool);
     if (!joints) throw Refusal("the position is out of reach");
     std::copy(joints->begin(), joints->end(), position.begin());
   } else {
-    const auto pose = toPose(frameOf(robot.state, coord).inverse() * tool);
+    const auto pose = toPose(frameOf(coord, toolNow(robot), selectedUserFrame(robot.state)).inverse() * tool);
     std::copy(pose.begin(), pose.end(), position.begin());
   }
   auto answer = reply(Strategy::TransformCoordReply, robot.number, {"pos"}, position);
@@ -142,9 +139,9 @@ OptionalReply transformCoord(Model& model, const Json& request) {
 
 OptionalReply getPosReachable(Model& model, const Json& request) {
   const auto& robot = model.robot(request);
-  const auto place = placeIn(request, {"coord"});
-  const bool reachable = place.coord == jointCoord ? arm::withinLimits(place.values)
-                                                   : jointsThere(robot.state, toolAt(robot.state, place)).has_value();
+  const auto target = targetIn(robot, request, {"coord"});
+  const bool reachable = target.coord == jointCoord ? arm::withinLimits(robot.arm, target.values)
+                                                    : jointsThere(robot, toolAt(robot, target)).has_value();
   return reply(Strategy::PosReachableReply, robot.number, {"reachable"}, reachable);
 }
 

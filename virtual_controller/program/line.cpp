@@ -5,20 +5,53 @@
 
 #include "kyt_host/records/line_records.h"
 #include "virtual_controller/json_text.h"
-#include "virtual_controller/motion/coordinates.h"
+#include "virtual_controller/motion/positions.h"
 
 namespace virtual_controller {
 namespace {
 
+int numberBetween(double number, int lowest, int highest, const std::string& what) {
+  if (!(number >= lowest && number <= highest)) throw Refusal(SystemCode::OutOfRange, "there is no such " + what);
+  return static_cast<int>(number);
+}
+
 Line::Move move(const Json& json, Line::Move::Kind kind, bool external) {
   const auto& place = object(json, {"RobotPos"});
   Line::Move move{kind, external, {number(json, {"velocity"}), number(json, {"acc"}), number(json, {"dec"})}, {}, {}};
+  move.smoothing = numberBetween(integer(json, {"pl"}), 0, static_cast<int>(smoothingRadius.size()) - 1, "smoothing");
   if (integer(place, {"ctype"}) != 0) {
     move.position = name(place, {"key"});
   } else {
     move.target = targetFrom(numbers<21>(place, {"data"}), external);
   }
   return move;
+}
+
+/// By so much, in the axes of a coordinate system; of joints when they are meant.
+Line::Move increment(const Json& json) {
+  auto line = move(json, Line::Move::Kind::Joint, true);
+  if (!line.position.empty()) throw Refusal(SystemCode::OutOfRange, "an increment has no stored position");
+  line.target.increment = true;
+  if (line.target.coord != jointCoord) line.kind = Line::Move::Kind::Line;
+  return line;
+}
+
+/// To a stored position: of the joints where its coordinate system is theirs, in a straight line where it is not.
+Line::Move moveToStored(const Json& json) {
+  auto line = move(json, Line::Move::Kind::Joint, false);
+  if (line.position.empty()) throw Refusal(SystemCode::MissingKey, "a samov line needs the name of a position");
+  if (integer(object(json, {"ParaV"}), {"m_vUnit"}) != static_cast<int>(Unit::Percent))
+    line.kind = Line::Move::Kind::Line;
+  return line;
+}
+
+Line::ToolOffset toolOffset(const Json& json) {
+  Offset offset{integer(json, {"coord"}), integer(json, {"user"}), {}};
+  numberBetween(offset.coord, baseCoord, worldCoord, "coordinate system of an offset");
+  const auto values = numbers(json, {"calData"});
+  if (values.size() < 3) throw Refusal(SystemCode::OutOfRange, "a tool offset has three values or more");
+  std::copy_n(values.begin(), std::min(values.size(), offset.pose.size()), offset.pose.begin());
+  return {offset};
 }
 
 /// The port may be a variable, which only the one of both keys can tell.
@@ -55,9 +88,11 @@ bool isNested(const Json& json, int levels) {
 }  // namespace
 
 Target targetFrom(const PositionValues& values, bool external) {
-  if (!(values[0] >= jointCoord && values[0] <= worldCoord))
-    throw Refusal(SystemCode::OutOfRange, "there is no coordinate system " + std::to_string(values[0]));
-  Target target{static_cast<int>(values[0]), {}};
+  constexpr int mostFrames = 999;
+  Target target{numberBetween(values[0], jointCoord, worldCoord, "coordinate system"), {}};
+  target.radians = numberBetween(values[1], 0, 1, "unit of the angles") == 1;
+  target.tool = numberBetween(values[3], 0, mostFrames, "tool");
+  target.user = numberBetween(values[4], 0, mostFrames, "user frame");
   std::copy_n(values.begin() + 7, target.values.size(), target.values.begin());
   if (external) std::copy_n(values.begin() + 14, externalAxes, target.external.emplace().begin());
   return target;
@@ -76,14 +111,22 @@ Line lineFrom(const Json& json, bool lenient) {
     case CmdType::MoveJExtra:
       return {move(json, Kind::Joint, type == CmdType::MoveJExtra)};
     case CmdType::MoveL:
-    case CmdType::MoveC:  // a circle is cut short: the points of its lines are joined by straight ones
-    case CmdType::MoveCA:
-    case CmdType::MoveS:
     case CmdType::MoveLExtra:
+      return {move(json, Kind::Line, type == CmdType::MoveLExtra)};
+    case CmdType::MoveC:
+    case CmdType::MoveCA:
     case CmdType::MoveCExtra:
-      return {move(json, Kind::Linear, type == CmdType::MoveLExtra || type == CmdType::MoveCExtra)};
+      return {move(json, Kind::Circle, type == CmdType::MoveCExtra)};
+    case CmdType::MoveS:
+      return {move(json, Kind::Spline, false)};
     case CmdType::IMove:
-      return {move(json, Kind::Increment, true)};
+      return {increment(json)};
+    case CmdType::Samov:
+      return {moveToStored(json)};
+    case CmdType::ToolOffsetOn:
+      return {toolOffset(json)};
+    case CmdType::ToolOffsetOff:
+      return {Line::ToolOffset()};
     case CmdType::Timer:
       return {Line::Timer{parameterFrom(value(json, {"paraTime"}))}};
     case CmdType::DOut:
@@ -100,11 +143,7 @@ Line lineFrom(const Json& json, bool lenient) {
     case CmdType::EndUntil:
       return block(lenient);
     case CmdType::Cil:
-    case CmdType::Samov:
       return {skipped("a move of this type does not move this arm")};
-    case CmdType::ToolOffsetOn:
-    case CmdType::ToolOffsetOff:
-      return {skipped("a tool offset does not shift this arm's moves")};
     case CmdType::ArcOn:
     case CmdType::ArcOff:
     case CmdType::TigWeldOn:

@@ -6,7 +6,7 @@
 #include <string>
 #include <variant>
 
-#include "virtual_controller/motion/mover.h"
+#include "virtual_controller/motion/move.h"
 #include "virtual_controller/program/conditions.h"
 #include "virtual_controller/program/crafts.h"
 #include "virtual_controller/program/position_values.h"
@@ -14,20 +14,25 @@
 
 namespace virtual_controller {
 
-/// Where a position is; without external axes those stay where they are.
+/// Where a position is, for which tool and in which user frame; without external axes those stay where they are.
 Target targetFrom(const PositionValues& values, bool external);
 
-/// A program line as a robot carries it out, at the line's own velocity. Every move ends at rest, with the tool and the
-/// frames that are selected: what a line says about smoothing, time, configuration, tool and user frame is not
-/// followed. Of an output's groups nothing is followed either.
+/// A program line as a robot carries it out, at the line's own velocity. What a line says about time, spin and
+/// configuration is not followed. Of an output's groups nothing is followed either.
 struct Line {
+  /// Of a circle or a spline: one point.
   struct Move {
-    enum class Kind { Joint, Linear, Increment };
+    using Kind = virtual_controller::Move::Kind;
     Kind kind;
     bool external;  ///< external axes move too
     MoveRates rates;
-    Target target;         ///< of an increment: by how much
+    Target target;
     std::string position;  ///< the name of the target, if it is a stored one
+    int smoothing = 0;
+  };
+  /// The targets of the moves that follow are shifted, or no longer.
+  struct ToolOffset {
+    std::optional<Offset> offset;
   };
   struct Timer {
     Parameter seconds;
@@ -50,7 +55,7 @@ struct Line {
     Remark remark;
   };
 
-  std::variant<Move, Timer, Output, Label, Jump, CraftLine, Skipped> action;
+  std::variant<Move, ToolOffset, Timer, Output, Label, Jump, CraftLine, Skipped> action;
 
   /// What it takes up: 1, and more with conditions.
   std::size_t weight() const;

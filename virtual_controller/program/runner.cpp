@@ -6,37 +6,13 @@
 #include <string>
 #include <utility>
 
-#include <Eigen/Geometry>
-
 #include "virtual_controller/json_text.h"
 #include "virtual_controller/model.h"
-#include "virtual_controller/motion/coordinates.h"
-#include "virtual_controller/motion/pose.h"
 
 namespace virtual_controller {
 namespace {
 
 constexpr std::size_t mostWaiting = 100'000;  // by weight
-
-/// The target that is `by` away from where the robot is.
-Target incremented(const RobotState& state, const Target& by) {
-  auto target = by;
-  if (by.coord == jointCoord) {
-    const auto joints = jointsOf(state);
-    for (std::size_t i = 0; i < joints.size(); ++i) target.values[i] += joints[i];
-  } else {
-    const Eigen::Isometry3d tool = frameOf(state, by.coord).inverse() * toolNow(state);
-    const auto change = toTransform(by.values);
-    Eigen::Isometry3d moved = tool;
-    moved.linear() = change.linear() * tool.linear();
-    moved.translation() += change.translation();
-    target.values = toPose(moved);
-  }
-  if (target.external) {
-    for (std::size_t i = 0; i < externalAxes; ++i) (*target.external)[i] += state.externalAxes[i];
-  }
-  return target;
-}
 
 }  // namespace
 
@@ -90,7 +66,7 @@ void Runner::runFromBreakPoint(const std::string& job) {
 void Runner::runRemotely() {
   const auto& remote = robot_.state.remote;
   try {
-    if (robot_.state.runningState == runningPaused) return resume();
+    if (robot_.state.runningState == runningPaused || model_.mover().pausing(robot_)) return resume();
     if (remote.selectedProgram == 0) throw Refusal(SystemCode::WrongState, "no program is selected");
     const auto& job = remote.jobs[static_cast<std::size_t>(remote.selectedProgram) - 1];
     run(job.name, 1, std::max(job.times, 1));
@@ -125,7 +101,8 @@ void Runner::pause() {
 }
 
 void Runner::resume() {
-  if (robot_.state.runningState != runningPaused) throw Refusal(SystemCode::WrongState, "nothing is paused");
+  const auto paused = robot_.state.runningState == runningPaused || model_.mover().pausing(robot_);
+  if (!paused) throw Refusal(SystemCode::WrongState, "nothing is paused");
   model_.mover().resume(robot_);
   if (!active()) return;
   setState(runningOn);
@@ -154,6 +131,8 @@ void Runner::finish() {
   queue_ = {};
   queueWeight_ = doneWeight_ = 0;
   moreLines_ = false;
+  underWay_.clear();
+  offset_.reset();
   setState(runningStopped);
   model_.applyIoReset(robot_, ProgramStops);
 }
@@ -185,6 +164,7 @@ void Runner::append(std::vector<Line> lines, bool more) {
   const auto starts = !active() && !queue_.lines.empty();
   if (starts) setState(runningOn);
   if (starts || (running() && waiting_ == Waiting::ForLines)) takeTurn();
+  if (running() && waiting_ == Waiting::ForMotion) lookAhead();
 }
 
 // ---- working
@@ -266,45 +246,6 @@ void Runner::lineDone() {
   waiting_ = Waiting::ForTurn;
   leaveLine();
   work();
-}
-
-bool Runner::perform(const Line::Move& move) {
-  using Kind = Line::Move::Kind;
-  auto target = targetOf(move);
-  if (move.kind == Kind::Increment) target = incremented(robot_.state, target);
-  const auto isLinear = move.kind == Kind::Linear || (move.kind == Kind::Increment && target.coord != jointCoord);
-  const auto whenDone = [this, turn = turn_ + 1](bool arrived) {
-    if (turn == turn_) motionEnded(arrived);
-  };
-  auto& mover = model_.mover();
-  isLinear ? mover.moveLinear(robot_, target, move.rates, whenDone)
-           : mover.moveJoints(robot_, target, move.rates, whenDone);
-  ++turn_;
-  waiting_ = Waiting::ForMotion;
-  return false;
-}
-
-/// What ended the motion before its target may be moving the arm now, and has told its own reason.
-void Runner::motionEnded(bool arrived) {
-  arrived ? lineDone() : finish();
-  model_.actOnChanges();
-}
-
-Target Runner::targetOf(const Line::Move& move) {
-  if (move.position.empty()) return move.target;
-  if (const auto local = program().positions.find(move.position); local != program().positions.end()) {
-    return targetFrom(local->second, move.external);
-  }
-  const auto& state = model_.controller;
-  if (const auto global = state.positions.find(move.position); global != state.positions.end()) {
-    PositionValues values{};
-    std::copy(global->second.begin(), global->second.end(), values.begin());
-    return targetFrom(values, false);
-  }
-  if (const auto global = state.syncPositions.find(move.position); global != state.syncPositions.end()) {
-    return targetFrom(global->second, move.external);
-  }
-  throw Refusal(SystemCode::NotThere, "there is no position " + move.position);
 }
 
 Scope Runner::scope() { return {program().variables, model_.controller}; }

@@ -4,6 +4,7 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,8 +21,12 @@ class Model;
 ///
 /// It works on the controller's clock, some lines at a time, so that a loop without end leaves time for all else. A
 /// line that cannot be carried out is told to all clients and stops the program, as does whatever else moves the arm or
-/// takes its power. A paused move goes on to its target from rest; a paused timer keeps the time that it had left. The
-/// robot counts as running from the first line to the last, between two moves as well.
+/// takes its power. A paused timer keeps the time that it had left. The robot counts as running from the first line to
+/// the last, between two moves as well.
+///
+/// A move whose line asks for smoothing goes over into the move of the next line, if there is nothing but labels
+/// between them. A circle takes two lines, the second of which tells its end; lines of a spline that follow each other
+/// make one.
 class Runner {
  public:
   using Seconds = ControllerClock::Seconds;
@@ -100,12 +105,12 @@ class Runner {
   /// Goes on after that time; `whenOver` happens then.
   void wait(double seconds, std::function<void()> whenOver = {});
   void waitForTimer();
-  void motionEnded(bool arrived);
   void fail(const std::string& reason);
   void finish();
 
   // These carry a line out; true when that is it.
   bool perform(const Line::Move& move);
+  bool perform(const Line::ToolOffset& line);
   bool perform(const Line::Timer& timer);
   bool perform(const Line::Output& output);
   bool perform(const Line::Jump& jump);
@@ -113,7 +118,19 @@ class Runner {
   bool perform(const CraftLine& line);
   bool perform(const Line::Skipped&) { return true; }
 
+  // What moves the arm (runner_moves.cpp).
+
+  /// A move, and how many lines have been carried out at each of its points.
+  struct Step {
+    Move move;
+    std::vector<std::size_t> lines;
+  };
+  /// The one that begins with a line; none where more lines have to come for it.
+  std::optional<Step> stepAt(std::size_t index);
   Target targetOf(const Line::Move& move);
+  std::vector<WhenDone> tellers(std::size_t count);
+  void lookAhead();
+  void pointReached(bool arrived);
   Scope scope();
 
   Model& model_;
@@ -128,6 +145,8 @@ class Runner {
   std::size_t doneWeight_ = 0;   ///< of what is kept
   bool moreLines_ = false;
   Waiting waiting_ = Waiting::ForTurn;
+  std::deque<std::size_t> underWay_;  ///< lines that are done when the points ahead have been reached, one by one
+  std::optional<Offset> offset_;
   Seconds timerEnd_{};
   Seconds timerLeft_{};  ///< while paused
   std::function<void()> whenOver_;
