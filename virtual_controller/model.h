@@ -96,13 +96,13 @@ class Model {
   static Json systemMessage(Strategy code, int robot, int number, const std::string& text);
 
  private:
+  void endPulse(std::size_t index, bool level, ControllerClock::Seconds end);
+
   ControllerClock clock_;
   Mover mover_{clock_};
   const ControllerClock::Seconds servoDelay_;
   const bool lenient_;
   Push push_;
-  void endPulse(std::size_t index, bool level, ControllerClock::Seconds end);
-
   std::array<unsigned, digitalPorts> outputChanges_{};  ///< tells a pulse that has been overtaken
   std::size_t client_ = 0;                              ///< whose request is carried out
   std::vector<Remark> remarks_;

@@ -4,6 +4,7 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -126,6 +127,7 @@ class Runner {
   bool queueOpen_ = false;
   std::size_t queueWeight_ = 0;  ///< of what waits
   std::size_t doneWeight_ = 0;   ///< of what is kept
+  std::set<std::string> queueLabels_;
   bool moreLines_ = false;
   Waiting waiting_ = Waiting::ForTurn;
   Seconds timerEnd_{};
