@@ -98,14 +98,13 @@ class Model {
 
  private:
   void reachServo(Robot& robot, int target, unsigned change);
+  void endPulse(std::size_t index, bool level, ControllerClock::Seconds end);
 
   ControllerClock clock_;
   Mover mover_{clock_};
   const ControllerClock::Seconds servoDelay_;
   const bool lenient_;
   Push push_;
-  void endPulse(std::size_t index, bool level, ControllerClock::Seconds end);
-
   std::array<unsigned, digitalPorts> outputChanges_{};  ///< tells a pulse that has been overtaken
   std::size_t client_ = 0;                              ///< whose request is carried out
   std::vector<Remark> remarks_;

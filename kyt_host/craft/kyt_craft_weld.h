@@ -18,7 +18,7 @@ inline int weld_get_config(SOCKETFD socketFd, int num, ArcParam& param) {
   return weld_get_config_robot(socketFd, const_robot, num, param);
 }
 
-/// Sets an arc parameter set. Virtual controller: the arc burns with the one that was set last.
+/// Sets an arc parameter set. Virtual controller: by hand the arc burns with the one set or used last.
 /// @param num  number of the set. Virtual controller: 0..999.
 /// @return 0 sent; -2; -3 when a value is not finite or negative (nothing sent)
 KYT_HOST_API int weld_set_config_robot(SOCKETFD socketFd, int robotNum, int num, ArcParam& param);

@@ -102,10 +102,10 @@ KYT_HOST_API int get_error_msg_of_digital_output(SOCKETFD socketFd, std::vector<
 /// Sets the parameters of remote mode.
 /// @param robotNum   1..4
 /// @param speed      default speed, 1..100 percent. Virtual controller: the robot's speed when remote mode begins.
-/// @param start      whether reserved starts are on
-/// @param time       waiting time, 1..999999
-/// @param startTime  how long a reserved start has to be triggered. Virtual controller: it only keeps this and the two
-///                   before.
+/// @param start      whether reserved starts are on. Virtual controller: an input that selects a program while one runs
+///                   lets it run afterwards.
+/// @param time       waiting time, 1..999999. Virtual controller: ms between the end of a program and a reserved one.
+/// @param startTime  how long a reserved start has to be triggered. Virtual controller: ms.
 /// @param num        number of remote programs, 10..99
 /// @return 0 sent; -3 when a number is out of its range (nothing sent); -2
 KYT_HOST_API int set_remote_param(SOCKETFD socketFd, int robotNum, int speed, bool start, int time, int startTime,
@@ -141,7 +141,8 @@ KYT_HOST_API int set_remote_function(SOCKETFD socketFd, int robotNum, RemoteCont
 KYT_HOST_API int get_remote_function(SOCKETFD socketFd, int robotNum, int& num, int& time, RemoteControl& control,
                                      std::vector<RemoteProgram>& programs);
 
-/// Sets the outputs that show the state of remote mode. Virtual controller: it only keeps them.
+/// Sets the outputs that show the state of remote mode. Virtual controller: a program's has its level
+/// while it runs.
 /// @param outagerecover       output that shows a recovered power loss
 /// @param outagerecoverValue  its level
 /// @param outputs             one per program: exactly as many as a newer controller has; 10 or more for an older one,
@@ -159,7 +160,7 @@ KYT_HOST_API int get_remote_status_tips(SOCKETFD socketFd, int robotNum, int& nu
 // --- safety ---
 
 /// Sets the two ports of the enabling switch (deadman).
-/// @param mode  Virtual controller: any number; it only keeps all three
+/// @param mode  Virtual controller: 0 not wired; else power is on, in teach mode, while both ports are at 1
 KYT_HOST_API int set_hard_enable_port(SOCKETFD socketFd, int mode, int port1, int port2);
 
 /// Reads the two ports of the enabling switch, as `set_hard_enable_port` takes them.

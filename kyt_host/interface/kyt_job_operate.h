@@ -26,7 +26,7 @@ inline int job_create(SOCKETFD socketFd, const std::string& name) {
   return job_create_robot(socketFd, const_robot, name);
 }
 
-/// Deletes a job. Virtual controller: one that runs, runs on.
+/// Deletes a job. Virtual controller: refused while it is under way.
 KYT_HOST_API int job_delete_robot(SOCKETFD socketFd, int robotNum, const std::string& name);
 inline int job_delete(SOCKETFD socketFd, const std::string& name) {
   return job_delete_robot(socketFd, const_robot, name);
@@ -88,7 +88,8 @@ inline int job_delete_command_by_line(SOCKETFD socketFd, int lineNum) {
 // --- running ---
 
 /// Sets how many times a job is run.
-/// @param index  the number of runs. Virtual controller: 0 is without end, and less is refused: no confirmation.
+/// @param index  the number of runs. Virtual controller: 0 is without end, which a warning says; less is refused: no
+///               confirmation.
 /// @return 0 confirmed; -1 no confirmation within a second; -2
 KYT_HOST_API int job_run_times_robot(SOCKETFD socketFd, int robotNum, int index);
 inline int job_run_times(SOCKETFD socketFd, int index) { return job_run_times_robot(socketFd, const_robot, index); }
@@ -149,11 +150,10 @@ inline int job_set_local_position(SOCKETFD socketFd, const std::string& name, Po
 
 // --- inserting lines into the open job ---
 // Each puts a line at the place `lineNum`, and saves the job. Virtual controller: from 1, before the line that has this
-// number now, and beyond the last at the end. With fewer values in a `MoveCmd` than a line needs it returns -3 and
-// sends nothing; its limits nobody checks here.
+// number now; one more than there are lines is the end, and more is refused. With fewer values in a `MoveCmd` than a
+// line needs it returns -3 and sends nothing; its limits nobody checks here.
 //
-// The virtual controller carries out moves, waits, outputs, labels and jumps; other lines it takes, and they do
-// nothing.
+// Virtual controller: it refuses lines that it does not know, and of those that do nothing there a warning says so.
 
 /// A joint move: 7 values in `targetPosValue`; `velocity` in percent.
 KYT_HOST_API int job_insert_moveJ_robot(SOCKETFD socketFd, int robotNum, int lineNum, const MoveCmd& cmd);

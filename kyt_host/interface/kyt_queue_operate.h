@@ -167,7 +167,7 @@ inline int queue_motion_push_moveComm(SOCKETFD socketFd, std::string moveType, d
 }
 
 // --- appending other lines ---
-// Those of crafts (welding, vision, conveyors, tool offsets) do nothing in the virtual controller.
+// Virtual controller: which of them act there, and on what, tells docs/virtual_controller.md.
 
 /// A wait, in seconds.
 KYT_HOST_API int queue_motion_push_back_timer_robot(SOCKETFD socketFd, int robotNum, double seconds);
@@ -237,7 +237,7 @@ inline int queue_motion_push_back_end_until(SOCKETFD socketFd) {
   return queue_motion_push_back_end_until_robot(socketFd, const_robot);
 }
 
-/// A label, to be jumped to. Virtual controller: while it waits in the queue, after the jump.
+/// A label, to be jumped to. Virtual controller: back as well, over up to 10,000 lines.
 /// @param name  without the "[$" and "$]" that are written around it
 KYT_HOST_API int queue_motion_push_back_label_robot(SOCKETFD socketFd, int robotNum, std::string name);
 inline int queue_motion_push_back_label(SOCKETFD socketFd, std::string name) {

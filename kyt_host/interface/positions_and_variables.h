@@ -156,7 +156,7 @@ inline int set_global_variant(SOCKETFD socketFd, const std::string& name, double
 }
 
 /// Reads a global variable.
-/// @param value  the number; one that is true reads as 1. Virtual controller: 0 for a variable that was never set.
+/// @param value  the number; one that is true reads as 1. Virtual controller: no reply (-1) for one never set.
 KYT_HOST_API int get_global_variant_robot(SOCKETFD socketFd, int robotNum, const std::string& name, double& value);
 inline int get_global_variant(SOCKETFD socketFd, const std::string& name, double& value) {
   return get_global_variant_robot(socketFd, const_robot, name, value);
@@ -178,8 +178,8 @@ inline int set_global_position(SOCKETFD socketFd, std::string posName, std::vect
 }
 
 /// Reads a global position.
-/// @param pos  receives 14 values, as `set_global_position_robot` takes them. Virtual controller: zeros for a position
-///             that was never set.
+/// @param pos  receives 14 values, as `set_global_position_robot` takes them. Virtual controller: no reply (-1)
+///             for a position that was never set.
 KYT_HOST_API int get_global_position_robot(SOCKETFD socketFd, int robotNum, std::string posName,
                                            std::vector<double>& pos);
 inline int get_global_position(SOCKETFD socketFd, std::string posName, std::vector<double>& pos) {

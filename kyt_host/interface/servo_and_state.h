@@ -33,7 +33,8 @@ inline int set_servo_state(SOCKETFD socketFd, int state) { return set_servo_stat
 KYT_HOST_API int check_servo_state(SOCKETFD socketFd, int robotNum, int expected);
 
 /// Switches servo power on, and waits until the robot's servo state is 3. `robotNum` is not sent, it says for which
-/// robot is waited. Virtual controller: the power of all its robots, but for those with an error.
+/// robot is waited. Virtual controller: the power of all its robots, from servo state 0 or 1, but for those with an
+/// error or an active quick stop, and in teach mode without a wired enabling switch that is held: a message tells.
 /// @return 0 reached; -1 no reply within a second, or not reached after 25 polls: about half a second, and up to 25.5
 ///         when the controller falls silent after that reply, see `check_servo_state`; -2; -5
 KYT_HOST_API int set_servo_poweron_robot(SOCKETFD socketFd, int robotNum);
@@ -82,7 +83,8 @@ inline int get_current_coord(SOCKETFD socketFd, int& coord) {
 }
 
 /// Selects the operating mode (teach, run, remote).
-/// @param mode  Virtual controller: 2 is remote mode, which inputs command; others make no difference
+/// @param mode  Virtual controller: 0 teach, in which a wired enabling switch counts; 1 run; 2 remote, in which inputs
+///              command
 KYT_HOST_API int set_current_mode_robot(SOCKETFD socketFd, int robotNum, int mode);
 inline int set_current_mode(SOCKETFD socketFd, int mode) { return set_current_mode_robot(socketFd, const_robot, mode); }
 
@@ -93,7 +95,7 @@ inline int get_current_mode(SOCKETFD socketFd, int& mode) {
 }
 
 /// Selects the teach type. The controller has one for all robots: `robotNum` is not sent.
-/// @param type  Virtual controller: any number; it only keeps it, for the robot that it is switched to
+/// @param type  Virtual controller: any number; it only keeps it
 KYT_HOST_API int set_teach_type_robot(SOCKETFD socketFd, int robotNum, int type);
 inline int set_teach_type(SOCKETFD socketFd, int type) { return set_teach_type_robot(socketFd, const_robot, type); }
 

@@ -35,7 +35,7 @@ inline int set_tool_hand_param(SOCKETFD socketFd, int toolNum, ToolParam param) 
 }
 
 /// Reads the frame and the payload of a tool.
-/// @param toolNum  Virtual controller: 0..999; zeros for a tool that was never set
+/// @param toolNum  Virtual controller: 0..999; no reply (-1) for a tool that was never set
 KYT_HOST_API int get_tool_hand_param_robot(SOCKETFD socketFd, int robotNum, int toolNum, ToolParam& param);
 inline int get_tool_hand_param(SOCKETFD socketFd, int toolNum, ToolParam& param) {
   return get_tool_hand_param_robot(socketFd, const_robot, toolNum, param);
@@ -55,7 +55,8 @@ inline int tool_hand_2_or_20_point_calibrate(SOCKETFD socketFd, int pointNum) {
 }
 
 /// Lets the controller calculate the 2-or-20-point calibration. `robotNum` is not sent.
-/// @param calNum     how many points it goes by, from the first
+/// @param calNum     how many points it goes by, from the first. Virtual controller: 2 or 20, and all of them have to
+///                   be there; with 2 the tip stays as it was along the axis about which the two are turned.
 /// @param noCalZero  true: without calibrating the zero positions. Virtual controller: never calibrates them.
 KYT_HOST_API int tool_hand_2_or_20_point_calibrate_caculate_robot(SOCKETFD socketFd, int robotNum, int calNum,
                                                                   bool noCalZero);
@@ -111,7 +112,7 @@ inline int get_user_coord_number(SOCKETFD socketFd, int& userNum) {
 /// Reads a user coordinate system.
 /// @param userNum  1..999
 /// @param pos      receives 6 values: X, Y, Z in mm and A, B, C in degrees. Virtual controller: as seen from the base;
-///                 zeros for one that was never set.
+///                 no reply (-1) for one that was never set.
 /// @return as every query; -1 also for a `userNum` out of its range (nothing sent)
 KYT_HOST_API int get_user_coord_para_robot(SOCKETFD socketFd, int robotNum, int userNum, std::vector<double>& pos);
 inline int get_user_coord_para(SOCKETFD socketFd, int userNum, std::vector<double>& pos) {

@@ -38,11 +38,11 @@ struct RemoteControl {
 /// The job of one remote program.
 struct RemoteProgramSetting {
   std::string job;  ///< name of the job, without a suffix with the virtual controller
-  int times = 0;    ///< how often it runs. Virtual controller: 0 is without end.
+  int times = 0;    ///< how often it runs. Virtual controller: 0 is once.
 };
 
 /// The safety inputs: quick stop and safety screen. As constructed it is refused: `quickStopTime` has to be set.
-/// Virtual controller: one of two ports, 1..32, that changes to its level is enough; the times are only kept.
+/// Virtual controller: one of two ports, 1..32, that has its level is enough; the times are only kept.
 struct SafeIO {
   int quickStopPort1 = 0;
   int quickStopPort2 = 0;

@@ -56,7 +56,7 @@ enum class CmdType : int {
 enum class Unit : int { Unspecified = 0, MillimetresPerSecond = 1, Percent = 2 };
 
 /// A parameter that is a constant or a variable. Controllers tell by `value` which: 0 the constant `data`, 3 the local
-/// and 6 the global variable `varname`. Virtual controller: all but 0 the variable of that name, 0 before it is set.
+/// and 6 the global variable `varname`. Virtual controller: all but 0 the variable of that name, which has to be set.
 struct ParaGroup {
   double data = 0;
   int secondvalue = 0;
@@ -86,7 +86,7 @@ struct PositionData {
                              ///< not sent. Virtual controller: goes by all but the third and the controller's own.
 };
 
-/// An output and what becomes of it. Virtual controller: port and level alone, and the level is kept for good.
+/// An output and what becomes of it. Virtual controller: port, level and time count.
 struct IOCommandParams {
   std::string groupType;     ///< kind of port group, "" for a single port
   int portId = 0;            ///< the port. Virtual controller: 1..32; 0: that in `paraGroupNum`.
@@ -94,7 +94,7 @@ struct IOCommandParams {
   int errorHanding = 0;      ///< what happens to the output when the program stops with an error, written as it is
   ParaGroup paraGroupValue;  ///< the level, 0 or 1
   ParaGroup paraGroupNum;    ///< the port once more, where it may be a variable
-  ParaGroup paraGroupTime;   ///< how long the level is kept; 0 for good
+  ParaGroup paraGroupTime;   ///< how long the level is kept; 0 for good. Virtual controller: s.
 };
 
 /// A tool offset.

@@ -1,5 +1,8 @@
 #include <chrono>
+#include <functional>
+#include <optional>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -39,6 +42,32 @@ TEST(Io, ChangesOfLevelsRaiseAlarmsStopAndCommandTheRobot) {
   EXPECT_FALSE(controller.robot(1).error);
 }
 
+template <class Seen>
+bool comes(Seen seen) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (!seen() && std::chrono::steady_clock::now() < deadline) std::this_thread::yield();
+  return seen();
+}
+
+TEST(Io, JoggingEndsWithWhoeverAskedForItAndWithTheRobotsTurn) {
+  VirtualController controller;
+  const std::vector<std::function<void(std::optional<FrameClient>&)>> endings{
+      [](auto& client) { client->send(Strategy::SetRobotSwitch, R"({"robot":2,"mode":0})"); },
+      [](auto& client) { client->send(Strategy::SetCurrentMode, R"({"robot":1,"mode":2})"); },
+      [](auto& client) { client.reset(); }};
+  const auto moves = [&] { return controller.robot(1).runningState == 2; };
+  for (const auto& end : endings) {
+    controller.edit(
+        1, [](RobotState& state) { state.position = {}, state.mode = teachMode, state.servoState = servoRunning; });
+    std::optional<FrameClient> client(std::in_place, controller.port());
+    client->send(Strategy::StartJogging, R"({"robot":1,"axis":1,"direction":1})");
+    EXPECT_TRUE(comes(moves));
+    end(client);
+    EXPECT_TRUE(comes([&] { return !moves(); }));
+    EXPECT_LT(controller.robot(1).position[0], 90);  // not at the end of its way
+  }
+}
+
 class WiredController : public ::testing::Test {
  protected:
   static Settings fast() {
@@ -46,12 +75,6 @@ class WiredController : public ::testing::Test {
     settings.servoDelay = std::chrono::milliseconds(1);
     settings.timeScale = 100;
     return settings;
-  }
-  template <class Seen>
-  static bool comes(Seen seen) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!seen() && std::chrono::steady_clock::now() < deadline) std::this_thread::yield();
-    return seen();
   }
   int output(int port) const { return controller.controller().io.outputs[static_cast<std::size_t>(port - 1)]; }
 

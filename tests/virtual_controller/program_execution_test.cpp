@@ -129,6 +129,9 @@ TEST_F(Programs, TheQueueJumpsBackUntilAnInputComesAndPulsesAnOutput) {
   EXPECT_TRUE(comes([&] { return output(1) == 1; }));
   std::this_thread::sleep_for(std::chrono::milliseconds(20));  // six times round
   EXPECT_TRUE(output(2) == 0 && controller.robot(1).runningState == running);
+  expectRejected.refused = 1;
+  queue_motion_push_back_label(robot, "wait");  // which of the two should be jumped to?
+  queue_motion_send_to_controller(robot, 0, true);
   controller.setDigitalInput(3, 1);
   EXPECT_TRUE(comes([&] { return output(2) == 1 && ask(queue_motion_get_queuelen) == 0; }));
   queue_motion_set_status(robot, false);

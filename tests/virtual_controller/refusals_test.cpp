@@ -151,6 +151,20 @@ TEST_F(Refusals, ProgramsSayWhichLineIsBadAndWhatBecameOfTheOthers) {
   EXPECT_EQ(controller.robot(1).runningState, 2);
 }
 
+TEST(LenientController, TakesBlocksAndSaysThatTheyRunOnce) {
+  Settings settings;
+  settings.lenient = true;
+  VirtualController controller(settings);
+  FrameClient client(controller.port());
+  client.send(Strategy::CreateJob, R"({"robot":1,"jobname":"A"})");
+  for (const int type : {9, 12, 13, 14, 85, 86}) {
+    const auto answer = client.ask(Strategy::InsertJobCommand, insertion("\"type\":" + std::to_string(type)));
+    EXPECT_EQ(answer->text.substr(0, 10), R"({"code":51)") << type;
+  }
+  client.send(Strategy::RunJob, R"({"robot":1,"jobname":"A","line":1})");
+  EXPECT_EQ(client.ask(Strategy::GetJobTotalLines, R"({"robot":1})")->text, R"({"robot":1,"totalLines":6})");
+}
+
 TEST_F(Refusals, StandInTheTableThatUsersHave) {
   std::ifstream file(PROJECT_FOLDER "/docs/virtual_controller.md");
   std::stringstream expected;

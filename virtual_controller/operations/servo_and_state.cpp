@@ -77,6 +77,14 @@ OptionalReply setAxisSdo(Model& model, const Json& request) {
                                             integer<unsigned>(request, {"subindex"})};
   const ControllerState::SdoObject object{integer(request, {"value"}), integer<unsigned>(request, {"size"})};
   entry(model.controller.sdoObjects, address) = object;
+  model.remark({SystemCode::NothingHappens, "there is no drive that the object is written to"});
+  return std::nullopt;
+}
+
+OptionalReply setDragMode(Model& model, const Json& request) {
+  const auto mode = integer(request, {"mode"});
+  for (auto& robot : model.robots()) robot.state.dragMode = mode;
+  if (mode != 0) model.remark({SystemCode::NothingHappens, "no arm is dragged"});
   return std::nullopt;
 }
 
@@ -84,6 +92,7 @@ OptionalReply setCollisionPara(Model& model, const Json& request) {
   const CollisionParameters collision{numbers(request, {"Co_De_para"}), numbers(request, {"Colli_Detec_jog"}),
                                       number(request, {"pos_delay_time"}), number(request, {"error_enable_time"})};
   for (auto& robot : model.robots()) robot.state.collision = collision;
+  model.remark({SystemCode::NothingHappens, "no collision is detected"});
   return std::nullopt;
 }
 
@@ -114,7 +123,7 @@ void addServoAndState(Operations& operations) {
       {Strategy::SetRobotSwitch, {"set_robot_switch", setRobotSwitch}},
       {Strategy::GetRobotSwitch, {"get_robot_switch", getRobotSwitch}},
       {Strategy::SetAxisSdo, {"set_axis_sdo", setAxisSdo}},
-      {Strategy::SetDragMode, commonSetting("set_darg_mode", &RobotState::dragMode, {"mode"})},
+      {Strategy::SetDragMode, {"set_darg_mode", setDragMode}},
       {Strategy::SetCollisionPara, {"set_collision_para", setCollisionPara}},
   });
 }

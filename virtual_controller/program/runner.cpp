@@ -130,6 +130,7 @@ void Runner::finish() {
   crafts_.end();
   queue_ = {};
   queueWeight_ = doneWeight_ = 0;
+  queueLabels_.clear();
   moreLines_ = false;
   underWay_.clear();
   offset_.reset();
@@ -158,6 +159,14 @@ void Runner::append(std::vector<Line> lines, bool more) {
   auto weight = queueWeight_;
   for (const auto& line : lines) weight += line.weight();
   if (weight > mostWaiting) throw Refusal(SystemCode::NoRoom, "the queue is full: none of the lines was taken");
+  std::set<std::string> labels;
+  for (const auto& line : lines) {
+    const auto* const label = std::get_if<Line::Label>(&line.action);
+    if (label == nullptr || (queueLabels_.count(label->name) == 0 && labels.insert(label->name).second)) continue;
+    throw Refusal(SystemCode::ThereAlready,
+                  "there is a label " + label->name + " already: none of the lines was taken");
+  }
+  queueLabels_.merge(labels);
   queueWeight_ = weight;
   std::move(lines.begin(), lines.end(), std::back_inserter(queue_.lines));
   moreLines_ = more;
@@ -233,8 +242,10 @@ void Runner::goTo(std::size_t place) {
     queueWeight_ += lines[queue_.at - 1].weight();
     doneWeight_ -= lines[queue_.at - 1].weight();
   }
-  const auto isLabel = [](const Line& line) { return std::holds_alternative<Line::Label>(line.action); };
-  while (queue_.at > 0 && (doneWeight_ > mostDone || !isLabel(lines.front()))) {
+  while (queue_.at > 0) {
+    const auto* const label = std::get_if<Line::Label>(&lines.front().action);
+    if (label != nullptr && doneWeight_ <= mostDone) break;
+    if (label != nullptr) queueLabels_.erase(label->name);
     doneWeight_ -= lines.front().weight();
     lines.pop_front();
     --queue_.at;

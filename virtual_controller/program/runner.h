@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -143,6 +144,7 @@ class Runner {
   bool queueOpen_ = false;
   std::size_t queueWeight_ = 0;  ///< of what waits
   std::size_t doneWeight_ = 0;   ///< of what is kept
+  std::set<std::string> queueLabels_;
   bool moreLines_ = false;
   Waiting waiting_ = Waiting::ForTurn;
   std::deque<std::size_t> underWay_;  ///< lines that are done when the points ahead have been reached, one by one
