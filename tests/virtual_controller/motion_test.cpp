@@ -150,7 +150,7 @@ class Limits {
  public:
   void check(const Sample& sample) {
     constexpr std::array<double, 6> top{180, 180, 200, 300, 300, 400};
-    constexpr double secondsToTop = 0.5;
+    constexpr double secondsToTop = 0.4;
     auto& before = last_[sample.robot];
     for (std::size_t i = 0; i < top.size(); ++i) {
       EXPECT_LE(std::abs(sample.speeds[i]), top[i] * 1.0001) << i;
