@@ -26,6 +26,8 @@ enum class SystemCode : int {
   KeptSafe = 16,
   FileFailed = 17,
   AsScripted = 18,
+  OutOfReach = 19,
+  NoPower = 20,
 
   // Warnings: what is carried out, but not as a robot does it, or not as it was meant.
   NothingHappens = 50,
@@ -51,7 +53,7 @@ constexpr bool isWarning(SystemCode code) { return code >= SystemCode::NothingHa
 constexpr const char* meaningOf(SystemCode code) {
   switch (code) {
     case SystemCode::CannotBeDone:
-      return "what is asked for cannot be done: out of reach, beyond a limit, without power";
+      return "it cannot be done, for a reason that only the text tells";
     case SystemCode::NotJson:
       return "the payload is no JSON object; JSON knows neither NaN nor infinity";
     case SystemCode::UnknownRequest:
@@ -86,6 +88,10 @@ constexpr const char* meaningOf(SystemCode code) {
       return "a file cannot be read or stored";
     case SystemCode::AsScripted:
       return "a test has ordered that this request be refused";
+    case SystemCode::OutOfReach:
+      return "the target or the way to it is out of reach, beyond a limit, or too close to a singularity";
+    case SystemCode::NoPower:
+      return "the servo is not running";
     case SystemCode::NothingHappens:
       return "it is kept, and has no effect here";
     case SystemCode::RunsOnce:

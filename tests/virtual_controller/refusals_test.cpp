@@ -88,6 +88,8 @@ TEST_F(Refusals, EveryRequestThatIsNotCarriedOutIsAnswered) {
       {Strategy::GetUserCoordPara, R"({"robot":1,"userNum":5})", Code::NotThere, "user frame 5 has not been set"},
       {Strategy::SetToolHandNumber, R"({"robot":1,"tool":5})", Code::HasNoValues, "tool 5 has no values yet"},
       {Strategy::MoveJ, move(R"(,"coord":9)"), Code::OutOfRange, "coordinate system 9"},
+      {Strategy::MoveJ, move(R"(,"pos":[720,0,0,0,0,0,0])"), Code::OutOfReach, "beyond a limit"},
+      {Strategy::MoveJ, move(R"(,"robot":2)"), Code::NoPower, "the servo is not running"},
       {Strategy::MoveL, move(R"(,"pos":[1])"), Code::OutOfRange, "pos has fewer than 7 values"},
       {Strategy::StartJogging, R"({"robot":1,"axis":1,"direction":0})", Code::OutOfRange, "no direction 0"},
       {Strategy::SetServoState, R"({"robot":1,"state":1})", Code::WrongState, "cannot be set in servo state 3"},

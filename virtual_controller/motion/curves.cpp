@@ -96,7 +96,7 @@ Curve circle(const Isometry3d& from, const Isometry3d& via, const Isometry3d& to
   const Vector3d normal = first.cross(second);
   const auto sides = first.norm() * second.norm() * (second - first).norm();
   if (!(normal.norm() * (second - first).norm() > leastSine * sides) || sides == 0) {
-    throw Refusal("a circle needs three points that do not lie on a line");
+    throw Refusal(SystemCode::OutOfReach, "a circle needs three points that do not lie on a line");
   }
   const Vector3d toCentre =
       (first.squaredNorm() * second - second.squaredNorm() * first).cross(normal) / (2 * normal.squaredNorm());

@@ -20,7 +20,7 @@ void place(RobotState& state, const Axes& axes) {
 }
 
 void checkPower(const RobotState& state) {
-  if (state.servoState != servoRunning) throw Refusal("the servo is not running");
+  if (state.servoState != servoRunning) throw Refusal(SystemCode::NoPower, "the servo is not running");
 }
 
 double overrideOf(const RobotState& state, Wish wish) {
@@ -145,7 +145,7 @@ bool Mover::append(Robot& robot, const Move& move, const std::vector<WhenDone>& 
 }
 
 void Mover::jog(Robot& robot, int axis, bool forward) {
-  if (robot.state.speed <= 0) throw Refusal("the speed is 0");
+  if (robot.state.speed <= 0) throw Refusal(SystemCode::WrongState, "the speed is 0");
   begin(robot, [&](const Axes& from) {
     auto motion = motionOf(robot, planJog(robot, from, axis, forward));
     motion.jogging = true;

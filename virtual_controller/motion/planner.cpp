@@ -24,7 +24,8 @@ constexpr double farthestTurn = 360;           // degrees
 
 void check(const MoveRates& rates) {
   for (const auto rate : {rates.velocity, rates.acceleration, rates.deceleration}) {
-    if (!std::isfinite(rate) || rate <= 0) throw Refusal("a move's speed and acceleration are above 0");
+    if (!std::isfinite(rate) || rate <= 0)
+      throw Refusal(SystemCode::OutOfRange, "a move's speed and acceleration are above 0");
   }
 }
 
@@ -33,7 +34,7 @@ double share(double percent) { return std::min(percent, 100.0) / 100; }
 /// A path may not be endless.
 void checkDuration(double seconds) {
   constexpr double day = 24 * 3600;
-  if (!(seconds <= day)) throw Refusal("the move would take longer than a day");
+  if (!(seconds <= day)) throw Refusal(SystemCode::OutOfRange, "the move would take longer than a day");
 }
 
 /// All axes start and arrive together, as fast as the one that takes longest allows at that share of its top speed.
@@ -88,10 +89,12 @@ Plan planCurve(const Robot& robot, const Axes& from, const Move& move, const Pac
   const auto curve = curveOf(move.kind, begin, places);
   constexpr double tolerance = 0.002;  // mm and degrees
   const auto course = follow(robot.arm, curve, flangeToTool, from, places.back().external, tolerance);
-  if (!course.complete) throw Refusal("the way to the target leaves the arm's reach or meets a singularity");
+  if (!course.complete)
+    throw Refusal(SystemCode::OutOfReach, "the way to the target leaves the arm's reach or meets a singularity");
   Plan plan{coursePath(robot, course, move.rates.velocity, pace), {}};
   for (const auto& span : plan.path.spans()) {
-    if (span.mostSquared < slowest) throw Refusal("the way to the target passes too close to a singularity");
+    if (span.mostSquared < slowest)
+      throw Refusal(SystemCode::OutOfReach, "the way to the target passes too close to a singularity");
   }
   for (const auto mark : curve.marks) plan.marks.push_back(mark * plan.path.end());
   return plan;

@@ -29,7 +29,7 @@ arm::Joints jointsAt(const Robot& robot, const Axes& from, const Target& target)
     if (!axes[i].slides) joints[i] = inDegrees(target, joints[i]);
     if (target.increment) joints[i] += from[i];
     if (!(joints[i] >= axes[i].lowest && joints[i] <= axes[i].highest)) {
-      throw Refusal("the target is beyond a limit of " + name);
+      throw Refusal(SystemCode::OutOfReach, "the target is beyond a limit of " + name);
     }
   }
   return joints;
@@ -37,7 +37,7 @@ arm::Joints jointsAt(const Robot& robot, const Axes& from, const Target& target)
 
 Isometry3d poseOf(const Target& target) {
   if (!std::all_of(target.values.begin(), target.values.end(), [](double value) { return std::isfinite(value); })) {
-    throw Refusal("a value of the target is no number");
+    throw Refusal(SystemCode::OutOfRange, "a value of the target is no number");
   }
   const auto& [x, y, z, a, b, c, unused] = target.values;
   return toTransform({x, y, z, inDegrees(target, a), inDegrees(target, b), inDegrees(target, c)});
@@ -67,7 +67,7 @@ std::array<double, externalAxes> externalAt(const Axes& from, const Target& targ
     const auto present = from[arm::mostAxes + i];
     const auto wanted = target.external ? (*target.external)[i] + (target.increment ? present : 0) : present;
     if (target.external && !(std::abs(wanted) <= externalLimit)) {
-      throw Refusal("the target is beyond the limit of external axis " + std::to_string(i + 1));
+      throw Refusal(SystemCode::OutOfReach, "the target is beyond the limit of external axis " + std::to_string(i + 1));
     }
     external[i] = wanted;
   }
@@ -102,7 +102,7 @@ Axes axesAt(const Robot& robot, const Axes& from, const Target& target) {
   const auto place = placeOf(robot, from, target);
   const Isometry3d flange = place.tool * toolOf(robot.state, toolNumber(robot.state, target)).inverse();
   const auto joints = arm::inverseAnywhere(robot.arm, flange, jointsOf(from));
-  if (!joints) throw Refusal("the target is out of reach");
+  if (!joints) throw Refusal(SystemCode::OutOfReach, "the target is out of reach");
   return axesOf(*joints, place.external);
 }
 

@@ -126,7 +126,7 @@ OptionalReply transformCoord(Model& model, const Json& request) {
   std::array<double, 7> position{};
   if (coord == jointCoord) {
     const auto joints = jointsThere(robot, tool);
-    if (!joints) throw Refusal("the position is out of reach");
+    if (!joints) throw Refusal(SystemCode::OutOfReach, "the position is out of reach");
     std::copy(joints->begin(), joints->end(), position.begin());
   } else {
     const auto pose = toPose(frameOf(coord, toolNow(robot), selectedUserFrame(robot.state)).inverse() * tool);
