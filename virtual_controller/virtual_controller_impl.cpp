@@ -244,7 +244,7 @@ void VirtualController::Impl::release() {
   }
 }
 
-/// Keeps its times, but for those that have gone by when it is late.
+/// Keeps its times; after one that has gone by meanwhile it begins anew, so that there is time for all else.
 void VirtualController::Impl::pushStates(EventLoop::Clock::time_point time) {
   for (const auto& robot : model.robots()) {
     if (sessions_.empty()) break;
@@ -253,7 +253,8 @@ void VirtualController::Impl::pushStates(EventLoop::Clock::time_point time) {
       if (!session->lagging() && !fileServer_.serves(number)) send(*session, frame);
     }
   }
-  const auto next = std::max(time + settings.statePeriod, EventLoop::Clock::now());
+  const auto now = EventLoop::Clock::now();
+  const auto next = (time + settings.statePeriod > now ? time : now) + settings.statePeriod;
   loop.at(next, [this, next] { pushStates(next); });
 }
 

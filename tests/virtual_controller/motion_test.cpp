@@ -54,15 +54,16 @@ double distance(const Values& one, const Values& other) {
 double distance(const Values& point, const Values& from, const Values& to) {
   double along = 0;
   for (int i = 0; i < 3; ++i) along += (point[i] - from[i]) * (to[i] - from[i]);
-  along = std::clamp(along / std::pow(distance(from, to), 2), 0.0, 1.0);
+  along = std::clamp(along / std::max(1e-12, std::pow(distance(from, to), 2)), 0.0, 1.0);
   Values nearest;
   for (int i = 0; i < 3; ++i) nearest.push_back(from[i] + along * (to[i] - from[i]));
   return distance(point, nearest);
 }
 
-Settings settings(double timeScale) {
+Settings settings(double timeScale, int robots) {
   Settings settings;
   settings.timeScale = timeScale;
+  settings.robots = robots;
   settings.statePeriod = std::chrono::milliseconds(1);
   settings.servoDelay = {};
   return settings;
@@ -81,11 +82,11 @@ MoveCmd line(const Values& target, int coord, double velocity, int pl = 0) {
 
 class Motions : public ConnectedTest {
  protected:
-  explicit Motions(double timeScale = 4) : ConnectedTest(settings(timeScale)) {}
+  explicit Motions(double timeScale = 2, int count = 1) : ConnectedTest(settings(timeScale, count)), robots(count) {}
 
   void SetUp() override {
     ConnectedTest::SetUp();
-    for (int number = 1; number <= 4; ++number) {
+    for (int number = 1; number <= robots; ++number) {
       controller.edit(number, [](auto& state) {
         state.servoState = servoRunning;
         state.speed = 100;
@@ -93,7 +94,8 @@ class Motions : public ConnectedTest {
       });
       queue_motion_set_status_robot(robot, number, true);
     }
-    ASSERT_TRUE(controller.waitForRequests(Strategy::SetQueueMotionStatus, 4, std::chrono::seconds(5)));
+    ASSERT_TRUE(controller.waitForRequests(Strategy::SetQueueMotionStatus, static_cast<std::size_t>(robots),
+                                           std::chrono::seconds(5)));
     MessageCallback::action = [this](int, const char* text, int) { messages.add(text); };
     ASSERT_EQ(set_receive_error_or_warnning_message_callback(robot, MessageCallback::call), SUCCESS);
     watcher.emplace(controller.port());
@@ -140,6 +142,7 @@ class Motions : public ConnectedTest {
   std::string refusal() { return messages.waitFor(++told) ? messages.all()[told - 1] : ""; }
   void send() { EXPECT_EQ(queue_motion_send_to_controller(robot, 0, false), SUCCESS); }
 
+  const int robots;
   EventLog messages;
   std::size_t told = 0;
   std::optional<FrameClient> watcher;
@@ -174,7 +177,7 @@ class Limits {
 
 class FastMotions : public Motions {
  protected:
-  FastMotions() : Motions(30) {}
+  FastMotions() : Motions(30, 4) {}
 };
 
 }  // namespace
@@ -246,17 +249,19 @@ TEST_F(Motions, CirclesAreTrueAndGoThroughThePointBetween) {
     auto centre = from;
     for (std::size_t i = 0; i < 3; ++i) centre[i] += radius * x[i];
     auto nearest = radius;
+    auto before = from;
     const auto samples = watch(stopped, [&](const Sample& sample) {
       const Values& at = sample.pose;
-      nearest = std::min(nearest, distance(at, via));
+      nearest = std::min(nearest, distance(via, before, at));
+      before = at;
       EXPECT_NEAR(distance(at, centre), radius, 0.01);
       const double across = (at[0] - from[0]) * (x[1] * y[2] - x[2] * y[1]) +
                             (at[1] - from[1]) * (x[2] * y[0] - x[0] * y[2]) +
                             (at[2] - from[2]) * (x[0] * y[1] - x[1] * y[0]);
       EXPECT_NEAR(across, 0, 0.01);
     });
-    EXPECT_GT(samples.size(), 100u);
-    EXPECT_LT(nearest, 5);
+    EXPECT_GT(samples.size(), 50u);
+    EXPECT_LT(nearest, 3);
     EXPECT_LT(distance(samples.back().pose, to), 0.001);
     EXPECT_NEAR(samples.back().pose[5], to[5], 0.001);
   }
@@ -275,20 +280,26 @@ TEST_F(Motions, SmoothedCornersAreCutWithinTheirRadiusAndOthersAreReached) {
     send();
     Limits limits;
     std::array<double, 2> nearest{1000, 1000};
-    auto slowest = 1000.0;  // of joint 1 and 2, while it is between the corners
+    auto slowest = 1000.0;  // between the first move and the last
+    auto before = corners[0];
     const auto samples = watch(stopped, [&](const Sample& sample) {
       limits.check(sample);
       auto off = 1000.0;
       for (std::size_t i = 0; i < 3; ++i) off = std::min(off, distance(sample.pose, corners[i], corners[i + 1]));
       EXPECT_LE(off, std::max(0.01, radius[static_cast<std::size_t>(pl)]));
-      for (std::size_t i = 0; i < 2; ++i) nearest[i] = std::min(nearest[i], distance(sample.pose, corners[i + 1]));
+      for (std::size_t i = 0; i < 2; ++i) {
+        nearest[i] = std::min(nearest[i], distance(corners[i + 1], before, sample.pose));
+      }
+      before = sample.pose;
       if (distance(sample.pose, corners[0]) > 50 && distance(sample.pose, corners[3]) > 50) {
-        slowest = std::min(slowest, std::hypot(sample.speeds[0], sample.speeds[1], sample.speeds[2]));
+        slowest = std::min(slowest, sample.lineSpeed);
       }
     });
     EXPECT_LT(distance(samples.back().pose, corners[3]), 0.001);
-    for (const auto near : nearest) EXPECT_EQ(near < 0.1, pl == 0) << near;
-    EXPECT_EQ(slowest < 0.5, pl == 0) << slowest;
+    for (const auto near : nearest) EXPECT_EQ(near < 1, pl == 0) << near;
+    if (pl != 0) {
+      EXPECT_GT(slowest, 20);
+    }
   }
 }
 
@@ -424,16 +435,20 @@ TEST_F(Motions, ASplineGoesThroughItsPointsWithoutAStop) {
   send();
   Limits limits;
   std::vector<double> nearest(points.size(), 1000);
+  auto before = points.front();
   auto slowest = 1000.0;
   const auto samples = watch(stopped, [&](const Sample& sample) {
     limits.check(sample);
     EXPECT_LT(sample.lineSpeed, 150.1);
-    for (std::size_t i = 0; i < points.size(); ++i) nearest[i] = std::min(nearest[i], distance(sample.pose, points[i]));
+    for (std::size_t i = 0; i < points.size(); ++i) {
+      nearest[i] = std::min(nearest[i], distance(points[i], before, sample.pose));
+    }
+    before = sample.pose;
     if (distance(sample.pose, points.front()) > 10 && distance(sample.pose, points.back()) > 10) {
       slowest = std::min(slowest, sample.lineSpeed);
     }
   });
-  for (const auto near : nearest) EXPECT_LT(near, 2);
+  for (const auto near : nearest) EXPECT_LT(near, 0.5);
   EXPECT_GT(slowest, 30);
   EXPECT_LT(distance(samples.back().pose, points.back()), 0.001);
 }

@@ -28,10 +28,9 @@ class Timing::Driver {
 
     const auto exit = std::min({span.exitSquared, most, squared() + 2 * span.acceleration * left});
     const auto both = span.acceleration + span.deceleration;
-    const auto peak =
-        std::clamp((span.deceleration * squared() + span.acceleration * (exit + 2 * span.deceleration * left)) / both,
-                   std::max(squared(), exit), std::max(most, exit));
-    const auto speedingUp = std::min(left, (peak - squared()) / (2 * span.acceleration));
+    const auto met = (span.deceleration * squared() + span.acceleration * (exit + 2 * span.deceleration * left)) / both;
+    const auto peak = std::min(std::max({met, squared(), exit}), std::max(most, exit));
+    const auto speedingUp = std::clamp((peak - squared()) / (2 * span.acceleration), 0.0, left);
     const auto slowingDown = std::min(left - speedingUp, (peak - exit) / (2 * span.deceleration));
     go(speedingUp, std::sqrt(peak));
     go(left - speedingUp - slowingDown, std::sqrt(peak));
