@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds the release preset, and prints the library's speed beside raw sockets': scripts/bench.sh [TOPIC...]
-# Topics: query polling files lines sets receive crc callbacks connections python; all of them when none is named, about
-# two minutes.
+# Topics: query polling files lines sets receive crc callbacks connections controllers python; all of them when none is
+# named, about three minutes.
 # A missed target is printed and is no error: the machine may be busy.
 set -euo pipefail
 cd "$(dirname "$0")/.."
