@@ -64,7 +64,7 @@ units=("${sources[@]}")
 options=()
 if [[ ! $base ]]; then
   mapfile -t units < <(sed -n 's/^ *"file": "\(.*\)",\?$/\1/p' build/lint/compile_commands.json |
-    grep -vE '_wrap\.cxx$|/generated/' | sort -u) # what is written by programs is their own
+    grep -vE '_wrap\.cxx$|/generated/|\.c$' | sort -u) # C, and what programs write, have a style of their own
   # The units stand outside the sources' folders, and include sources.
   config=build/lint/clang-tidy
   sed -e 's/^  readability-identifier-naming$/&,\n  -bugprone-suspicious-include/' \

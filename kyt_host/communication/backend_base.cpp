@@ -61,11 +61,13 @@ void BackendBase::setReconnectInterval(std::chrono::milliseconds /*interval*/) {
 
 void BackendBase::setHeartbeat(std::chrono::milliseconds /*interval*/, int /*missed*/) {}
 
+// NOLINTBEGIN(performance-unnecessary-value-param): whoever has use for them keeps them
 void BackendBase::setFrameListener(std::function<void(int, const std::string&)> /*listener*/) {}
 
 void BackendBase::setLostListener(std::function<void()> /*listener*/) {}
 
 void BackendBase::setRestoredListener(std::function<void()> /*listener*/) {}
+// NOLINTEND(performance-unnecessary-value-param)
 
 std::shared_ptr<CallbackQueue> BackendBase::callbacks() const { return nullptr; }
 

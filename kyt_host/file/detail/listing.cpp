@@ -17,7 +17,7 @@ namespace kyt_host::detail {
 
 namespace {
 
-constexpr std::size_t robots = 4;
+constexpr std::size_t robotCount = 4;
 constexpr std::size_t longestName = 255;
 
 bool isControlCharacter(char character) {
@@ -78,14 +78,14 @@ int listJobFiles(BackendBase& server, std::vector<std::vector<std::string>>& nam
     return RECEIVE_FAILED;
 
   PlainNames plain;
-  std::vector<std::vector<std::string>> found(robots);
+  std::vector<std::vector<std::string>> found(robotCount);
   Json::ArrayIndex count = 0;
   for (const std::string& text : lists->takeTexts()) {
     Json::Value list;
     if (!parseJson(text, list)) continue;
     const Json::Value& files = list["jobfilename"];
     const unsigned int robot = list.get("robot", const_robot).asUInt();
-    if (robot < 1 || robot > robots) continue;
+    if (robot < 1 || robot > robotCount) continue;
     plain.take(files, found[robot - 1]);
     count += files.size();
   }
