@@ -60,6 +60,7 @@ if [[ $base ]]; then
   preset=release
 fi
 cmake --preset "$preset" >/dev/null # for the compile commands
+cmake --build "build/$preset" --target kyt_host_c_header >/dev/null
 units=("${sources[@]}")
 options=()
 if [[ ! $base ]]; then

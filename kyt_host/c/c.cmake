@@ -10,6 +10,8 @@ add_custom_command(OUTPUT ${c_header} ${c_source} VERBATIM
                    DEPENDS ${CMAKE_CURRENT_LIST_DIR}/generate.py ${header_reader} ${header_files}
                    COMMAND ${Python3_EXECUTABLE} -B ${CMAKE_CURRENT_LIST_DIR}/generate.py ${generated}/kyt_host
                            ${PROJECT_VERSION} ${header_files})
+add_custom_target(kyt_host_c_header DEPENDS ${c_header})
+add_dependencies(kyt_host kyt_host_c_header)
 
 target_sources(kyt_host PRIVATE ${c_source} ${c_header})
 target_include_directories(kyt_host SYSTEM PUBLIC $<BUILD_INTERFACE:${generated}>)  # nobody is to mind its style
