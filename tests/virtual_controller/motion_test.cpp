@@ -113,7 +113,7 @@ class Motions : public ConnectedTest {
     }
   }
 
-  /// The states of robot 1 from when it moves until it is in this state.
+  /// The states of robot 1 from when it moves until it is in this state, or stopped.
   std::vector<Sample> watch(int until, const std::function<void(const Sample&)>& seen = {}) {
     std::vector<Sample> samples;
     for (auto moved = false;;) {
@@ -123,7 +123,7 @@ class Motions : public ConnectedTest {
       if (!moved) continue;
       if (seen) seen(sample);
       samples.push_back(std::move(sample));
-      if (samples.back().state == until) return samples;
+      if (samples.back().state == until || samples.back().state == stopped) return samples;
     }
   }
 
@@ -178,6 +178,12 @@ class Limits {
 class FastMotions : public Motions {
  protected:
   FastMotions() : Motions(30, 4) {}
+};
+
+/// Where what a host asks for has to reach the arm in time, on a busy machine too.
+class SlowMotions : public Motions {
+ protected:
+  SlowMotions() : Motions(0.3) {}
 };
 
 }  // namespace
@@ -325,7 +331,7 @@ TEST_F(Motions, TheSpeedScalesWhatIsUnderWay) {
   EXPECT_EQ(controller.robot(1).position[0], -160);
 }
 
-TEST_F(Motions, WhateverStopsAMoveSlowsItDownOnItsPath) {
+TEST_F(SlowMotions, WhateverStopsAMoveSlowsItDownOnItsPath) {
   const auto from = poseNow();
   auto to = from;
   to[0] -= 100, to[1] += 500;
