@@ -332,6 +332,9 @@ TEST_F(Motions, TheSpeedScalesWhatIsUnderWay) {
 }
 
 TEST_F(SlowMotions, WhateverStopsAMoveSlowsItDownOnItsPath) {
+#if defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "reading the states takes all the time there is, and nothing is asked for in time";
+#endif
   const auto from = poseNow();
   auto to = from;
   to[0] -= 100, to[1] += 500;
