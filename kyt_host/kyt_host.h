@@ -24,4 +24,7 @@
 #include "kyt_host/interface/kyt_queue_operate.h"
 #include "kyt_host/names.h"
 #include "kyt_host/records/position.h"
+#include "kyt_host/tasks/motion_watch.h"
+#include "kyt_host/tasks/queue_feed.h"
+#include "kyt_host/tasks/rotations.h"
 #include "kyt_host/types.h"

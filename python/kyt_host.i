@@ -33,6 +33,7 @@
 %list_class(VectorRemoteProgram, RemoteProgram);
 %list_class(VectorRemoteProgramSetting, RemoteProgramSetting);
 %list_class(VectorJsonMember, JsonMember);
+%list_class(VectorSystemMessage, SystemMessage);
 %list_class(VectorLinkParam, LinkParam);
 %list_class(VectorVisionCalibrationPoint, VisionCalibrationPoint);
 %include "arguments.i"

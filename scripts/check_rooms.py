@@ -13,7 +13,7 @@ ROOT = Path(__file__).resolve().parent.parent / "kyt_host"
 
 # Each folder, and those whose headers it may include. kyt_host.h itself includes everything public.
 MAY_INCLUDE: "dict[str, set[str]]" = {
-    "": {"communication", "command", "craft", "file", "interface", "records"},
+    "": {"communication", "command", "craft", "file", "interface", "records", "robot", "tasks"},
     "detail": set(),
     "records": {"detail"},
     "codec": {"records", "detail"},
@@ -23,6 +23,8 @@ MAY_INCLUDE: "dict[str, set[str]]" = {
     "file": {"communication", "detail"},
     "interface": {"exchange", "file", "communication", "command", "codec", "records", "detail"},
     "craft": {"exchange", "communication", "codec", "records", "detail"},
+    "tasks": {"interface", "file", "communication", "command", "codec", "records", "detail"},
+    "robot": {"tasks", "interface", "file", "communication", "records", "detail"},
     "c": {"communication", "detail"},
 }
 PRIVATE_ROOMS = {"c", "detail", "codec", "exchange"}

@@ -179,6 +179,25 @@ int set_receive_error_or_warnning_message_callback(SOCKETFD socketFd,
   });
 }
 
+int get_messages(SOCKETFD socketFd, int& number, std::vector<SystemMessage>& messages) {
+  return onConnection(socketFd, [&](BackendBase& backend) {
+    const int known = number;
+    number = ReceiveSystemMessage::latestNumber();
+    messages.clear();
+    if (known < 0) return static_cast<int>(SUCCESS);
+    const int result = onHandlers<ReceiveSystemMessage>(
+        backend, messageCodes, [&](ReceiveSystemMessage& handler) { handler.addMessagesAfter(known, messages); });
+    const auto isOlder = [&](const SystemMessage& one, const SystemMessage& other) {
+      return one.number < other.number;
+    };
+    std::sort(messages.begin(), messages.end(), isOlder);
+    // One that has come since stays for the next call.
+    const auto isNew = [&](const SystemMessage& message) { return message.number > number; };
+    messages.erase(std::remove_if(messages.begin(), messages.end(), isNew), messages.end());
+    return result;
+  });
+}
+
 int robot_state_callback(SOCKETFD socketFd, void (*callback)(const char* text)) {
   if (callback == nullptr) return PARAM_ERR;
   return onConnection(socketFd, [&](BackendBase& backend) -> int {

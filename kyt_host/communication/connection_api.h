@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "kyt_host/export.h"
+#include "kyt_host/records/system_message.h"
 #include "kyt_host/types.h"
 
 // The connection itself.
@@ -124,6 +125,15 @@ KYT_HOST_API int recv_message(SOCKETFD socketFd, void (*callback)(int code, cons
 /// @return 0; -2 when not connected; -3 when the callback is null; -5 when the connection has no handler for them
 KYT_HOST_API int set_receive_error_or_warnning_message_callback(SOCKETFD socketFd,
                                                                 void (*callback)(int kind, const char* data, int code));
+
+/// Looks up which errors and warnings have arrived, without a callback: by the time that a query has its reply, those
+/// that the controller sent before it are there. The latest 256 of each kind are kept.
+/// @param number    the number of the last message that is known: those after it are told; 0 all that are kept, -1
+/// none.
+///                  Becomes that of the latest message of the process, so that the next call tells what is new.
+/// @param messages  receives them, oldest first
+/// @return 0; -2 when not connected; -5 when the connection has no handler for them
+KYT_HOST_API int get_messages(SOCKETFD socketFd, int& number, std::vector<SystemMessage>& messages);
 
 /// Installs what is called with every robot state that the controller pushes (JSON text).
 /// @return 0; -2 when not connected; -3 when the callback is null; -1 when the connection has no handler for it

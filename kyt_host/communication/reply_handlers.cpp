@@ -1,6 +1,7 @@
 #include "kyt_host/communication/reply_handlers.h"
 
 #include <algorithm>
+#include <chrono>
 #include <iostream>
 #include <utility>
 
@@ -29,23 +30,33 @@ void callBoth(const First& first, const Second& second) {
     callUser(second);
 }
 
-struct SystemMessage {
-  int kind = 0;
-  std::string data;
-  int code = 0;
-};
-
 bool readMessage(const char* text, SystemMessage& message) {
   try {
     Json::Value root;
     if (!parseJson(text, root) || !root.isObject()) return false;
     if (!root.isMember("kind") || !root.isMember("data") || !root.isMember("code")) return false;
-    message = {root["kind"].asInt(), textOf(root["data"]), root["code"].asInt()};
+    message.kind = root["kind"].asInt();
+    message.text = textOf(root["data"]);
+    message.code = root["code"].asInt();
+    message.robot = root["robot"].isInt() ? root["robot"].asInt() : 0;
     return true;
   } catch (const std::exception& exception) {  // a member of another type
     printLine(std::cerr, std::string("A message of the controller is not understood: ") + exception.what());
     return false;
   }
+}
+
+// Messages are counted up to here, and then from 1 again.
+constexpr unsigned int numbers = 0x7FFFFFFF;
+std::atomic<unsigned int> latest{0};
+
+bool isAfter(int number, int other) {
+  const auto ahead = (static_cast<unsigned int>(number) - static_cast<unsigned int>(other)) & numbers;
+  return ahead != 0 && ahead <= numbers / 2;
+}
+
+double secondsSince1970() {
+  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
 }  // namespace
@@ -86,14 +97,37 @@ void RecvRobotState::onStored() {
   }
 }
 
+void ReceiveSystemMessage::store(std::string_view data) {
+  const std::lock_guard lock(mutex_);
+  keptBytes_ += data.size();
+  kept_.push_back({static_cast<int>(++latest & numbers), secondsSince1970(), std::string(data)});
+  while (kept_.size() > mostKept || (keptBytes_ > mostKeptBytes && kept_.size() > 1)) {
+    keptBytes_ -= kept_.front().text.size();
+    kept_.pop_front();
+  }
+}
+
+int ReceiveSystemMessage::latestNumber() { return static_cast<int>(latest & numbers); }
+
+void ReceiveSystemMessage::addMessagesAfter(int number, std::vector<SystemMessage>& messages) const {
+  const std::lock_guard lock(mutex_);
+  for (const Kept& kept : kept_) {
+    SystemMessage message;
+    if ((number != 0 && !isAfter(kept.number, number)) || !readMessage(kept.text.c_str(), message)) continue;
+    message.number = kept.number;
+    message.time = kept.time;
+    messages.push_back(std::move(message));
+  }
+}
+
 void ReceiveSystemMessage::callBack(const char* data) {
   SystemMessage message;
   if (!wantsCallBack() || !readMessage(data, message)) return;
   callBoth(
       [&] {
-        if (const Callback callback = callback_) callback(message.kind, message.data.c_str(), message.code);
+        if (const Callback callback = callback_) callback(message.kind, message.text.c_str(), message.code);
       },
-      [&] { listener(message.kind, message.data, message.code); });
+      [&] { listener(message.kind, message.text, message.code); });
 }
 
 bool RecvDownloadFinish::finished() const {

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <deque>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,6 +10,7 @@
 #include "kyt_host/communication/listener.h"
 #include "kyt_host/communication/message_base_strategy.h"
 #include "kyt_host/export.h"
+#include "kyt_host/records/system_message.h"
 
 // The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
 
@@ -59,8 +61,8 @@ class KYT_HOST_API RecvRobotState : public MessageBaseStrategy {
   std::vector<Follower*> followers_;
 };
 
-/// Errors and warnings that the controller pushes: only ever handed to the callback, never stored, so that nobody
-/// can wait for them. Without a callback they have no effect.
+/// Errors and warnings that the controller pushes: handed to the callbacks, and the latest are kept. Nobody can wait for
+/// them.
 class KYT_HOST_API ReceiveSystemMessage : public MessageBaseStrategy {
  public:
   using Callback = void (*)(int kind, const char* data, int code);
@@ -71,14 +73,33 @@ class KYT_HOST_API ReceiveSystemMessage : public MessageBaseStrategy {
   /// Called beside it.
   Listener<int, const std::string&, int> listener;
 
-  void store(std::string_view /*data*/) override {}
+  void store(std::string_view data) override;
+  bool wantsEveryText() const override { return true; }
   bool wantsCallBack() const override { return callback_.load() != nullptr || listener.installed(); }
 
   /// Calls both with the members "kind", "data" and "code"; a text that lacks one of them is ignored.
   void callBack(const char* data) override;
 
+  /// Adds those that are kept and have come after the one with this number, oldest first; no others than `callBack`
+  /// takes.
+  void addMessagesAfter(int number, std::vector<SystemMessage>& messages) const;
+
+  /// The number of the latest message of the process.
+  static int latestNumber();
+
  private:
+  static constexpr std::size_t mostKept = 256;
+  static constexpr std::size_t mostKeptBytes = 256 * 1024;
+
+  struct Kept {
+    int number;
+    double time;
+    std::string text;
+  };
+
   std::atomic<Callback> callback_{nullptr};
+  std::deque<Kept> kept_;
+  std::size_t keptBytes_ = 0;
 };
 
 /// The end of a download.

@@ -87,9 +87,10 @@ class Robot(unittest.TestCase):
             (kyt.set_user_coordinate_data, 1),
         ]:
             self.assertEqual(set_it(self.robot, key, [0] * 14), 0)
+        matrix = [1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0]  # which is a position, too
         for function in functions:
             arguments = {
-                parameter.name: [0] * 7 * (parameter.type[:5] == "const") if "vector" in parameter.type else kinds.get(parameter.type, lambda: "GP0001")()
+                parameter.name: matrix * (parameter.type[:5] == "const") if "vector" in parameter.type else kinds.get(parameter.type, lambda: "GP0001")()
                 for parameter in function.parameters
             }
             with self.subTest(function=function.name):
