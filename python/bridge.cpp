@@ -12,9 +12,11 @@
 #include <utility>
 
 #include <pthread.h>
+#include <unistd.h>
 
 #include "kyt_host/communication/communication_manager.h"
 #include "kyt_host/communication/connection_api.h"
+#include "kyt_host/detail/interruption.h"
 #include "kyt_host/file/file_transfers.h"
 #include "python/calls.h"
 #include "python/lock.h"
@@ -233,6 +235,14 @@ int install(Registry& registry, RegistryMutex& mutex, int (*setter)(SOCKETFD, vo
   return setter(socketFd, trampolines[HandleLife::placeOf(socketFd)]);
 }
 
+// Ctrl-C, or another signal whose handler raises: only Python's first thread hears of them.
+bool signalRaises() {
+  bool raises = false;
+  if (::gettid() == ::getpid())
+    kyt_py::withLock([&] { raises = PyErr_Occurred() != nullptr || PyErr_CheckSignals() != 0; });
+  return raises;
+}
+
 void awaitCallbacks() {
   const kyt_py::LockReleased released;
   ending = true;
@@ -284,6 +294,8 @@ void set_diagnostics_handler_wrapper(PyObject* handlerOrNone) {
   Py_XINCREF(diagnosticsHandler);
   Py_XDECREF(before);
 }
+
+void hear_signals() { kyt_host::detail::interruption = signalRaises; }
 
 int disconnect_robot_wrapper(SOCKETFD socketFd) {
   HandleLife::end(socketFd);

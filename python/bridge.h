@@ -30,6 +30,9 @@ void set_diagnostics_handler_wrapper(PyObject* handlerOrNone);
 /// callable, also when it has to wait for a callback that runs long.
 int disconnect_robot_wrapper(SOCKETFD socketFd);
 
+/// From now on what a signal handler raises, as Ctrl-C does, ends the call that it comes upon.
+void hear_signals();
+
 /// To be called with the interpreter lock held when Python code has run for the last time: waits, for a while, for a
 /// callback that runs; afterwards none starts any more, and threads that are in calls stay there.
 void end_callbacks();

@@ -85,4 +85,5 @@ int hookIntoAtExit(void* /*none*/) {
 %}
 %init %{
   if (hookIntoAtExit(nullptr) != 0) return nullptr;
+  hear_signals();
 %}

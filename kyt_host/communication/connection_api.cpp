@@ -17,6 +17,7 @@
 #include "kyt_host/communication/wire_frame.h"
 #include "kyt_host/detail/diagnostics.h"
 #include "kyt_host/detail/guarded.h"
+#include "kyt_host/detail/interruption.h"
 #include "kyt_host/detail/json_text.h"
 
 using namespace kyt_host::detail;
@@ -251,5 +252,6 @@ std::string get_library_version() {
 }
 
 void delay(int ms) {
-  if (ms > 0) std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+  const auto end = std::chrono::steady_clock::now() + milliseconds(ms);
+  while (std::chrono::steady_clock::now() < end && !interrupted()) std::this_thread::sleep_until(nextLook(end));
 }

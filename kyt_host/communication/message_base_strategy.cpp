@@ -1,6 +1,7 @@
 #include "kyt_host/communication/message_base_strategy.h"
 
 #include "kyt_host/communication/detail/waiter.h"
+#include "kyt_host/detail/interruption.h"
 
 using namespace kyt_host::detail;
 
@@ -72,7 +73,8 @@ bool MessageBaseStrategy::await(int timeoutMs, const std::atomic<bool>& ended, s
   std::string unwanted;
   Ticket ticket(*this, text == nullptr ? unwanted : *text, waiter);
   const Deadline deadline = deadlineAfter(timeoutMs);
-  while (!ticket.take() && !ended && std::chrono::steady_clock::now() < deadline) waiter.sleepUntil(deadline);
+  while (!ticket.take() && !ended && std::chrono::steady_clock::now() < deadline && !interrupted())
+    waiter.sleepUntil(nextLook(deadline));
   return ticket.take();
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "kyt_host/communication/connection_api.h"
+#include "kyt_host/detail/interruption.h"
 #include "kyt_host/exchange/exchange.h"
 #include "kyt_host/interface/positions_and_variables.h"
 
@@ -53,6 +54,7 @@ int check_servo_state(SOCKETFD socketFd, int robotNum, int expected) {
     int state = servoNotRead;
     get_servo_state_robot(socketFd, robotNum, state);
     if (state == expected) return SUCCESS;
+    if (interrupted()) break;
     delay(servoPollPauseMs);
   }
   return RECEIVE_FAILED;

@@ -101,6 +101,40 @@ def still_served():
     wait()
 """
 
+# Each call takes a second or more by itself: of a controller that hangs, and of one that does not even take connections.
+CTRL_C = """
+import os, signal, socket, threading, time
+import _kyt_host as kyt
+
+hung = socket.create_server(("127.0.0.1", 0))
+robot = kyt.connect_robot("127.0.0.1", str(hung.getsockname()[1]))
+full = socket.create_server(("127.0.0.1", 0), backlog=0)
+waiting = [socket.socket() for _ in range(3)]
+for each in waiting:
+    each.setblocking(False)
+    each.connect_ex(full.getsockname())
+def wait_beside_another():
+    threading.Thread(target=kyt.get_speed, args=[robot, 0], daemon=True).start()
+    time.sleep(0.05)
+    kyt.get_current_position(robot, 0, [])
+for call in [
+    lambda: kyt.get_speed(robot, 0),
+    wait_beside_another,
+    lambda: kyt.check_servo_state(robot, 1, 3),
+    lambda: kyt.connect_robot("127.0.0.1", str(full.getsockname()[1])),
+    lambda: kyt.delay(3000),
+]:
+    pressed = threading.Timer(0.2, os.kill, [os.getpid(), signal.SIGINT])
+    began = time.monotonic()
+    pressed.start()
+    try:
+        call()
+        raise SystemExit("Ctrl-C has been lost")
+    except KeyboardInterrupt:
+        assert time.monotonic() - began < 0.7
+    pressed.join()
+"""
+
 CASES = {
     "the script ends": "others = [kyt.connect_robot('127.0.0.1', sys.argv[1]) for _ in range(5)]",
     "three threads register": """
@@ -246,6 +280,7 @@ FORKS = {
 }
 PROGRAMS = {
     "clean-ups from before the import": CLEAN_UPS,
+    "Ctrl-C": CTRL_C,
     **{name: STREAM + textwrap.dedent(case) for name, case in CASES.items()},
     **{name: FORK + textwrap.dedent(case) for name, case in FORKS.items()},
 }

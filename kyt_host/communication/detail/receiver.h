@@ -17,6 +17,7 @@
 #include "kyt_host/communication/detail/tcp_link.h"
 #include "kyt_host/communication/detail/waiter.h"
 #include "kyt_host/communication/detail/watcher.h"
+#include "kyt_host/detail/interruption.h"
 
 namespace kyt_host::detail {
 
@@ -92,9 +93,9 @@ class Receiver {
         if (mayRead()) {
           receiver_.read(deadline);
         } else {
-          waiter.sleepUntil(deadline);
+          waiter.sleepUntil(nextLook(deadline));
         }
-        if (!done() && std::chrono::steady_clock::now() >= deadline) return done();
+        if (!done() && (std::chrono::steady_clock::now() >= deadline || interrupted())) return done();
       }
       return true;
     }

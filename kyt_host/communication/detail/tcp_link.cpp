@@ -15,6 +15,7 @@
 #include <poll.h>
 
 #include "kyt_host/communication/detail/descriptor_limit.h"
+#include "kyt_host/detail/interruption.h"
 
 using asio::ip::tcp;
 using namespace std::chrono_literals;
@@ -71,8 +72,13 @@ int tryToConnect(const std::string& ip, const std::string& port, std::chrono::mi
 
     error = asio::error::timed_out;
     asio::async_connect(socket, endpoints, [&](std::error_code result, const tcp::endpoint&) { error = result; });
-    loop.run_for(timeLimit);
-    if (signal.stopped()) error = asio::error::operation_aborted;
+    const auto deadline = std::chrono::steady_clock::now() + timeLimit;
+    bool givenUp = false;
+    while (!loop.stopped() && !givenUp && std::chrono::steady_clock::now() < deadline) {
+      loop.run_until(nextLook(deadline));
+      givenUp = interrupted();
+    }
+    if (signal.stopped() || givenUp) error = asio::error::operation_aborted;
     if (!error && connectedToItself(socket)) error = asio::error::connection_refused;
     if (error) return -1;
 
@@ -115,10 +121,13 @@ std::error_code TcpLink::connect(const std::string& ip, const std::string& port,
 bool TcpLink::WriteTurn::lockUntil(Deadline deadline) {
   std::unique_lock lock(mutex_);
   const auto isFree = [this] { return !taken_; };
-  if (deadline == noDeadline) {
-    ended_.wait(lock, isFree);
-  } else if (!ended_.wait_until(lock, deadline, isFree)) {
-    return false;
+  for (Deadline until; !isFree();) {
+    until = nextLook(deadline);
+    if (until == noDeadline) {
+      ended_.wait(lock, isFree);
+    } else if (!ended_.wait_until(lock, until, isFree) && (until == deadline || interrupted())) {
+      return false;
+    }
   }
   taken_ = true;
   return true;
@@ -191,8 +200,9 @@ std::error_code TcpLink::waitForRoom(Deadline deadline) {
       std::chrono::ceil<std::chrono::milliseconds>(std::min<Deadline::duration>(deadline - now, betweenLooks));
   pollfd wait{socket_, POLLOUT, 0};
   ::poll(&wait, 1, static_cast<int>(left.count()));
-  if (std::chrono::steady_clock::now() >= deadline) bePatient(peerGoneTimeLimit);  // nobody looks any more
-  return {};
+  const bool givenUp = interrupted();
+  if (givenUp || std::chrono::steady_clock::now() >= deadline) bePatient(peerGoneTimeLimit);  // nobody looks any more
+  return givenUp ? make_error_code(asio::error::timed_out) : std::error_code();
 }
 
 void TcpLink::bePatient(std::chrono::milliseconds time) {

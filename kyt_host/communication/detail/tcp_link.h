@@ -40,7 +40,9 @@ class TcpLink {
   /// ThreadSanitizer does not see.)
   class WriteTurn {
    public:
-    void lock() { lockUntil(noDeadline); }
+    void lock() {
+      while (!lockUntil(noDeadline)) continue;
+    }
     bool lockUntil(Deadline deadline);
     void unlock();
 
