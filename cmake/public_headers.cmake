@@ -4,7 +4,7 @@
 file(GLOB public_headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}
      ${PROJECT_SOURCE_DIR}/kyt_host/*.h ${PROJECT_SOURCE_DIR}/kyt_host/*/*.h)
 list(FILTER public_headers EXCLUDE REGEX
-     "/(c|detail|codec|exchange)/|/command/[a-z_]*(command|commands|to_json)\\.h$|/(kyt_host|kyt_interface|export|asio_tcp_backend|backend_base|communication|communication_manager|exchanges|listener|message_base_strategy|message_manager|motion_queue|names|reply_handlers)\\.h$")
+     "/(c|detail|codec|exchange|robot)/|/command/[a-z_]*(command|commands|to_json)\\.h$|/(kyt_host|kyt_interface|export|asio_tcp_backend|backend_base|communication|communication_manager|exchanges|listener|message_base_strategy|message_manager|motion_queue|names|reply_handlers|robot)\\.h$")
 set(used_by_others ${public_headers})
 list(FILTER used_by_others INCLUDE REGEX "/(types|line_records)\\.h$|/records/")
 list(REMOVE_ITEM public_headers ${used_by_others})

@@ -26,5 +26,6 @@
 #include "kyt_host/records/position.h"
 #include "kyt_host/tasks/motion_watch.h"
 #include "kyt_host/tasks/queue_feed.h"
+#include "kyt_host/tasks/recorder.h"
 #include "kyt_host/tasks/rotations.h"
 #include "kyt_host/types.h"

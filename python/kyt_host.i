@@ -34,6 +34,7 @@
 %list_class(VectorRemoteProgramSetting, RemoteProgramSetting);
 %list_class(VectorJsonMember, JsonMember);
 %list_class(VectorSystemMessage, SystemMessage);
+%list_class(VectorRecordedSample, RecordedSample);
 %list_class(VectorLinkParam, LinkParam);
 %list_class(VectorVisionCalibrationPoint, VisionCalibrationPoint);
 %include "arguments.i"

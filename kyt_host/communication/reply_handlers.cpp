@@ -1,7 +1,6 @@
 #include "kyt_host/communication/reply_handlers.h"
 
 #include <algorithm>
-#include <chrono>
 #include <iostream>
 #include <utility>
 
@@ -10,6 +9,7 @@
 #include "kyt_host/detail/diagnostics.h"
 #include "kyt_host/detail/guarded.h"
 #include "kyt_host/detail/json_text.h"
+#include "kyt_host/detail/wall_clock.h"
 
 using namespace kyt_host::detail;
 
@@ -53,10 +53,6 @@ std::atomic<unsigned int> latest{0};
 bool isAfter(int number, int other) {
   const auto ahead = (static_cast<unsigned int>(number) - static_cast<unsigned int>(other)) & numbers;
   return ahead != 0 && ahead <= numbers / 2;
-}
-
-double secondsSince1970() {
-  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
 }  // namespace

@@ -111,10 +111,18 @@ int downloadConfigFiles(BackendBase& server, const fs::path& directory, TargetFo
   return forEach(files, [&](const std::string& name) { return downloadFile(server, name, directory / name, folders); });
 }
 
-int downloadProgram(BackendBase& server, TargetFolders& folders) {
+int downloadProgram(BackendBase& server, const fs::path& target, TargetFolders& folders) {
   bool givenOut = false;
-  const int result = downloadFile(server, controllerProgram, controllerProgram, folders, &givenOut);
+  const int result = downloadFile(server, controllerProgram, target, folders, &givenOut);
   return givenOut || !server.getConnectState() ? result : SUCCESS;
+}
+
+int backUp(SOCKETFD socketFd, const fs::path& directory, const fs::path& program) {
+  return fromFileServer(socketFd, [&](BackendBase& server, TargetFolders& folders) {
+    int result = downloadJobs(server, directory / "robotJob", folders);
+    if (result == SUCCESS) result = downloadConfigFiles(server, directory / "configFile", folders);
+    return result == SUCCESS ? downloadProgram(server, program, folders) : result;
+  });
 }
 
 }  // namespace
@@ -122,13 +130,18 @@ int downloadProgram(BackendBase& server, TargetFolders& folders) {
 namespace fileoperation {
 
 int job_upload_by_file(SOCKETFD socketFd, const std::string& localPath) {
+  return job_upload_by_file_robot(socketFd, const_robot, localPath);
+}
+
+int job_upload_by_file_robot(SOCKETFD socketFd, int robotNum, const std::string& localPath) {
+  if (robotNum < 1) return PARAM_ERR;
   return onFileServer(socketFd, [&](BackendBase& server) -> int {
     const std::string name = localPath.substr(localPath.find_last_of("/\\") + 1);
     if (!isValidFileExtension(name.c_str())) {
       printLine(std::cerr, "Wrong file name suffix.");
       return PARAM_ERR;
     }
-    return upload_single_file_to_path(&server, localPath, remoteJob(const_robot, name));
+    return upload_single_file_to_path(&server, localPath, remoteJob(static_cast<std::size_t>(robotNum), name));
   });
 }
 
@@ -156,12 +169,19 @@ int log_download(SOCKETFD socketFd, int number, const std::string& directory) {
   });
 }
 
-int backup_systems(SOCKETFD socketFd) {
+int job_download_by_file_robot(SOCKETFD socketFd, int robotNum, const std::string& name, const std::string& directory) {
+  if (robotNum < 1 || !isValidFileExtension(name.c_str()) || name.find('/') != std::string::npos) return PARAM_ERR;
   return fromFileServer(socketFd, [&](BackendBase& server, TargetFolders& folders) {
-    int result = downloadJobs(server, backupFolder / "robotJob", folders);
-    if (result == SUCCESS) result = downloadConfigFiles(server, backupFolder / "configFile", folders);
-    return result == SUCCESS ? downloadProgram(server, folders) : result;
+    const int result = makeFolder(folders, directory);
+    const std::string remote = remoteJob(static_cast<std::size_t>(robotNum), name);
+    return result == SUCCESS ? downloadFile(server, remote, fs::path(directory) / name, folders) : result;
   });
+}
+
+int backup_systems(SOCKETFD socketFd) { return backUp(socketFd, backupFolder, controllerProgram); }
+
+int backup_systems_to_directory(SOCKETFD socketFd, const std::string& directory) {
+  return backUp(socketFd, directory, fs::path(directory) / controllerProgram);
 }
 
 int job_get_controller_all_fileNumAndName(SOCKETFD socketFd, std::vector<std::vector<std::string>>& names) {

@@ -81,12 +81,25 @@ KYT_HOST_API bool isValidFileExtension(const char* name);
 /// @return as all of them; -3 when the name is none of a job file
 KYT_HOST_API int job_upload_by_file(SOCKETFD socketFd, const std::string& localPath);
 
+/// The same as one of another robot's.
+/// @param robotNum  1..4
+/// @return as all of them; -3 also for a `robotNum` below 1
+KYT_HOST_API int job_upload_by_file_robot(SOCKETFD socketFd, int robotNum, const std::string& localPath);
+
 /// Uploads the job files in a folder, in the order of their names, as those of robot 1. Whatever else is there is left
 /// out, and so are folders in it.
 KYT_HOST_API int job_upload_by_directory(SOCKETFD socketFd, const std::string& directory);
 
 /// Downloads all job files that the controller lists, those of robot 1 into the folder R1 in `directory`, and so on.
 KYT_HOST_API int job_download_by_directory(SOCKETFD socketFd, const std::string& directory);
+
+/// Downloads one job file.
+/// @param robotNum   whose it is, 1..4
+/// @param name       with its suffix, such as "A.JBR"
+/// @param directory  where it is put, under the same name
+/// @return as all of them; -3 for a `robotNum` below 1, or when the name is none of a job file
+KYT_HOST_API int job_download_by_file_robot(SOCKETFD socketFd, int robotNum, const std::string& name,
+                                            const std::string& directory);
 
 /// Downloads one of the controller's logs.
 /// @param number     0 and up, otherwise -3; the controller's "./log/logInfo.<number>". Virtual controller: 0, which
@@ -98,6 +111,9 @@ KYT_HOST_API int log_download(SOCKETFD socketFd, int number, const std::string& 
 /// configuration files into ./SystemBackUp/configFile, and the controller's program, "./robot/kyt2.out", under that
 /// same name. A program that the controller does not give out is no failure.
 KYT_HOST_API int backup_systems(SOCKETFD socketFd);
+
+/// The same into another folder than ./SystemBackUp; the program into robot/kyt2.out there.
+KYT_HOST_API int backup_systems_to_directory(SOCKETFD socketFd, const std::string& directory);
 
 /// Lists the job files.
 /// @param names  becomes 4 lists, those of the robots 1 to 4; their sizes are the numbers of files

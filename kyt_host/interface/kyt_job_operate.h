@@ -55,10 +55,13 @@ KYT_HOST_API int job_sync_job_file(SOCKETFD socketFd);
 // Whole files, over a connection of their own.
 using fileoperation::backup_get_all_file_list;
 using fileoperation::backup_systems;
+using fileoperation::backup_systems_to_directory;
 using fileoperation::job_download_by_directory;
+using fileoperation::job_download_by_file_robot;
 using fileoperation::job_get_controller_all_fileNumAndName;
 using fileoperation::job_upload_by_directory;
 using fileoperation::job_upload_by_file;
+using fileoperation::job_upload_by_file_robot;
 using fileoperation::log_download;
 
 // --- the lines of the open job ---

@@ -22,8 +22,8 @@ PUBLIC_HEADERS = sorted(
     (
         path
         for path in (ROOT / "kyt_host").rglob("*.h")
-        if not {"c", "detail", "codec", "exchange"} & set(path.parts)
-        and path.name not in {"exchanges.h", "names.h"}
+        if not {"c", "detail", "codec", "exchange", "robot"} & set(path.parts)
+        and path.name not in {"exchanges.h", "names.h", "robot.h"}
     ),
     key=str,
 )

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "kyt_host/communication/detail/quiet_thread.h"
+#include "kyt_host/detail/quiet_thread.h"
 
 namespace kyt_host::detail {
 

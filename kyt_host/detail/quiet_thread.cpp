@@ -1,4 +1,4 @@
-#include "kyt_host/communication/detail/quiet_thread.h"
+#include "kyt_host/detail/quiet_thread.h"
 
 #include <csignal>
 #include <utility>

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "kyt_host/communication/listener.h"
+#include "kyt_host/records/system_message.h"
+#include "kyt_host/robot/waiting.h"
+#include "kyt_host/types.h"
+
+namespace kyt_host::detail {
+
+/// What a controller, its robots, ports and motions share.
+struct ControllerState : std::enable_shared_from_this<ControllerState> {
+  ControllerState(SOCKETFD handle, bool reconnects) : socketFd(handle), reconnect(reconnects) {}
+  ~ControllerState() { disconnect(); }
+  ControllerState(const ControllerState&) = delete;
+  ControllerState& operator=(const ControllerState&) = delete;
+
+  void listen();
+  void disconnect();
+
+  /// Sends a command, and throws when the controller has refused it.
+  void command(const char* operation, int robotNum, const std::function<int()>& send);
+
+  /// The same for who has the turn already.
+  /// @param number  of the last message before it
+  void checkCommand(const char* operation, int robotNum, int status, int& number);
+
+  /// What is done again and again can wait for a connection to be restored, and for one reply that got lost.
+  /// @param silent  how often in a row no reply has come
+  /// @return whether the look was a good one; throws when there is nothing to hope for
+  bool tolerates(const char* operation, int status, int& silent) const;
+
+  /// What has been raised since the last time, and was no refusal: told to whoever listens.
+  void tellAlarms();
+
+  kyt::Seconds interval() const { return kyt::Seconds(pollInterval); }
+
+  const SOCKETFD socketFd;
+  const bool reconnect;
+  std::atomic<bool> checked{true};
+  std::atomic<bool> closed{false};
+  std::atomic<double> pollInterval{0.02};
+  std::array<std::atomic<int>, 5> motions{};  ///< of each robot, counted, so that an earlier one knows that it is over
+
+  Listener<const SystemMessage&> onAlarm;
+  Listener<> onLost;
+  Listener<> onRestored;
+
+  std::mutex turn;  ///< one command after the other, so that a refusal belongs to somebody; guards the rest
+  std::vector<SystemMessage> alarms;
+  int told = 0;
+  std::set<int> refused;  ///< numbers of messages that have been thrown
+};
+
+}  // namespace kyt_host::detail

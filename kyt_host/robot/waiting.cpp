@@ -1,0 +1,56 @@
+#include "kyt_host/robot/waiting.h"
+
+#include <algorithm>
+#include <cmath>
+#include <thread>
+#include <utility>
+
+#include "kyt_host/robot/detail/watched.h"
+
+using kyt_host::detail::Watched;
+
+namespace kyt {
+
+namespace {
+
+struct Asked : Watched {
+  Asked(std::string name, std::function<bool()> isThere, Seconds pause)
+      : Watched(std::move(name), pause), arrived(std::move(isThere)) {}
+
+  bool look() override { return arrived(); }
+
+  const std::function<bool()> arrived;
+};
+
+std::string inTime(Seconds timeout) {
+  std::string seconds = std::to_string(std::llround(timeout.count() * 1000) / 1000.0);  // has its digits after a comma
+  seconds.erase(seconds.find_last_not_of('0') + 1);                                     // or a point, as the locale has
+  if (seconds.back() < '0' || seconds.back() > '9') seconds.pop_back();
+  return "not within " + seconds + " s";
+}
+
+}  // namespace
+
+Waiting::Waiting(std::string operation, std::function<bool()> arrived, Seconds interval)
+    : watched_(std::make_shared<Asked>(std::move(operation), std::move(arrived), interval)) {}
+
+void Waiting::wait() const {
+  while (!watched_->look()) std::this_thread::sleep_for(watched_->interval);
+}
+
+void Waiting::wait(Seconds timeout) const {
+  const auto end = std::chrono::steady_clock::now() + timeout;
+  while (!watched_->look()) {
+    const Seconds left = end - std::chrono::steady_clock::now();
+    if (left <= Seconds::zero()) check(watched_->operation.c_str(), TIMEOUT, inTime(timeout));
+    std::this_thread::sleep_for(std::min(watched_->interval, left));
+  }
+}
+
+bool Waiting::done() const { return watched_->look(); }
+
+double Waiting::progress() const { return watched_->progress; }
+
+double Motion::distance() const { return watched_->distance; }
+
+}  // namespace kyt
