@@ -121,12 +121,16 @@ void VirtualController::Impl::refuseRequests(Strategy request, int times) {
 
 void VirtualController::Impl::clearScript() {
   script = {};
+  model.faults = {};
   setSplitting(false);
   coalesce(0);
 }
 
 std::vector<std::string> VirtualController::Impl::unusedScript() const {
   auto left = script.unused();
+  for (const auto& [robot, fraction] : model.faults.shortStops) {
+    left.push_back("stop short: robot " + std::to_string(robot));
+  }
   if (coalesced_ > 0) left.push_back("coalesce frames: " + std::to_string(coalesced_) + " left");
   return left;
 }

@@ -124,7 +124,17 @@ TEST_F(VirtualControllerTest, AScriptIsUsedUpInOrderAndWhatIsLeftIsTold) {
   EXPECT_EQ(client.ask(Strategy::GetSpeed, askSpeed)->text, R"({"robot":1,"speed":1})");
   EXPECT_EQ(controller.received(Strategy::SetSpeed).size(), 2u);
 
+  controller.answer(Strategy::GetServoState, Strategy::SpeedReply, "of its own first");
+  controller.silence(everyRequest, 2);
+  client.send(Strategy::GetSpeed, askSpeed);
+  EXPECT_EQ(client.ask(Strategy::GetServoState, askSpeed)->text, "of its own first");
+  EXPECT_EQ(controller.unusedScript(), std::vector<std::string>{"silence to every request: 1 left"});
+  client.send(Strategy::GetServoState, askSpeed);
+  EXPECT_EQ(client.ask(Strategy::GetSpeed, askSpeed)->text, R"({"robot":1,"speed":1})");  // and nothing before it
+
   controller.answer(Strategy::GetSpeed, Strategy::SpeedReply, "");
+  controller.stopShort(0.5, 2);
+  EXPECT_EQ(controller.unusedScript().back(), "stop short: robot 2");
   controller.clearScript();
   EXPECT_EQ(client.ask(Strategy::GetSpeed, askSpeed)->text, R"({"robot":1,"speed":1})");
 }
