@@ -36,10 +36,14 @@ bool Script::takeCorrupted() {
 }
 
 std::optional<Script::Clock::time_point> Script::replyTime() {
-  const auto now = Clock::now();
-  if (delay_.count() == 0 && lastReply_ < now) return std::nullopt;
-  lastReply_ = std::max(now + delay_, lastReply_ + Clock::duration(1));  // replies keep their order
+  if (delay_.count() == 0 && !lastReply_) return std::nullopt;
+  const auto soonest = Clock::now() + delay_;
+  lastReply_ = lastReply_ ? std::max(soonest, *lastReply_ + Clock::duration(1)) : soonest;  // they keep their order
   return lastReply_;
+}
+
+void Script::replyLeaves(Clock::time_point time) {
+  if (lastReply_ == time) lastReply_.reset();
 }
 
 std::vector<std::string> Script::unused() const {

@@ -230,8 +230,12 @@ void VirtualController::Impl::reply(Session& session, Strategy code, const std::
     send(*to, frameOf(code, text));
     trace(*to, "->", code, operation, text);
   };
-  if (const auto time = script.replyTime()) return loop.at(*time, deliver);
-  deliver();
+  const auto time = script.replyTime();
+  if (!time) return deliver();
+  loop.at(*time, [this, time = *time, deliver] {
+    script.replyLeaves(time);
+    deliver();
+  });
 }
 
 void VirtualController::Impl::send(Session& session, std::string frame) {

@@ -215,9 +215,21 @@ TEST_F(VirtualControllerTest, DelayedRepliesKeepTheirOrderAndLetPushesPass) {
   for (int speed = 0; speed < 100; ++speed) {
     EXPECT_EQ(client.receive()->text, "{\"robot\":1,\"speed\":" + std::to_string(speed) + "}");
   }
-  controller.delayReplies(1h);
+  // one that is due, but held up by a busy controller, with one behind it that does not have to wait
+  controller.delayReplies(100ms);
   client.send(Strategy::GetSpeed, askSpeed);
   ASSERT_TRUE(controller.waitForRequests(Strategy::GetSpeed, 101, patience));
+  const auto due = std::chrono::steady_clock::now() + 100ms;
+  controller.delayReplies(0ms);
+  controller.edit(1, [&](auto&) {
+    client.send(Strategy::GetServoState, askSpeed);
+    std::this_thread::sleep_until(due);
+  });
+  EXPECT_EQ(client.receive()->code, Strategy::SpeedReply);
+  EXPECT_EQ(client.receive()->code, Strategy::ServoStateReply);
+  controller.delayReplies(1h);
+  client.send(Strategy::GetSpeed, askSpeed);
+  ASSERT_TRUE(controller.waitForRequests(Strategy::GetSpeed, 102, patience));
   controller.push(Strategy::VfdState, "{}");
   EXPECT_EQ(client.receive()->code, Strategy::VfdState);
 }
