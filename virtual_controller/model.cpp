@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "virtual_controller/motion/dynamics.h"
+#include "virtual_controller/motion/pose.h"
 #include "virtual_controller/motion/positions.h"
 
 namespace virtual_controller {
@@ -179,20 +180,22 @@ void Model::applyIoReset(const Robot& robot, IoResetType type) {
   }
 }
 
+Pose Model::told(const Pose& pose) const { return faults.wrapAngles ? wrapped(pose) : pose; }
+
 Json Model::stateMessage(const Robot& robot) const {
   const auto& state = robot.state;
   const auto velocity = mover_.velocity(robot);
   const auto& io = controller.io;
   return {{"robot", robot.number},
           {"servoState", state.servoState},
-          {"runningState", state.runningState},
+          {"runningState", runningStateTold(robot)},
           {"mode", state.mode},
           {"coord", state.coord},
           {"speed", state.speed},
           {"time", robot.at.count()},
           {"position", state.position},
           {"positionSync", state.externalAxes},
-          {"pose", toolPose(robot)},
+          {"pose", told(toolPose(robot))},
           {"velocity", jointsOf(velocity)},
           {"lineVelocity", toolSpeed(robot, velocity)},
           {"torque", torques(robot, velocity, mover_.acceleration(robot))},

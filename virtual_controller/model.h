@@ -16,6 +16,7 @@
 #include "virtual_controller/program/runner.h"
 #include "virtual_controller/request.h"
 #include "virtual_controller/robot.h"
+#include "virtual_controller/robot_faults.h"
 #include "virtual_controller/state.h"
 
 namespace virtual_controller {
@@ -31,6 +32,7 @@ class Model {
   Model(const Settings& settings, EventLoop& loop, DataFolder& data, Push push);
 
   ControllerState controller;
+  RobotFaults faults;
 
   /// In whose time all that the controller does by itself takes place.
   ControllerClock& clock() { return clock_; }
@@ -91,6 +93,9 @@ class Model {
   /// Sets the outputs that the robot's table of that type resets.
   void applyIoReset(const Robot& robot, IoResetType type);
 
+  /// How a pose, and the running state of a robot, are told, which a test may have ordered to be done badly.
+  Pose told(const Pose& pose) const;
+  static int runningStateTold(const Robot& robot) { return robot.runningStates.front().second; }
   /// The message for code 0x9513.
   Json stateMessage(const Robot& robot) const;
   /// The message for code 0x2B03 or 0x2B04.
@@ -101,7 +106,7 @@ class Model {
   void endPulse(std::size_t index, bool level, ControllerClock::Seconds end);
 
   ControllerClock clock_;
-  Mover mover_{clock_};
+  Mover mover_{clock_, faults};
   const ControllerClock::Seconds servoDelay_;
   const bool lenient_;
   Push push_;

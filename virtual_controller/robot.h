@@ -4,6 +4,7 @@
 #include <deque>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "virtual_controller/motion/arm.h"
 #include "virtual_controller/motion/controller_clock.h"
@@ -34,7 +35,9 @@ struct Motion {
   std::deque<Mark> marks{};
   double lastLength{};  ///< of the last move on the path, in seconds
   int smoothing = 0;    ///< of the last move
+  bool endsShort = false;
   bool jogging = false;
+  std::optional<ControllerClock::Seconds> begins{};  ///< until then the arm stands
   ControllerClock::Seconds started{};
   Timing::Moment moment{};  ///< at Robot::at
   Axes placed{};            ///< where it has last put the arm
@@ -52,6 +55,8 @@ struct Robot {
   std::size_t jogger = 0;         ///< the client that jogs it
   ControllerClock::Seconds at{};  ///< the time at which the state is true
   int stateAtRest = 0;            ///< RobotState::runningState while no motion is under way: a program's
+  /// Since when it was in each running state: first the one that is told, last the one that it is in.
+  std::deque<std::pair<ControllerClock::Seconds, int>> runningStates{};
 };
 
 }  // namespace virtual_controller

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "virtual_controller/state.h"
 #include "virtual_controller/text.h"
 
 namespace virtual_controller {
@@ -17,12 +18,15 @@ void Script::unsilence(Strategy request) {
 }
 
 std::optional<Script::Reaction> Script::next(Strategy request) {
-  const auto found = steps_.find(request);
-  if (found == steps_.end() || found->second.empty()) return std::nullopt;
-  auto& step = found->second.front();
-  const auto reaction = step.reaction;
-  if (step.times > 0 && --step.times == 0) found->second.pop_front();
-  return reaction;
+  for (const auto code : {request, everyRequest}) {
+    const auto found = steps_.find(code);
+    if (found == steps_.end() || found->second.empty()) continue;
+    auto& step = found->second.front();
+    const auto reaction = step.reaction;
+    if (step.times > 0 && --step.times == 0) found->second.pop_front();
+    return reaction;
+  }
+  return std::nullopt;
 }
 
 bool Script::takeCorrupted() {
@@ -32,10 +36,14 @@ bool Script::takeCorrupted() {
 }
 
 std::optional<Script::Clock::time_point> Script::replyTime() {
-  const auto now = Clock::now();
-  if (delay_.count() == 0 && lastReply_ < now) return std::nullopt;
-  lastReply_ = std::max(now + delay_, lastReply_ + Clock::duration(1));  // replies keep their order
+  if (delay_.count() == 0 && !lastReply_) return std::nullopt;
+  const auto soonest = Clock::now() + delay_;
+  lastReply_ = lastReply_ ? std::max(soonest, *lastReply_ + Clock::duration(1)) : soonest;  // they keep their order
   return lastReply_;
+}
+
+void Script::replyLeaves(Clock::time_point time) {
+  if (lastReply_ == time) lastReply_.reset();
 }
 
 std::vector<std::string> Script::unused() const {

@@ -32,8 +32,10 @@ class Script {
   bool takeCorrupted();
 
   void delayReplies(Clock::duration delay) { delay_ = delay; }
-  /// When a reply that is ready now should leave; nothing: at once.
+  /// When a reply that is ready now should leave, behind all that wait; nothing: at once.
   std::optional<Clock::time_point> replyTime();
+  /// The one that waited for this time leaves.
+  void replyLeaves(Clock::time_point time);
 
   std::vector<std::string> unused() const;
 
@@ -46,7 +48,7 @@ class Script {
   std::map<Strategy, std::deque<Step>> steps_;
   int corrupted_ = 0;
   Clock::duration delay_{};
-  Clock::time_point lastReply_{};
+  std::optional<Clock::time_point> lastReply_;  ///< when the latest of those that wait leaves
 };
 
 }  // namespace virtual_controller

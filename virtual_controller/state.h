@@ -157,6 +157,9 @@ struct Received {
   std::size_t connection{};  ///< connections are counted from 1 over the controller's life
 };
 
+/// In the place of a request code: whichever comes.
+inline constexpr auto everyRequest = static_cast<Strategy>(-1);
+
 /// What could not be answered, counted over the controller's life.
 struct Rejected {
   std::size_t damaged = 0;    ///< CRC wrong: the frame was dropped

@@ -3,9 +3,12 @@
 #include <cstddef>
 #include <cstdio>
 
+#include "virtual_controller/state.h"
+
 namespace virtual_controller {
 
 std::string hexText(Strategy code) {
+  if (code == everyRequest) return "every request";
   char text[sizeof "0x12345678"];
   return {text, static_cast<std::size_t>(std::snprintf(text, sizeof text, "0x%04X", static_cast<unsigned>(code)))};
 }

@@ -6,7 +6,7 @@
 
 namespace virtual_controller {
 
-/// The code as 0x and four digits.
+/// The code as 0x and four digits; in words for all of them.
 std::string hexText(Strategy code);
 
 /// The text on one line, without what a terminal would act upon, cut when it is long.

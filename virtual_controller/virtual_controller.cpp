@@ -93,6 +93,15 @@ void VirtualController::raiseWarning(int robot, int code, const std::string& tex
   impl_->locked()->edit([&](Model& model) { model.raiseWarning(model.robot(robot), code, text); });
 }
 
+void VirtualController::lagState(std::chrono::milliseconds lag) { impl_->locked()->model.faults.stateLag = lag; }
+void VirtualController::startLate(std::chrono::milliseconds lag) { impl_->locked()->model.faults.startLag = lag; }
+void VirtualController::wrapAngles(bool enable) { impl_->locked()->model.faults.wrapAngles = enable; }
+
+void VirtualController::stopShort(double fraction, int robot) {
+  if (!(fraction >= 0 && fraction <= 1)) throw std::out_of_range("a fraction of the way is 0 to 1");
+  impl_->locked()->edit([&](Model& model) { model.faults.shortStops[model.robot(robot).number] = fraction; });
+}
+
 // ---- scripted replies
 
 void VirtualController::answer(Strategy request, Strategy reply, const std::string& text, int times) {

@@ -73,8 +73,23 @@ class KYT_HOST_API VirtualController {
   /// Pushes a warning frame; changes nothing.
   void raiseWarning(int robot, int code, const std::string& text);
 
+  // ---- robots that behave badly, until `clearScript`. Times are the controller's; `robot` tells what is true.
+
+  /// Queries and pushed states tell the running state that was true so long ago, and all else as it is; 0: now.
+  void lagState(std::chrono::milliseconds lag);
+  /// An arm stands for so long before each motion; the running state is that of the program, if there is one, until
+  /// then. Moves that go over into each other are one motion.
+  void startLate(std::chrono::milliseconds lag);
+  /// The robot's next motion ends on its path after this fraction of it, 0..1, and nobody is told; a program that it is
+  /// part of ends as well. Throws std::out_of_range for another fraction.
+  void stopShort(double fraction, int robot = 1);
+  /// The poses in which positions are told, pushed ones too, have other angles A, B, C for the same turn: those with B
+  /// beyond -90 or 90, and -180 for half a turn.
+  void wrapAngles(bool enable);
+
   // ---- scripted replies: they take the place of the robots, which do not see the request
-  // The replies and silences of one request code are used up in the order in which they were given.
+  // The replies and silences of one request code are used up in the order in which they were given, and then those of
+  // `everyRequest`, which takes the place of a code.
 
   /// The next `times` requests get `text` under `reply`.
   void answer(Strategy request, Strategy reply, const std::string& text, int times = 1);
@@ -84,7 +99,8 @@ class KYT_HOST_API VirtualController {
   void silence(Strategy request, int times = 1);
   /// Takes back the silences of a request code.
   void unsilence(Strategy request);
-  /// Takes back every scripted reply and every fault but stopped reading and refused connections.
+  /// Takes back every scripted reply and every fault of robots and lines, but for stopped reading and refused
+  /// connections.
   void clearScript();
   /// What was scripted and not used up, in words.
   std::vector<std::string> unusedScript() const;

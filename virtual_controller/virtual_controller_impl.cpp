@@ -121,12 +121,16 @@ void VirtualController::Impl::refuseRequests(Strategy request, int times) {
 
 void VirtualController::Impl::clearScript() {
   script = {};
+  model.faults = {};
   setSplitting(false);
   coalesce(0);
 }
 
 std::vector<std::string> VirtualController::Impl::unusedScript() const {
   auto left = script.unused();
+  for (const auto& [robot, fraction] : model.faults.shortStops) {
+    left.push_back("stop short: robot " + std::to_string(robot));
+  }
   if (coalesced_ > 0) left.push_back("coalesce frames: " + std::to_string(coalesced_) + " left");
   return left;
 }
@@ -226,8 +230,12 @@ void VirtualController::Impl::reply(Session& session, Strategy code, const std::
     send(*to, frameOf(code, text));
     trace(*to, "->", code, operation, text);
   };
-  if (const auto time = script.replyTime()) return loop.at(*time, deliver);
-  deliver();
+  const auto time = script.replyTime();
+  if (!time) return deliver();
+  loop.at(*time, [this, time = *time, deliver] {
+    script.replyLeaves(time);
+    deliver();
+  });
 }
 
 void VirtualController::Impl::send(Session& session, std::string frame) {

@@ -15,7 +15,7 @@ import tempfile
 import time
 from pathlib import Path
 from types import TracebackType
-from typing import Any, Dict, List, Optional, Type
+from typing import Any, Dict, List, Optional, Type, Union
 
 __all__ = ["VirtualController"]
 
@@ -102,21 +102,45 @@ class VirtualController:
         else:
             self.perform("raise_error", robot=robot, code=code, text=text)
 
-    def refuse(self, code: int, times: int = 1) -> None:
+    # A request code is a number, a text such as "0x2602", or "all" for every request.
+
+    def refuse(self, code: Union[int, str], times: int = 1) -> None:
         """Answers the next requests of this code with an error frame; all of them, if `times` is negative."""
         self.perform("refuse", code=code, times=times)
 
-    def silence(self, code: int, times: int = 1) -> None:
+    def silence(self, code: Union[int, str], times: int = 1) -> None:
         """Lets the next requests of this code go without an answer; all of them, if `times` is negative."""
         self.perform("silence", code=code, times=times)
 
-    def unsilence(self, code: int) -> None:
+    def unsilence(self, code: Union[int, str]) -> None:
         """Takes back the silences of a request code."""
         self.perform("unsilence", code=code)
 
     def delay(self, ms: int) -> None:
         """Lets replies leave this much later, in order."""
         self.perform("delay", ms=ms)
+
+    # Robots that behave badly, until `clear_script`. Times are the controller's.
+
+    def lag_state(self, ms: int) -> None:
+        """Lets the running state be told as it was so long ago, and all else as it is; 0: as it is."""
+        self.perform("lag_state", ms=ms)
+
+    def start_late(self, ms: int) -> None:
+        """Lets arms stand for so long before each motion; 0: not at all."""
+        self.perform("start_late", ms=ms)
+
+    def stop_short(self, fraction: float, robot: int = 1) -> None:
+        """Lets the robot's next motion end after this fraction of its way, 0..1, without a word."""
+        self.perform("stop_short", fraction=fraction, robot=robot)
+
+    def wrap_angles(self, on: bool = True) -> None:
+        """Lets poses be told with other angles A, B, C for the same turn."""
+        self.perform("wrap_angles", on=on)
+
+    def clear_script(self) -> None:
+        """Takes back refusals, silences, the delay, and how robots behave badly."""
+        self.perform("clear_script")
 
     def cut(self) -> None:
         """Cuts the line: connections break, and new ones are refused until `restore`. The robots live on."""
@@ -126,7 +150,7 @@ class VirtualController:
         """Takes connections again, on the same port."""
         self.perform("restore")
 
-    def requests(self, code: Optional[int] = None) -> List[Dict[str, Any]]:
+    def requests(self, code: Union[int, str, None] = None) -> List[Dict[str, Any]]:
         """The latest requests, of one code or of all: "code", "text" as it came, and number of the "connection"."""
         found: List[Dict[str, Any]] = self.perform("requests", **({} if code is None else {"code": code}))
         return found

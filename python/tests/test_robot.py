@@ -49,8 +49,22 @@ class Robot(unittest.TestCase):
             controller.delay(1)
             self.assertEqual(kyt.get_speed(robot, 0), [0, 50])
             self.assertEqual([each["text"] for each in controller.requests(0x2602)], ['{"robot":1}'] * 3)
-            with self.assertRaisesRegex(ValueError, "there is no digital input 99"):
-                controller.set_input(99, 1)
+            controller.silence("all", -1)
+            self.assertEqual(kyt.get_servo_state(robot, state)[0], kyt.RECEIVE_FAILED)
+            controller.lag_state(100)
+            controller.start_late(100)
+            controller.stop_short(0.5, robot=2)
+            controller.wrap_angles()
+            controller.clear_script()
+            self.assertEqual(kyt.get_servo_state(robot, state), [0, 2])
+            for wrong, order in (
+                ("there is no digital input 99", lambda: controller.set_input(99, 1)),
+                ("a fraction of the way is 0 to 1", lambda: controller.stop_short(1.5)),
+                ("there is no robot 9", lambda: controller.stop_short(0.5, robot=9)),
+                ("ms is 0 or more", lambda: controller.lag_state(-1)),
+            ):
+                with self.assertRaisesRegex(ValueError, wrong):
+                    order()
             controller.cut()
             self.assertLess(kyt.connect_robot(controller.host, controller.port), 0)
             controller.restore()

@@ -381,6 +381,120 @@ TEST_F(SlowMotions, WhateverStopsAMoveSlowsItDownOnItsPath) {
   }
 }
 
+// Each fault against the same motion without it, as a host sees it.
+TEST_F(Motions, RobotsAreLateStopShortOrTurnAnglesWhenTheyAreTold) {
+  constexpr auto lag = 2000ms;
+  constexpr double seconds = 2;
+  const Values start{20, -20, 30, 10, 50, 0, 0};
+  const Values target{50, -20, 30, 10, 50, 0, 0};
+  struct Seen {
+    double begun{};  ///< how long after its command, at most, its running state said that it ran
+    std::size_t movingWhileStopped = 0;
+    int queried = -1;  ///< the running state, when it moved
+    double ended{};    ///< how long it stood until its running state said so
+    Sample last;
+  };
+  const auto place = [&] { controller.edit(1, [](auto& state) { state.position = {20, -20, 30, 10, 50, 0, 0}; }); };
+  const auto move = [&] {
+    place();
+    auto sample = next();
+    while (sample.joints != start || sample.state != stopped) sample = next();
+    Seen seen;
+    const auto commanded = sample.time;
+    EXPECT_EQ(robot_movej(robot, line(target, 0, 10)), SUCCESS);
+    double moved = 0;
+    for (auto ran = false; !ran || sample.state != stopped;) {
+      sample = next();
+      if (sample.state == running && !std::exchange(ran, true)) seen.begun = sample.time - commanded;
+      if (sample.speeds == Values(7, 0)) continue;
+      if (moved == 0) get_robot_running_state(robot, seen.queried);
+      moved = sample.time;
+      if (sample.state == stopped) ++seen.movingWhileStopped;
+    }
+    seen.ended = sample.time - moved;
+    seen.last = sample;
+    return seen;
+  };
+  const auto plain = move();
+  EXPECT_LT(plain.begun, seconds);
+  EXPECT_EQ(plain.movingWhileStopped, 0U);
+  EXPECT_EQ(plain.queried, running);
+  EXPECT_LT(plain.ended, seconds);
+  EXPECT_EQ(plain.last.joints, target);
+
+  controller.lagState(lag);
+  const auto lagging = move();
+  EXPECT_GE(lagging.begun, seconds);
+  EXPECT_GT(lagging.movingWhileStopped, 0U);
+  EXPECT_EQ(lagging.queried, stopped);
+  EXPECT_GE(lagging.ended, seconds);
+  EXPECT_EQ(lagging.last.joints, target);
+  controller.clearScript();
+
+  controller.startLate(lag);
+  const auto late = move();
+  EXPECT_GE(late.begun, seconds);
+  EXPECT_EQ(late.movingWhileStopped, 0U);
+  EXPECT_EQ(late.queried, running);
+  EXPECT_EQ(late.last.joints, target);
+  // a program's state is its own while its line waits, which does so no longer after a pause
+  controller.startLate(1h);
+  place();
+  EXPECT_EQ(queue_motion_push_back_moveJ(robot, line(target, 0, 100)), SUCCESS);
+  send();
+  auto sample = next();
+  while (sample.state != running) sample = next();
+  EXPECT_EQ(sample.joints, start);
+  queue_motion_suspend(robot);
+  while (sample.state != paused) sample = next();
+  EXPECT_EQ(sample.joints, start);
+  queue_motion_restart(robot);
+  while (sample.state != stopped) sample = next();
+  EXPECT_EQ(sample.joints, target);
+  controller.clearScript();
+
+  controller.stopShort(0.5);
+  const auto halfway = move();
+  EXPECT_NEAR(halfway.last.joints[0], 35, 1e-6);
+  EXPECT_EQ(move().last.joints, target);
+  // of a line, with one behind it and a corner between that would be rounded
+  place();
+  const auto from = poseNow();
+  auto to = from;
+  to[0] -= 100, to[1] += 200;
+  controller.stopShort(0.25);
+  for (const auto& point : {to, from}) queue_motion_push_back_moveL(robot, line(inLine(point), 1, 400, 5));
+  send();
+  sample = watch(stopped).back();
+  EXPECT_NEAR(distance(sample.pose, from), distance(to, from) / 4, 0.01);
+  EXPECT_LT(distance(sample.pose, from, to), 0.01);
+  expectRejected.refused = 1;
+  queue_motion_restart(robot);
+  EXPECT_NE(refusal().find("nothing is paused"), std::string::npos);
+
+  const Values upright{0, 0, 0, 0, 0, 0, 0};
+  for (const auto& joints : {start, upright}) {
+    controller.edit(1, [&](auto& state) { std::copy(joints.begin(), joints.end(), state.position.begin()); });
+    const auto pose = poseNow();
+    controller.wrapAngles(true);
+    const auto wrapped = poseNow();
+    do sample = next();
+    while (sample.joints != joints || sample.pose[4] == pose[4]);
+    controller.clearScript();
+    EXPECT_EQ(wrapped, Values({sample.pose[0], sample.pose[1], sample.pose[2], sample.pose[3], sample.pose[4],
+                               sample.pose[5], 0}));
+    EXPECT_LT(distance(wrapped, pose), 1e-9);
+    for (std::size_t i = 3; i < 6; ++i) {
+      EXPECT_GT(std::abs(wrapped[i] - pose[i]), 10) << i;
+      EXPECT_LT(wrapped[i], 180) << i;
+    }
+    robot_movej(robot, line(wrapped, 1, 100));  // as a target it is where the arm is
+    EXPECT_LT(distance(poseNow(), pose), 1e-3);
+    while (controller.robot(1).runningState != stopped) next();
+    for (std::size_t i = 0; i < 6; ++i) EXPECT_NEAR(controller.robot(1).position[i], joints[i], 1e-3) << i;
+  }
+}
+
 TEST_F(Motions, ToolsFramesUnitsAndOffsetsOfLinesApply) {
   controller.edit(1, [](auto& state) {
     state.tools[4].pose = {0, 0, 150, 0, 30, 0};

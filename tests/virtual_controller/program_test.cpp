@@ -156,6 +156,12 @@ TEST(VirtualControllerProgram, TakesCommandsFromOutside) {
             R"({"code":18,"data":"get_speed: refused, as ordered","kind":2,"robot":1})");
   EXPECT_EQ(tell("{\"command\":\"requests\",\"code\":9730}\n"),
             "{\"ok\":true,\"result\":[{\"code\":9730,\"connection\":1,\"text\":\"{}\"}]}\n");
+  for (const auto* const order :
+       {R"({"command":"lag_state","ms":5})", R"({"command":"start_late","ms":5})",
+        R"({"command":"stop_short","fraction":0.5,"robot":2})", R"({"command":"wrap_angles","on":true})",
+        R"({"command":"silence","code":"all","times":-1})", R"({"command":"clear_script"})"}) {
+    EXPECT_EQ(tell(order + std::string("\n")), done) << order;
+  }
   EXPECT_EQ(tell("{\"command\":\"emergency_stop\"}\n"), done);
   EXPECT_EQ(client.receive()->text, R"({"code":1001,"data":"emergency stop pressed","kind":2,"robot":1})");
   EXPECT_EQ(tell("{\"command\":\"cut\"}\n"), done);

@@ -124,7 +124,17 @@ TEST_F(VirtualControllerTest, AScriptIsUsedUpInOrderAndWhatIsLeftIsTold) {
   EXPECT_EQ(client.ask(Strategy::GetSpeed, askSpeed)->text, R"({"robot":1,"speed":1})");
   EXPECT_EQ(controller.received(Strategy::SetSpeed).size(), 2u);
 
+  controller.answer(Strategy::GetServoState, Strategy::SpeedReply, "of its own first");
+  controller.silence(everyRequest, 2);
+  client.send(Strategy::GetSpeed, askSpeed);
+  EXPECT_EQ(client.ask(Strategy::GetServoState, askSpeed)->text, "of its own first");
+  EXPECT_EQ(controller.unusedScript(), std::vector<std::string>{"silence to every request: 1 left"});
+  client.send(Strategy::GetServoState, askSpeed);
+  EXPECT_EQ(client.ask(Strategy::GetSpeed, askSpeed)->text, R"({"robot":1,"speed":1})");  // and nothing before it
+
   controller.answer(Strategy::GetSpeed, Strategy::SpeedReply, "");
+  controller.stopShort(0.5, 2);
+  EXPECT_EQ(controller.unusedScript().back(), "stop short: robot 2");
   controller.clearScript();
   EXPECT_EQ(client.ask(Strategy::GetSpeed, askSpeed)->text, R"({"robot":1,"speed":1})");
 }
@@ -205,9 +215,21 @@ TEST_F(VirtualControllerTest, DelayedRepliesKeepTheirOrderAndLetPushesPass) {
   for (int speed = 0; speed < 100; ++speed) {
     EXPECT_EQ(client.receive()->text, "{\"robot\":1,\"speed\":" + std::to_string(speed) + "}");
   }
-  controller.delayReplies(1h);
+  // one that is due, but held up by a busy controller, with one behind it that does not have to wait
+  controller.delayReplies(100ms);
   client.send(Strategy::GetSpeed, askSpeed);
   ASSERT_TRUE(controller.waitForRequests(Strategy::GetSpeed, 101, patience));
+  const auto due = std::chrono::steady_clock::now() + 100ms;
+  controller.delayReplies(0ms);
+  controller.edit(1, [&](auto&) {
+    client.send(Strategy::GetServoState, askSpeed);
+    std::this_thread::sleep_until(due);
+  });
+  EXPECT_EQ(client.receive()->code, Strategy::SpeedReply);
+  EXPECT_EQ(client.receive()->code, Strategy::ServoStateReply);
+  controller.delayReplies(1h);
+  client.send(Strategy::GetSpeed, askSpeed);
+  ASSERT_TRUE(controller.waitForRequests(Strategy::GetSpeed, 102, patience));
   controller.push(Strategy::VfdState, "{}");
   EXPECT_EQ(client.receive()->code, Strategy::VfdState);
 }

@@ -55,14 +55,10 @@ Pose toolPose(const Robot& robot) { return toPose(toolNow(robot)); }
 
 double toolSpeed(const Robot& robot, const Axes& velocity) { return toolTwist(robot, velocity).head<3>().norm(); }
 
-std::array<double, 7> positionIn(const Robot& robot, int coord) {
-  if (coord == jointCoord) return robot.state.position;
+Pose toolPoseIn(const Robot& robot, int coord) {
   const auto base = coord == toolCoord ? baseCoord : coord;
   const auto frame = frameOf(base, Isometry3d::Identity(), selectedUserFrame(robot.state));
-  const auto pose = toPose(frame.inverse() * toolNow(robot));
-  std::array<double, 7> position{};
-  std::copy(pose.begin(), pose.end(), position.begin());
-  return position;
+  return toPose(frame.inverse() * toolNow(robot));
 }
 
 }  // namespace virtual_controller

@@ -48,9 +48,29 @@ void mark(Motion& motion, const std::vector<double>& marks, double offset, const
 
 void Mover::advance(Robot& robot) {
   robot.at = clock_.now();
-  if (!robot.motion) return;
+  if (robot.motion) drive(robot);
+  keepRunningState(robot);
+}
+
+/// Those that may yet be told, as many as there is room for.
+void Mover::keepRunningState(Robot& robot) const {
+  constexpr std::size_t most = 10'000;
+  auto& states = robot.runningStates;
+  if (states.empty() || states.back().second != robot.state.runningState) {
+    states.emplace_back(robot.at, robot.state.runningState);
+  }
+  while (states.size() > 1 && (states[1].first <= robot.at - faults_.stateLag || states.size() > most)) {
+    states.pop_front();
+  }
+}
+
+void Mover::drive(Robot& robot) {
   auto& motion = *robot.motion;
   if (motion.placed != axesOf(robot.state)) return end(robot, false);
+  if (motion.begins && *motion.begins <= robot.at) {
+    motion.begins.reset();
+    robot.state.runningState = runningOn;
+  }
   motion.moment = motion.timing.at((robot.at - motion.started).count());
   motion.placed = motion.path.at(motion.moment.place);
   place(robot.state, motion.placed);
@@ -72,40 +92,56 @@ void Mover::retime(Robot& robot) {
   motion.override = overrideOf(robot.state, motion.wish);
   motion.timing = Timing(motion.path, motion.moment.place, motion.moment.rate, motion.override);
   motion.moment = motion.timing.at(0);
-  motion.started = robot.at;
+  if (motion.wish != Wish::Drive) motion.begins.reset();
+  motion.started = motion.begins.value_or(robot.at);
   schedule(robot);
 }
 
 /// Where the path ends, where it was to be stopped or paused, or where the override has become 0.
 void Mover::atRest(Robot& robot) {
   auto& motion = *robot.motion;
-  const auto arrived = motion.timing.restingPlace() >= motion.path.end();
-  if (!arrived && motion.wish == Wish::Pause) robot.state.runningState = runningPaused;
-  if (!arrived && motion.wish != Wish::Stop) return;
-  if (motion.next == nullptr) return end(robot, arrived);
+  const auto atEnd = motion.timing.restingPlace() >= motion.path.end();
+  if (!atEnd && motion.wish == Wish::Pause) robot.state.runningState = runningPaused;
+  if (!atEnd && motion.wish != Wish::Stop) return;
+  if (motion.next == nullptr) return end(robot, atEnd && !motion.endsShort);
   start(robot, std::move(*std::shared_ptr(motion.next)));
 }
 
 void Mover::start(Robot& robot, Motion motion) {
   robot.at = clock_.now();
   robot.motion = std::move(motion);
+  if (faults_.startLag.count() > 0) robot.motion->begins = robot.at + faults_.startLag;
+  robot.state.runningState = robot.motion->begins ? robot.stateAtRest : runningOn;
   retime(robot);
+}
+
+/// The motion as it is commanded or, if a test has ordered that, a part of it.
+Motion Mover::planned(const Robot& robot, const Planner& plan, const Axes& from) {
+  auto motion = plan(from);
+  if (const auto ordered = faults_.shortStops.extract(robot.number)) {
+    const auto begin = motion.path.begin();
+    motion.path.cut(begin + ordered.mapped() * (motion.path.end() - begin));
+    motion.endsShort = true;
+    motion.smoothing = 0;
+  }
+  return motion;
 }
 
 void Mover::begin(Robot& robot, const Planner& plan) {
   advance(robot);
   checkPower(robot.state);
   if (!robot.motion) {
-    start(robot, plan(axesOf(robot.state)));
+    start(robot, planned(robot, plan, axesOf(robot.state)));
   } else {
     auto& motion = *robot.motion;
     const Timing halting(motion.path, motion.moment.place, motion.moment.rate, 0);
-    auto next = std::make_shared<Motion>(plan(motion.path.at(halting.restingPlace())));
+    auto next = std::make_shared<Motion>(planned(robot, plan, motion.path.at(halting.restingPlace())));
     halt(robot, Wish::Stop);
     motion.next = std::move(next);
+    robot.state.runningState = runningOn;
     retime(robot);
+    advance(robot);
   }
-  robot.state.runningState = runningOn;
 }
 
 void Mover::move(Robot& robot, const Move& move, std::vector<WhenDone> whenDone) {
@@ -221,7 +257,7 @@ Axes Mover::velocity(const Robot& robot) const {
 
 Axes Mover::acceleration(const Robot& robot) const {
   constexpr double step = 1e-6;  // s
-  if (!robot.motion) return {};
+  if (!robot.motion || robot.motion->begins) return {};
   const auto& path = robot.motion->path;
   const auto& moment = robot.motion->moment;
   auto acceleration = path.slopeAt(moment.place);
@@ -239,7 +275,7 @@ Axes Mover::acceleration(const Robot& robot) const {
 void Mover::schedule(Robot& robot) {
   const auto& motion = *robot.motion;
   const auto passed = (clock_.now() - motion.started).count();
-  auto next = motion.timing.duration();
+  auto next = motion.begins ? 0.0 : motion.timing.duration();
   if (!motion.marks.empty()) next = std::min(next, motion.timing.timeOf(motion.marks.front().place));
   clock_.after(Seconds(std::clamp(next - passed, 0.0, 1.0)), [this, &robot, scheduled = ++robot.motions] {
     if (robot.motions != scheduled) return;

@@ -6,6 +6,7 @@
 #include "virtual_controller/motion/controller_clock.h"
 #include "virtual_controller/motion/move.h"
 #include "virtual_controller/robot.h"
+#include "virtual_controller/robot_faults.h"
 
 namespace virtual_controller {
 
@@ -18,7 +19,7 @@ namespace virtual_controller {
 /// Whoever writes a robot's position or external axes places its arm there, which ends a motion.
 class Mover {
  public:
-  explicit Mover(ControllerClock& clock) : clock_(clock) {}
+  Mover(ControllerClock& clock, RobotFaults& faults) : clock_(clock), faults_(faults) {}
 
   /// Brings the robot's state to the present.
   void advance(Robot& robot);
@@ -57,7 +58,10 @@ class Mover {
  private:
   using Planner = std::function<Motion(const Axes& from)>;
 
+  void drive(Robot& robot);
+  void keepRunningState(Robot& robot) const;
   void begin(Robot& robot, const Planner& plan);
+  Motion planned(const Robot& robot, const Planner& plan, const Axes& from);
   void start(Robot& robot, Motion motion);
   void retime(Robot& robot);
   void halt(Robot& robot, Motion::Wish wish);
@@ -67,6 +71,7 @@ class Mover {
   void tell(std::vector<Motion::Mark> marks, bool arrived);
 
   ControllerClock& clock_;
+  RobotFaults& faults_;
 };
 
 }  // namespace virtual_controller

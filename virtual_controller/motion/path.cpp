@@ -144,16 +144,19 @@ void Path::join(const Path& next, double early) {
   limitExits();
 }
 
+void Path::cut(double place) {
+  const auto last = look(place);
+  spans_.resize(spanAt(place) + 1);
+  paces_.resize(spans_.size());
+  knots_.resize(spans_.size());
+  knots_.push_back(last);
+  limitExits();
+}
+
 void Path::cutWhereSlow(double squared) {
   const auto slow =
       std::find_if(spans_.begin(), spans_.end(), [=](const Span& span) { return span.mostSquared < squared; });
-  if (slow == spans_.end()) return;
-  const auto left = std::max<std::ptrdiff_t>(1, slow - spans_.begin());
-  if (slow == spans_.begin()) knots_[1] = {knots_[0].place + 1e-9, knots_[0].axes, {}};
-  spans_.resize(static_cast<std::size_t>(left));
-  paces_.resize(spans_.size());
-  knots_.resize(spans_.size() + 1);
-  limitExits();
+  if (slow != spans_.end()) cut(knots_[static_cast<std::size_t>(slow - spans_.begin())].place);
 }
 
 void Path::forget(double place) {

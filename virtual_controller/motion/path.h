@@ -46,6 +46,8 @@ class Path {
   /// Goes on with another, whose places begin at 0; the corner between them is cut from `early` before it to as much
   /// behind it, on a curve that leaves the triangle of the three points nowhere.
   void join(const Path& next, double early);
+  /// Ends it at a place.
+  void cut(double place);
   /// Ends it before the first span in which the square of the rate has to be less than that.
   void cutWhereSlow(double squared);
   /// What lies before the place is no longer needed.

@@ -14,10 +14,17 @@ namespace {
 
 // ---- positions
 
+/// As it is told: the joints, or the tool's pose and a 0.
+std::array<double, 7> positionIn(const Model& model, const Robot& robot, int coord) {
+  if (coord == jointCoord) return robot.state.position;
+  const auto [x, y, z, a, b, c] = model.told(toolPoseIn(robot, coord));
+  return {x, y, z, a, b, c, 0};
+}
+
 OptionalReply getCurrentPosition(Model& model, const Json& request) {
   const auto& robot = model.robot(request);
   const auto coord = request.contains("coord") ? integer(request, {"coord"}) : robot.state.coord;
-  auto answer = reply(Strategy::CurrentPositionReply, robot.number, {"pos"}, positionIn(robot, coord));
+  auto answer = reply(Strategy::CurrentPositionReply, robot.number, {"pos"}, positionIn(model, robot, coord));
   answer.message["coord"] = coord;
   if (find(request, {"sync"}) != nullptr) answer.message["posSync"] = robot.state.externalAxes;
   return answer;

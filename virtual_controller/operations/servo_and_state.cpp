@@ -51,6 +51,11 @@ OptionalReply clearError(Model& model, const Json& request) {
   return std::nullopt;
 }
 
+OptionalReply getRunningState(Model& model, const Json& request) {
+  const auto& robot = model.robot(request);
+  return reply(Strategy::RunningStateReply, robot.number, {"status"}, Model::runningStateTold(robot));
+}
+
 OptionalReply getTeachboxStatus(Model& model, const Json& request) {
   return reply(Strategy::TeachboxStatusReply, model.robot(request).number, {"connected"},
                model.controller.teachboxConnected);
@@ -115,8 +120,7 @@ void addServoAndState(Operations& operations) {
       {Strategy::GetCurrentMode, query("get_current_mode", Strategy::CurrentModeReply, &RobotState::mode, {"mode"})},
       {Strategy::SetTeachType, commonSetting("set_teach_type", &RobotState::teachType, teachType)},
       {Strategy::GetTeachType, query("get_teach_type", Strategy::TeachTypeReply, &RobotState::teachType, teachType)},
-      {Strategy::GetRunningState,
-       query("get_robot_running_state", Strategy::RunningStateReply, &RobotState::runningState, {"status"})},
+      {Strategy::GetRunningState, {"get_robot_running_state", getRunningState}},
       {Strategy::GetRobotType, query("get_robot_type", Strategy::RobotTypeReply, &RobotState::robotType, {"type"})},
       {Strategy::GetTeachboxStatus, {"get_teachbox_connection_status", getTeachboxStatus}},
       {Strategy::GetControllerId, {"get_controller_id", getControllerId}},

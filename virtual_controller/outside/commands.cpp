@@ -17,22 +17,30 @@ int integerOr(int otherwise, const Json& command, const char* key) {
   return find(command, {key}) != nullptr ? integer(command, {key}) : otherwise;
 }
 
-/// A request code as a number, or as a text such as "0x2602".
+std::chrono::milliseconds milliseconds(const Json& command) {
+  const auto time = integer(command, {"ms"});
+  if (time < 0) throw Refusal(SystemCode::OutOfRange, "ms is 0 or more");
+  return std::chrono::milliseconds(time);
+}
+
+/// A request code as a number, or as a text such as "0x2602"; -1 and "all" stand for every request.
 Strategy requestCode(const Json& command) {
   const auto& code = value(command, {"code"});
   if (!code.is_string()) return static_cast<Strategy>(toInteger(code, "code"));
   const auto text = toText(code, "code");
+  if (text == "all") return everyRequest;
   std::size_t end = 0;
   const auto number = text.compare(0, 2, "0x") == 0 && text.size() <= 6 ? std::stoul(text, &end, 16) : 0;
   if (end == 0 || end != text.size())
-    throw Refusal(SystemCode::WrongType, "code is neither a number nor 0x and digits");
+    throw Refusal(SystemCode::WrongType, "code is neither a number nor 0x and digits, nor all");
   return static_cast<Strategy>(number);
 }
 
 /// The latest ones, as many as fit an answer of a megabyte.
 Json requests(VirtualController& controller, const Json& command) {
   constexpr std::size_t room = 1024 * 1024;
-  const auto all = find(command, {"code"}) ? controller.received(requestCode(command)) : controller.received();
+  const auto code = find(command, {"code"}) ? requestCode(command) : everyRequest;
+  const auto all = code == everyRequest ? controller.received() : controller.received(code);
   std::size_t size = 0;
   auto first = all.end();
   while (first != all.begin() && (size += std::prev(first)->text.size() + 100) < room) --first;
@@ -107,11 +115,14 @@ const std::map<std::string, Perform>& commands() {
        })},
       {"unsilence", done([](auto& controller, const Json& command) { controller.unsilence(requestCode(command)); })},
       {"clear_script", done([](auto& controller, const Json&) { controller.clearScript(); })},
-      {"delay", done([](auto& controller, const Json& command) {
-         const auto delay = integer(command, {"ms"});
-         if (delay < 0) throw Refusal(SystemCode::OutOfRange, "a delay is 0 ms or more");
-         controller.delayReplies(std::chrono::milliseconds(delay));
+      {"delay", done([](auto& controller, const Json& command) { controller.delayReplies(milliseconds(command)); })},
+      {"lag_state", done([](auto& controller, const Json& command) { controller.lagState(milliseconds(command)); })},
+      {"start_late", done([](auto& controller, const Json& command) { controller.startLate(milliseconds(command)); })},
+      {"stop_short", done([](auto& controller, const Json& command) {
+         controller.stopShort(number(command, {"fraction"}), integerOr(1, command, "robot"));
        })},
+      {"wrap_angles",
+       done([](auto& controller, const Json& command) { controller.wrapAngles(flag(command, {"on"})); })},
       {"cut", done([](auto& controller, const Json&) { controller.stop(); })},
       {"restore", done([](auto& controller, const Json&) { controller.start(); })},
       {"requests", requests},
