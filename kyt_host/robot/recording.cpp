@@ -1,9 +1,6 @@
 #include "kyt_host/robot/recording.h"
 
-#include <fstream>
-#include <iomanip>
 #include <iterator>
-#include <locale>
 #include <utility>
 
 #include "kyt_host/robot/error.h"
@@ -45,20 +42,7 @@ const std::vector<Sample>& Recording::samples() {
 }
 
 void Recording::to_csv(const std::string& path) {
-  const auto& all = samples();
-  std::ofstream file(path);
-  file.imbue(std::locale::classic());
-  file << "time,controller_time";
-  for (std::size_t i = 1; i <= (all.empty() ? 0 : all.front().joints.size()); ++i) file << ",joint" << i;
-  file << ",x,y,z,a,b,c\n" << std::setprecision(9) << std::fixed;
-  for (const Sample& sample : all) {
-    file << sample.time << ',';
-    if (sample.controllerTime >= 0) file << sample.controllerTime;
-    for (const double joint : sample.joints) file << ',' << joint;
-    for (std::size_t i = 0; i < 6; ++i) file << ',' << (i < sample.pose.size() ? sample.pose[i] : 0);
-    file << '\n';
-  }
-  if (!file.flush()) throw Error("to_csv", EXCEPTION, path + " cannot be written");
+  check("to_csv", write_recorded(path, samples()), path + " cannot be written");
 }
 
 }  // namespace kyt

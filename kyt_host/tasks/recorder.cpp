@@ -4,6 +4,9 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
+#include <fstream>
+#include <iomanip>
+#include <locale>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -161,4 +164,22 @@ int stop_recording(int recording, std::vector<RecordedSample>& samples) {
   recorder->stop();
   samples = recorder->take();
   return SUCCESS;
+}
+
+int write_recorded(const std::string& path, const std::vector<RecordedSample>& samples) {
+  return guarded<int>(EXCEPTION, [&]() -> int {
+    std::ofstream file(path);
+    file.imbue(std::locale::classic());
+    file << "time,controller_time";
+    for (std::size_t i = 1; i <= (samples.empty() ? 0 : samples.front().joints.size()); ++i) file << ",joint" << i;
+    file << ",x,y,z,a,b,c\n" << std::setprecision(6) << std::fixed;
+    for (const RecordedSample& sample : samples) {
+      file << sample.time << ',';
+      if (sample.controllerTime >= 0) file << sample.controllerTime;
+      for (const double joint : sample.joints) file << ',' << joint;
+      for (std::size_t i = 0; i < 6; ++i) file << ',' << (i < sample.pose.size() ? sample.pose[i] : 0);
+      file << '\n';
+    }
+    return file.flush() ? SUCCESS : EXCEPTION;
+  });
 }

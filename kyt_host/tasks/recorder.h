@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "kyt_host/export.h"
@@ -36,3 +37,8 @@ KYT_HOST_API int take_recorded(int recording, std::vector<RecordedSample>& sampl
 /// @param samples  receives what has not been taken yet
 /// @return 0; -3 there is no such recording
 KYT_HOST_API int stop_recording(int recording, std::vector<RecordedSample>& samples);
+
+/// Writes samples as CSV, with a line of names first; numbers have a decimal point in every locale.
+/// @param path  a file, which is replaced
+/// @return 0; -5 it cannot be written
+KYT_HOST_API int write_recorded(const std::string& path, const std::vector<RecordedSample>& samples);
