@@ -23,14 +23,23 @@ KYT_HOST_API int program_compile(const std::vector<ProgramStep>& steps, std::vec
 ///         line ends with a line feed
 KYT_HOST_API std::string program_text(const std::vector<ProgramStep>& steps);
 
-/// Writes a job: makes it, or makes it anew where there is one of that name, and inserts the lines. Every 20 lines it
-/// asks how many have arrived. The job is open then. Where something goes wrong, the job stays as far as it has come.
-/// @param name     as for `job_create_robot`
-/// @param line     receives the number of the line that failed, the first is 1; 0 where it was none of them
+/// Inserts lines at the end of the open job. Every 20 lines it asks how many have arrived.
+/// @param line     receives the number that the line which failed was to have in the job; 0 where it was none of them
 /// @param problem  receives what went wrong, in the controller's own words where it has some; "" otherwise
-/// @return 0; -1 when the controller refuses something, as to change a job that is under way, or does not answer in
-///         time; -2; -3 for any other name (nothing was sent but queries), or a line that `program_compile` does not
-///         make; -5 when a text in a line is not UTF-8
+/// @return 0; -1 when the controller does not answer in time, as where no job is open; -2; -3 for a line that
+///         `program_compile` does not make; -4 when the controller has refused a line: those before it are in the job;
+///         -5 when a text in a line is not UTF-8
+KYT_HOST_API int program_append_robot(SOCKETFD socketFd, int robotNum, const std::vector<ProgramLine>& lines, int& line,
+                                      std::string& problem);
+inline int program_append(SOCKETFD socketFd, const std::vector<ProgramLine>& lines, int& line, std::string& problem) {
+  return program_append_robot(socketFd, const_robot, lines, line, problem);
+}
+
+/// Writes a job: makes it, or makes it anew where there is one of that name, and appends the lines. The job is open
+/// then. Where something goes wrong, it stays as far as it has come.
+/// @param name  as for `job_create_robot`
+/// @return as `program_append_robot`; -3 also for any other name (nothing was sent but a query); -4 also where there is
+///         a job of that name that the controller does not give up, as one that is under way
 KYT_HOST_API int program_upload_robot(SOCKETFD socketFd, int robotNum, const std::string& name,
                                       const std::vector<ProgramLine>& lines, int& line, std::string& problem);
 inline int program_upload(SOCKETFD socketFd, const std::string& name, const std::vector<ProgramLine>& lines, int& line,

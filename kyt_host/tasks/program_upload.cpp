@@ -27,11 +27,13 @@ namespace {
 
 constexpr int batch = 20;  // lines between two looks at how many have arrived
 
+constexpr int mostLines = 1'000'000;  // that a job may have, whatever a controller says
+
 /// The job of a robot that lines are written to or compared with.
 struct Job {
   SOCKETFD socketFd;
   int robotNum;
-  const std::string& name;
+  std::string name;
 };
 
 std::vector<std::vector<Condition>> conditionsOf(const ProgramLine& line) {
@@ -139,18 +141,17 @@ class Refusals {
  public:
   explicit Refusals(const Job& job) : job_(job) {}
 
-  /// Forgets what has been refused so far. @return 0; -2; -5
+  /// @return 0; -2; -5
   int begin() {
     std::vector<SystemMessage> none;
-    number_ = -1;
     return get_messages(job_.socketFd, number_, none);
   }
 
-  /// The first, in the words of the controller; "" when it has said nothing.
-  std::string text() {
+  /// What it has said first; `otherwise`, when it has said nothing.
+  std::string text(const std::string& otherwise) {
     std::vector<SystemMessage> found;
     const int result = find_refusals_robot(job_.socketFd, job_.robotNum, number_, found);
-    return result == SUCCESS && !found.empty() ? found.front().text : "";
+    return result == SUCCESS && !found.empty() ? found.front().text : otherwise;
   }
 
  private:
@@ -158,57 +159,70 @@ class Refusals {
   int number_ = -1;
 };
 
-int typeOf(const Job& job, int number, int& type) {
-  std::string content;
-  return job_get_command_content_by_line_robot(job.socketFd, job.robotNum, number, type, content);
-}
-
-/// Which of the lines after the first `certain` ones is the first that has not arrived.
-/// @param arrived  how many lines there are
-int firstLost(const Job& job, const std::vector<ProgramLine>& lines, int certain, int arrived) {
-  for (int number = certain + 1; number <= arrived; ++number) {
+/// Which line of the job is the first that has not arrived.
+/// @param certain  how many lines there were at the last look
+/// @param present  and how many there are now
+/// @param wanted   the type that a line has to have
+template <class Wanted>
+int firstLost(const Job& job, int certain, int present, const Wanted& wanted) {
+  for (int number = certain + 1; number <= present; ++number) {
     int type = 0;
-    if (typeOf(job, number, type) != SUCCESS || type != lines[std::size_t(number - 1)].type) return number;
+    std::string content;
+    const int result = job_get_command_content_by_line_robot(job.socketFd, job.robotNum, number, type, content);
+    if (result != SUCCESS || type != wanted(number)) return number;
   }
-  return arrived + 1;
+  return std::max(certain, present) + 1;
 }
 
-int upload(const Job& job, const std::vector<ProgramLine>& lines, int& line, std::string& problem) {
+int append(const Job& job, const std::vector<ProgramLine>& lines, int& line, std::string& problem) {
   Refusals refusals(job);
   int result = refusals.begin();
   if (result != SUCCESS) return result;
   line = 0;
   problem.clear();
-  const auto failed = [&](int status, const std::string& otherwise) {
-    const std::string said = refusals.text();
-    if (line != 0) problem = "line " + std::to_string(line) + ", " + textOf(lines[std::size_t(line - 1)]) + ": ";
-    problem += said.empty() ? otherwise : said;
+  int certain = 0;
+  result = job_get_command_total_lines_robot(job.socketFd, job.robotNum, certain);
+  if (result != SUCCESS) {
+    problem = refusals.text(status_text(result));
+    return result;
+  }
+  if (certain < 0 || certain > mostLines) {
+    problem = "the controller says that the job has " + std::to_string(certain) + " lines";
+    return EXCEPTION;
+  }
+  const int before = certain;
+  const int last = before + static_cast<int>(lines.size());
+  const auto lineAt = [&](int number) -> const ProgramLine& { return lines[std::size_t(number - before - 1)]; };
+  const auto failed = [&](int number, int status, const std::string& otherwise) {
+    line = number;
+    problem = "line " + std::to_string(number) + ", " + textOf(lineAt(number)) + ": " + refusals.text(otherwise);
     return status;
   };
-  int arrived = 0;
-  result = createAnew(job, arrived);
-  if (result == SUCCESS && arrived != 0) return failed(RECEIVE_FAILED, "there is no empty job " + job.name);
-  if (result == SUCCESS) result = refusals.begin();  // that there was one of that name is no fault of the lines
-  if (result != SUCCESS) return failed(result, status_text(result));
-
-  const auto count = static_cast<int>(lines.size());
-  int certain = 0;
-  for (int number = 1; number <= count; ++number) {
-    result = insert(job, number, lines[std::size_t(number - 1)]);
-    const bool looks = number % batch == 0 || number == count;
-    if (result == SUCCESS && looks) result = job_get_command_total_lines_robot(job.socketFd, job.robotNum, arrived);
-    if (result != SUCCESS) {
-      line = number;
-      return failed(result, status_text(result));
+  for (int number = before + 1; number <= last; ++number) {
+    const bool looks = number - certain == batch || number == last;
+    int present = number;
+    result = insert(job, number, lineAt(number));
+    if (result == SUCCESS && looks) result = job_get_command_total_lines_robot(job.socketFd, job.robotNum, present);
+    if (result != SUCCESS) return failed(number, result, status_text(result));
+    if (present != number) {
+      const int lost = firstLost(job, certain, std::min(present, number - 1), [&](int at) { return lineAt(at).type; });
+      return failed(lost, OPERATION_NOT_ALLOWED, "the controller has not taken it");
     }
-    if (!looks) continue;
-    if (arrived != number) {
-      line = std::min(firstLost(job, lines, certain, std::min(arrived, number)), number);
-      return failed(RECEIVE_FAILED, "the controller has not taken it");
-    }
-    certain = number;
+    if (looks) certain = number;
   }
   return SUCCESS;
+}
+
+int upload(const Job& job, const std::vector<ProgramLine>& lines, int& line, std::string& problem) {
+  Refusals refusals(job);
+  int present = 0;
+  int result = refusals.begin();
+  if (result != SUCCESS) return result;
+  result = createAnew(job, present);
+  if (result == SUCCESS && present == 0) return append(job, lines, line, problem);
+  line = 0;
+  problem = refusals.text(result == SUCCESS ? "there is no empty job " + job.name : status_text(result));
+  return result == SUCCESS ? static_cast<int>(OPERATION_NOT_ALLOWED) : result;
 }
 
 // --- comparing ---
@@ -277,6 +291,11 @@ int compare(const Job& job, const std::vector<ProgramLine>& lines, std::vector<s
 }
 
 }  // namespace
+
+int program_append_robot(SOCKETFD socketFd, int robotNum, const std::vector<ProgramLine>& lines, int& line,
+                         std::string& problem) {
+  return guarded<int>(EXCEPTION, [&] { return append({socketFd, robotNum, ""}, lines, line, problem); });
+}
 
 int program_upload_robot(SOCKETFD socketFd, int robotNum, const std::string& name,
                          const std::vector<ProgramLine>& lines, int& line, std::string& problem) {

@@ -7,6 +7,7 @@
 
 #include "tests/support/connected_fixture.h"
 
+using namespace std::string_literals;
 using namespace virtual_controller;
 
 namespace {
@@ -254,7 +255,7 @@ TEST_F(Program, TellsWhichLineTheControllerRefusesAndWhy) {
   unknownTool.move.toolNum = 1000;
   Steps steps(45, wait(1));
   steps[29] = unknownTool;
-  EXPECT_EQ(upload(compiled(steps)), RECEIVE_FAILED);
+  EXPECT_EQ(upload(compiled(steps)), OPERATION_NOT_ALLOWED);
   EXPECT_EQ(line, 30);
   EXPECT_EQ(
       problem,
@@ -263,10 +264,24 @@ TEST_F(Program, TellsWhichLineTheControllerRefusesAndWhy) {
   expectRejected.refused = 1 + 11;  // the job that was not there; line 30, and those behind it up to the next look
 
   steps[29] = set(1);
-  ASSERT_EQ(upload(compiled(steps)), SUCCESS);
+  const auto lines = compiled(steps);
+  ASSERT_EQ(upload(lines), SUCCESS);
   EXPECT_EQ(problem + std::to_string(line), "0");
+  EXPECT_EQ(program_append(robot, compiled({wait(2), unknownTool}), line, problem), OPERATION_NOT_ALLOWED);
+  EXPECT_EQ(line, 47);
+  expectRejected.refused += 1;
+  const auto hasLines = [&](const char* count) {
+    controller.answer(Strategy::GetJobTotalLines, Strategy::JobTotalLinesReply, R"({"totalLines":)" + (count + "}"s));
+  };
+  hasLines("50");  // and then 46 again
+  EXPECT_EQ(program_append(robot, compiled({wait(2)}), line, problem), OPERATION_NOT_ALLOWED);
+  EXPECT_EQ(line, 51);
+  expectRejected.refused += 1;
+  hasLines("2147483647");
+  EXPECT_EQ(program_append(robot, compiled({wait(2)}), line, problem), EXCEPTION);
+  EXPECT_EQ(differences(lines), std::vector<std::string>({"the job has 46 lines, not 45"}));
   job_run(robot, "PICK");
-  EXPECT_EQ(upload({}), RECEIVE_FAILED);
+  EXPECT_EQ(upload({}), OPERATION_NOT_ALLOWED);
   EXPECT_EQ(std::to_string(line) + problem, "0job_delete: job PICK is under way: stop it first");
   expectRejected.refused += 4;  // to delete it and to make it, twice
   job_stop(robot);
