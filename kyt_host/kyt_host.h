@@ -25,6 +25,7 @@
 #include "kyt_host/names.h"
 #include "kyt_host/records/position.h"
 #include "kyt_host/tasks/motion_watch.h"
+#include "kyt_host/tasks/program.h"
 #include "kyt_host/tasks/queue_feed.h"
 #include "kyt_host/tasks/recorder.h"
 #include "kyt_host/tasks/rotations.h"

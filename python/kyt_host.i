@@ -35,6 +35,8 @@
 %list_class(VectorJsonMember, JsonMember);
 %list_class(VectorSystemMessage, SystemMessage);
 %list_class(VectorRecordedSample, RecordedSample);
+%list_class(VectorProgramLine, ProgramLine);
+%list_class(VectorProgramStep, ProgramStep);
 %list_class(VectorLinkParam, LinkParam);
 %list_class(VectorVisionCalibrationPoint, VisionCalibrationPoint);
 %include "arguments.i"

@@ -15,7 +15,7 @@ ROOT = Path(__file__).resolve().parent.parent
 PAGE = ROOT / "docs/operations.md"
 BEGIN, END = "<!-- begin: written by scripts/check_operations.py --fix -->\n", "<!-- end -->\n"
 
-HEADERS = ["communication/connection_api", "interface/*", "craft/*", "file/*", "records/*", "types", "names"]
+HEADERS = ["communication/connection_api", "interface/*", "craft/*", "file/*", "tasks/*", "records/*", "types", "names"]
 DECLARED = re.compile(r"^KYT_HOST_API [^(;{]*?\b(\w+)\(", re.MULTILINE)
 PLAIN = re.compile(r"^inline [^(;{]*?\b(\w+)\(", re.MULTILINE)
 SUFFIX = re.compile(r"_(?:robot|rbobt)$")
