@@ -11,6 +11,7 @@ from pathlib import Path
 import _kyt_host as kyt
 from support import HEADERS, PUBLIC_HEADERS, ROOT, docstrings, run
 
+import kyt_host
 import kyt_host_testing
 from stub import Stub
 
@@ -102,19 +103,21 @@ class Names(unittest.TestCase):
                 for command in (
                     ["mypy.stubtest", *allowed, "_kyt_host"],
                     ["mypy", "--strict", "right.py"],
+                    ["mypy", "--strict", "--ignore-missing-imports", str(Path(kyt_host.__file__).parent)],
                     ["mypy", "--strict", "wrong.py"],
                 )
             ]
-        self.assertEqual([each.returncode for each in results], [0, 0, 1], results)
-        lines, first = re.findall(r"wrong\.py:(\d+): error", results[2].stdout), len(program.splitlines()) + 1
-        self.assertEqual(lines, [str(first + each) for each in range(len(wrong))], results[2].stdout)
+        self.assertEqual([each.returncode for each in results], [0, 0, 0, 1], results)
+        lines, first = re.findall(r"wrong\.py:(\d+): error", results[3].stdout), len(program.splitlines()) + 1
+        self.assertEqual(lines, [str(first + each) for each in range(len(wrong))], results[3].stdout)
 
     @unittest.skipUnless("site-packages" in str(STUB), "not installed from a wheel")
     def test_the_wheel_is_complete(self):
         site = STUB.parent
         self.assertEqual((site / "_kyt_host-stubs/__init__.pyi").read_bytes(), STUB.read_bytes())
-        for marker in ("_kyt_host-stubs/py.typed", "kyt_host_testing/py.typed"):
+        for marker in ("_kyt_host-stubs/py.typed", "kyt_host/py.typed", "kyt_host_testing/py.typed"):
             self.assertTrue((site / marker).is_file(), marker)
-        self.assertEqual(Path(kyt_host_testing.__file__).parent, site / "kyt_host_testing")
+        for package in (kyt_host, kyt_host_testing):
+            self.assertEqual(Path(package.__file__).parent, site / package.__name__)
         version = next(site.glob("kyt_host-*.dist-info")).name.split("-")[1].replace(".dist", "")
         self.assertTrue(kyt.get_library_version().startswith(version), version)
