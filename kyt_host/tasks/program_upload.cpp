@@ -27,7 +27,7 @@ namespace {
 
 constexpr int batch = 20;  // lines between two looks at how many have arrived
 
-constexpr int mostLines = 1'000'000;  // that a job may have, whatever a controller says
+constexpr int mostLinesThere = 1'000'000;  // that a job may have, whatever a controller says
 
 /// The job of a robot that lines are written to or compared with.
 struct Job {
@@ -186,7 +186,7 @@ int append(const Job& job, const std::vector<ProgramLine>& lines, int& line, std
     problem = refusals.text(status_text(result));
     return result;
   }
-  if (certain < 0 || certain > mostLines) {
+  if (certain < 0 || certain > mostLinesThere) {
     problem = "the controller says that the job has " + std::to_string(certain) + " lines";
     return EXCEPTION;
   }
