@@ -5,6 +5,8 @@ Both sides run in one process on the same connection and take turns, round by ro
 All of it runs on one core, as the other benchmarks of queries do. A missed target is printed and is no error.
 """
 
+import asyncio
+import contextlib
 import ctypes
 import itertools
 import os
@@ -14,6 +16,7 @@ import sys
 import time
 
 import _kyt_host as kyt
+import kyt_host as layer
 from kyt_host_testing import VirtualController
 
 ROUNDS = 201  # short ones: most of them are then disturbed by nobody
@@ -42,11 +45,28 @@ def row(what, python, reference, unit, figure, bound, form):
     return met
 
 
+async def supervised(count, rate, seconds):
+    """The share of a core that it takes to ask so many controllers for the state of robot 1."""
+    with contextlib.ExitStack() as stack:
+        controllers = [stack.enter_context(VirtualController("--state-period", "0")) for _ in range(count)]
+        cells = [stack.enter_context(layer.connect(each.host, each.port)) for each in controllers]
+
+        async def supervise(robot):
+            for tick in range(1, rate * seconds + 1):
+                await layer.in_background(robot.state)
+                await asyncio.sleep(max(0.0, began + tick / rate - time.monotonic()))
+
+        began, before = time.monotonic(), time.process_time()
+        await asyncio.gather(*(supervise(cell.robot(1)) for cell in cells))
+        return (time.process_time() - before) / (time.monotonic() - began)
+
+
 def main():
     reference = ctypes.CDLL(sys.argv[1])
     for function in (reference.connectionStatus, reference.speed):
         function.restype = ctypes.c_double
-    os.sched_setaffinity(0, {min(os.sched_getaffinity(0))})
+    cores = os.sched_getaffinity(0)
+    os.sched_setaffinity(0, {min(cores)})
     print(f"CPython {platform.python_version()}, load {os.getloadavg()[0]:.1f} at the start\n")
     print("| what | Python | C++ | difference or ratio | at most | |\n|---|--:|--:|--:|--:|---|")
 
@@ -70,6 +90,20 @@ def main():
         )
         met.append(row("a query", python * 1e6, cpp * 1e6, "us", python / cpp, 1.10, "%.2f"))
         kyt.disconnect_robot(robot)
+        with layer.connect(controller.host, controller.port) as cell:
+            pose, values = cell.robot(1).pose, []
+            python, cpp = medians(
+                100,
+                lambda times: seconds_per_call(times, pose),
+                lambda times: seconds_per_call(times, kyt.get_current_position_robot, cell.handle, 1, 1, values),
+            )
+            met.append(row("robot.pose(), beside the flat call from Python", python * 1e6, cpp * 1e6, "us",
+                           (python - cpp) * 1e6, 3, "+%.1f us"))
+    os.sched_setaffinity(0, cores)
+    share, most = asyncio.run(supervised(50, 10, 5)), 1.0
+    met.append(share <= most)
+    print(f"\n50 controllers asked for their whole state 10 times a second each by one asyncio program: "
+          f"{share:.2f} of a core (at most {most:.2f})")
     print("\nAll targets met." if all(met) else f"\n{met.count(False)} targets MISSED.")
 
 
