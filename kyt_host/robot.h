@@ -16,6 +16,7 @@
 #include "kyt_host/robot/files.h"
 #include "kyt_host/robot/ports.h"
 #include "kyt_host/robot/pose.h"
+#include "kyt_host/robot/program.h"
 #include "kyt_host/robot/recording.h"
 #include "kyt_host/robot/robot.h"
 #include "kyt_host/robot/waiting.h"

@@ -70,6 +70,10 @@ void Controller::wait_connected(Seconds timeout) const {
 
 Robot Controller::robot(int number) const { return Robot(state_, number); }
 
+Program Controller::program(const std::string& name, int robot) const {
+  return Program(state_, name, this->robot(robot));
+}
+
 std::string Controller::id() const {
   std::vector<char> id;
   check("id", get_controller_id_csharp(state_->socketFd, id));

@@ -9,6 +9,7 @@
 #include "kyt_host/records/system_message.h"
 #include "kyt_host/robot/files.h"
 #include "kyt_host/robot/ports.h"
+#include "kyt_host/robot/program.h"
 #include "kyt_host/robot/robot.h"
 #include "kyt_host/robot/waiting.h"
 #include "kyt_host/types.h"
@@ -46,6 +47,10 @@ class KYT_HOST_API Controller {
 
   /// @param number  1..4
   Robot robot(int number = 1) const;
+
+  /// An empty program for a robot, see `Program`. Throws what `Robot::tool` does.
+  /// @param name  of its job: ASCII letters and digits, not beginning with a digit
+  Program program(const std::string& name, int robot = 1) const;
 
   Ports<DigitalInput> inputs;
   Ports<DigitalOutput> outputs;

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "kyt_host/export.h"
@@ -52,12 +53,33 @@ class KYT_HOST_API Port {
   void wait_for(double value, Seconds timeout) const;
   void wait_for(double value) const;
 
-  PortCondition operator==(double value) const { return compared(EQUAL_TO, value); }
-  PortCondition operator!=(double value) const { return compared(NOT_EQUAL_TO, value); }
-  PortCondition operator<(double value) const { return compared(LESS, value); }
-  PortCondition operator>(double value) const { return compared(GREATER, value); }
-  PortCondition operator<=(double value) const { return compared(LESS_EQUAL, value); }
-  PortCondition operator>=(double value) const { return compared(GREATER_EQUAL, value); }
+  // Of whatever number, as it is: a port becomes its own value otherwise, and two numbers are compared.
+  template <class Value>
+  using IfNumber = std::enable_if_t<std::is_arithmetic_v<Value>, PortCondition>;
+  template <class Value>
+  IfNumber<Value> operator==(Value value) const {
+    return compared(EQUAL_TO, static_cast<double>(value));
+  }
+  template <class Value>
+  IfNumber<Value> operator!=(Value value) const {
+    return compared(NOT_EQUAL_TO, static_cast<double>(value));
+  }
+  template <class Value>
+  IfNumber<Value> operator<(Value value) const {
+    return compared(LESS, static_cast<double>(value));
+  }
+  template <class Value>
+  IfNumber<Value> operator>(Value value) const {
+    return compared(GREATER, static_cast<double>(value));
+  }
+  template <class Value>
+  IfNumber<Value> operator<=(Value value) const {
+    return compared(LESS_EQUAL, static_cast<double>(value));
+  }
+  template <class Value>
+  IfNumber<Value> operator>=(Value value) const {
+    return compared(GREATER_EQUAL, static_cast<double>(value));
+  }
 
  protected:
   enum class Kind { DigitalInput, DigitalOutput, AnalogInput, AnalogOutput };

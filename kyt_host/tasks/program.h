@@ -23,16 +23,18 @@ KYT_HOST_API int program_compile(const std::vector<ProgramStep>& steps, std::vec
 ///         line ends with a line feed
 KYT_HOST_API std::string program_text(const std::vector<ProgramStep>& steps);
 
-/// Inserts lines at the end of the open job. Every 20 lines it asks how many have arrived.
+/// Inserts lines at the end of a job, which is opened if another one is. Every 20 lines it asks how many have arrived.
 /// @param line     receives the number that the line which failed was to have in the job; 0 where it was none of them
 /// @param problem  receives what went wrong, in the controller's own words where it has some; "" otherwise
-/// @return 0; -1 when the controller does not answer in time, as where no job is open; -2; -3 for a line that
-///         `program_compile` does not make; -4 when the controller has refused a line: those before it are in the job;
-///         -5 when a text in a line is not UTF-8
-KYT_HOST_API int program_append_robot(SOCKETFD socketFd, int robotNum, const std::vector<ProgramLine>& lines, int& line,
-                                      std::string& problem);
-inline int program_append(SOCKETFD socketFd, const std::vector<ProgramLine>& lines, int& line, std::string& problem) {
-  return program_append_robot(socketFd, const_robot, lines, line, problem);
+/// @return 0; -1 when the controller does not answer in time; -2; -3 for a line that `program_compile` does not make;
+/// -4
+///         when there is no such job, or the controller has refused a line: those before it are in the job; -5 when a
+///         text in a line is not UTF-8
+KYT_HOST_API int program_append_robot(SOCKETFD socketFd, int robotNum, const std::string& name,
+                                      const std::vector<ProgramLine>& lines, int& line, std::string& problem);
+inline int program_append(SOCKETFD socketFd, const std::string& name, const std::vector<ProgramLine>& lines, int& line,
+                          std::string& problem) {
+  return program_append_robot(socketFd, const_robot, name, lines, line, problem);
 }
 
 /// Writes a job: makes it, or makes it anew where there is one of that name, and appends the lines. The job is open
@@ -47,12 +49,12 @@ inline int program_upload(SOCKETFD socketFd, const std::string& name, const std:
   return program_upload_robot(socketFd, const_robot, name, lines, line, problem);
 }
 
-/// Opens a job, and compares it with lines: how many there are, their types and, where the controller shows a line as
-/// JSON, what stands in it.
+/// Compares a job, which is opened if another one is, with lines: how many there are, their types and, where the
+/// controller shows a line as JSON, what stands in it.
 /// @param differences  receives a text for each line that differs, as in "line 2, wait 0.5 s: paraTime.data is 1, not
 ///                     0.5"; none when the job is as the lines say
 /// @return 0, also when there is no such job, which is a difference then; -1 when a line is not answered in time; -2;
-///         -5
+///         -4 when somebody has opened another job meanwhile; -5
 KYT_HOST_API int program_compare_robot(SOCKETFD socketFd, int robotNum, const std::string& name,
                                        const std::vector<ProgramLine>& lines, std::vector<std::string>& differences);
 inline int program_compare(SOCKETFD socketFd, const std::string& name, const std::vector<ProgramLine>& lines,

@@ -27,7 +27,7 @@ struct Fault {
   std::string text;
 };
 
-bool within(double value, double low, double high) { return value >= low && value <= high; }
+bool isWithin(double value, double low, double high) { return value >= low && value <= high; }
 
 ProgramLine ofType(CmdType type) {
   ProgramLine line;
@@ -240,13 +240,13 @@ class Compiler {
   [[noreturn]] void fail(std::string text) const { throw Fault{at_, std::move(text)}; }
 
   double checked(double value, double low, double high, const char* what) const {
-    if (!within(value, low, high))
+    if (!isWithin(value, low, high))
       fail(std::string(what) + " is " + textOf(value) + ", and has to be " + textOf(low) + " to " + textOf(high));
     return value;
   }
 
   const Condition& checked(const Condition& condition) const {
-    if (!within(condition.logicType, EQUAL_TO, NOT_EQUAL_TO)) fail("the condition compares in no known way");
+    if (!isWithin(condition.logicType, EQUAL_TO, NOT_EQUAL_TO)) fail("the condition compares in no known way");
     return condition;
   }
 

@@ -18,8 +18,9 @@ using namespace kyt_host::detail;
 namespace {
 
 std::string listOf(const std::vector<double>& values) {
+  constexpr int digits = 7;  // a ten-thousandth of a millimetre
   std::string text;
-  for (const double value : values) text += (text.empty() ? "[" : ", ") + textOf(value);
+  for (const double value : values) text += (text.empty() ? "[" : ", ") + textOf(value, digits);
   return text + "]";
 }
 
@@ -171,9 +172,9 @@ bool opens(StepKind kind) {
 
 namespace kyt_host::detail {
 
-std::string textOf(double number) {
+std::string textOf(double number, int digits) {
   char text[32];
-  const auto end = std::to_chars(text, text + sizeof text, number, std::chars_format::general, 10).ptr;
+  const auto end = std::to_chars(text, text + sizeof text, number, std::chars_format::general, digits).ptr;
   return {text, end};
 }
 

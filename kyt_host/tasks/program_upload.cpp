@@ -27,7 +27,7 @@ namespace {
 
 constexpr int batch = 20;  // lines between two looks at how many have arrived
 
-constexpr int mostLinesThere = 1'000'000;  // that a job may have, whatever a controller says
+constexpr int mostJobLines = 1'000'000;  // that a job may have, whatever a controller says
 
 /// The job of a robot that lines are written to or compared with.
 struct Job {
@@ -54,7 +54,7 @@ IOCommandParams outputOf(const ProgramLine& line) {
   return params;
 }
 
-int insert(const Job& job, int number, const ProgramLine& line) {
+int insertLine(const Job& job, int number, const ProgramLine& line) {
   switch (CmdType(line.type)) {
     case CmdType::MoveJ:
       return job_insert_moveJ_robot(job.socketFd, job.robotNum, number, line.move);
@@ -77,7 +77,7 @@ int insert(const Job& job, int number, const ProgramLine& line) {
 }
 
 /// What goes to the controller for a line, as an object.
-Json::Value written(const ProgramLine& line) {
+Json::Value writtenLine(const ProgramLine& line) {
   const auto type = CmdType(line.type);
   switch (type) {
     case CmdType::MoveJ:
@@ -105,17 +105,19 @@ int isOpen(const Job& job, bool& open) {
   return result;
 }
 
-int open(const Job& job, bool& opened) {
-  const int result = job_open_robot(job.socketFd, job.robotNum, job.name);
+int openJob(const Job& job, bool& opened) {
+  int result = isOpen(job, opened);
+  if (result != SUCCESS || opened) return result;
+  result = job_open_robot(job.socketFd, job.robotNum, job.name);
   return result == SUCCESS ? isOpen(job, opened) : result;
 }
 
 /// @param lines  receives how many the job has that there is then; -1 when there is none
-int create(const Job& job, int& lines) {
+int createJob(const Job& job, int& lines) {
   lines = -1;
   int result = job_create_robot(job.socketFd, job.robotNum, job.name);
   bool opened = false;
-  if (result == SUCCESS) result = open(job, opened);
+  if (result == SUCCESS) result = openJob(job, opened);
   if (result == SUCCESS && opened) result = job_get_command_total_lines_robot(job.socketFd, job.robotNum, lines);
   return result;
 }
@@ -127,7 +129,7 @@ int createAnew(const Job& job, int& lines) {
   int result = isOpen(job, there);
   for (int attempt = 0; attempt < 2 && result == SUCCESS; ++attempt) {
     if (there) result = job_delete_robot(job.socketFd, job.robotNum, job.name);
-    if (result == SUCCESS) result = create(job, lines);
+    if (result == SUCCESS) result = createJob(job, lines);
     if (lines <= 0) break;
     there = true;
   }
@@ -174,19 +176,22 @@ int firstLost(const Job& job, int certain, int present, const Wanted& wanted) {
   return std::max(certain, present) + 1;
 }
 
-int append(const Job& job, const std::vector<ProgramLine>& lines, int& line, std::string& problem) {
+int appendLines(const Job& job, const std::vector<ProgramLine>& lines, int& line, std::string& problem) {
   Refusals refusals(job);
   int result = refusals.begin();
   if (result != SUCCESS) return result;
   line = 0;
   problem.clear();
   int certain = 0;
-  result = job_get_command_total_lines_robot(job.socketFd, job.robotNum, certain);
+  bool opened = false;
+  result = openJob(job, opened);
+  if (result == SUCCESS && !opened) result = OPERATION_NOT_ALLOWED;
+  if (result == SUCCESS) result = job_get_command_total_lines_robot(job.socketFd, job.robotNum, certain);
   if (result != SUCCESS) {
-    problem = refusals.text(status_text(result));
+    problem = refusals.text(result == OPERATION_NOT_ALLOWED ? "there is no job " + job.name : status_text(result));
     return result;
   }
-  if (certain < 0 || certain > mostLinesThere) {
+  if (certain < 0 || certain > mostJobLines) {
     problem = "the controller says that the job has " + std::to_string(certain) + " lines";
     return EXCEPTION;
   }
@@ -201,7 +206,7 @@ int append(const Job& job, const std::vector<ProgramLine>& lines, int& line, std
   for (int number = before + 1; number <= last; ++number) {
     const bool looks = number - certain == batch || number == last;
     int present = number;
-    result = insert(job, number, lineAt(number));
+    result = insertLine(job, number, lineAt(number));
     if (result == SUCCESS && looks) result = job_get_command_total_lines_robot(job.socketFd, job.robotNum, present);
     if (result != SUCCESS) return failed(number, result, status_text(result));
     if (present != number) {
@@ -213,15 +218,18 @@ int append(const Job& job, const std::vector<ProgramLine>& lines, int& line, std
   return SUCCESS;
 }
 
-int upload(const Job& job, const std::vector<ProgramLine>& lines, int& line, std::string& problem) {
+int uploadLines(const Job& job, const std::vector<ProgramLine>& lines, int& line, std::string& problem) {
   Refusals refusals(job);
   int present = 0;
   int result = refusals.begin();
   if (result != SUCCESS) return result;
   result = createAnew(job, present);
-  if (result == SUCCESS && present == 0) return append(job, lines, line, problem);
+  if (result == SUCCESS && present == 0) return appendLines(job, lines, line, problem);
+  std::string otherwise = status_text(result);
+  if (result == SUCCESS) otherwise = "there is no empty job " + job.name;
+  if (result == PARAM_ERR) otherwise = "a job cannot be called " + job.name;
   line = 0;
-  problem = refusals.text(result == SUCCESS ? "there is no empty job " + job.name : status_text(result));
+  problem = refusals.text(otherwise);
   return result == SUCCESS ? static_cast<int>(OPERATION_NOT_ALLOWED) : result;
 }
 
@@ -253,22 +261,22 @@ void compareValues(const Json::Value& sent, const Json::Value& shown, const std:
 }
 
 /// "" when there is no difference. Of many the first are told.
-std::string difference(const ProgramLine& line, int type, const std::string& content) {
+std::string lineDifference(const ProgramLine& line, int type, const std::string& content) {
   constexpr std::size_t mostTold = 3;
   if (type != line.type) return lineName(type);
   Json::Value shown;
   if (!parseJson(content, shown) || !shown.isObject()) return {};
   std::vector<std::string> differences;
-  compareValues(written(line), shown, "", differences);
+  compareValues(writtenLine(line), shown, "", differences);
   std::string text;
   for (std::size_t i = 0; i < std::min(mostTold, differences.size()); ++i)
     text += (i == 0 ? "" : "; ") + differences[i];
   return differences.size() > mostTold ? text + "; and more" : text;
 }
 
-int compare(const Job& job, const std::vector<ProgramLine>& lines, std::vector<std::string>& differences) {
+int compareLines(const Job& job, const std::vector<ProgramLine>& lines, std::vector<std::string>& differences) {
   bool opened = false;
-  int result = open(job, opened);
+  int result = openJob(job, opened);
   if (result != SUCCESS) return result;
   differences.clear();
   if (!opened) {
@@ -282,27 +290,28 @@ int compare(const Job& job, const std::vector<ProgramLine>& lines, std::vector<s
     std::string content;
     result = job_get_command_content_by_line_robot(job.socketFd, job.robotNum, number, type, content);
     const ProgramLine& line = lines[std::size_t(number - 1)];
-    const std::string found = result == SUCCESS ? difference(line, type, content) : "";
+    const std::string found = result == SUCCESS ? lineDifference(line, type, content) : "";
     if (!found.empty()) differences.push_back("line " + std::to_string(number) + ", " + textOf(line) + ": " + found);
   }
   if (result == SUCCESS && total != static_cast<int>(lines.size()))
     differences.push_back("the job has " + std::to_string(total) + " lines, not " + std::to_string(lines.size()));
-  return result;
+  if (result == SUCCESS) result = isOpen(job, opened);
+  return result == SUCCESS && !opened ? static_cast<int>(OPERATION_NOT_ALLOWED) : result;
 }
 
 }  // namespace
 
-int program_append_robot(SOCKETFD socketFd, int robotNum, const std::vector<ProgramLine>& lines, int& line,
-                         std::string& problem) {
-  return guarded<int>(EXCEPTION, [&] { return append({socketFd, robotNum, ""}, lines, line, problem); });
+int program_append_robot(SOCKETFD socketFd, int robotNum, const std::string& name,
+                         const std::vector<ProgramLine>& lines, int& line, std::string& problem) {
+  return guarded<int>(EXCEPTION, [&] { return appendLines({socketFd, robotNum, name}, lines, line, problem); });
 }
 
 int program_upload_robot(SOCKETFD socketFd, int robotNum, const std::string& name,
                          const std::vector<ProgramLine>& lines, int& line, std::string& problem) {
-  return guarded<int>(EXCEPTION, [&] { return upload({socketFd, robotNum, name}, lines, line, problem); });
+  return guarded<int>(EXCEPTION, [&] { return uploadLines({socketFd, robotNum, name}, lines, line, problem); });
 }
 
 int program_compare_robot(SOCKETFD socketFd, int robotNum, const std::string& name,
                           const std::vector<ProgramLine>& lines, std::vector<std::string>& differences) {
-  return guarded<int>(EXCEPTION, [&] { return compare({socketFd, robotNum, name}, lines, differences); });
+  return guarded<int>(EXCEPTION, [&] { return compareLines({socketFd, robotNum, name}, lines, differences); });
 }

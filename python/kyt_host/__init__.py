@@ -17,6 +17,7 @@ from .controller import Controller, connect
 from .errors import BadArgument, Error, MotionFailed, NoReply, NotConnected, Refused, TimedOut
 from .files import Files
 from .ports import Condition, Port
+from .program import Program
 from .recording import Recording
 from .robot import Motion, Robot, Waypoint
 from .values import Alarm, CoordinateSystem, MessageKind, OperatingMode, Pose, RunningState, Sample, ServoState, State
@@ -38,6 +39,7 @@ __all__ = [
     "OperatingMode",
     "Port",
     "Pose",
+    "Program",
     "Recording",
     "Refused",
     "Robot",

@@ -6,13 +6,14 @@ import logging
 import threading
 import weakref
 from types import TracebackType
-from typing import Any, Callable, Dict, List, Optional, Set, Type
+from typing import Any, Callable, Dict, List, Optional, Sequence, Set, Type
 
 import _kyt_host as flat
 
 from .errors import NotConnected, check
 from .files import Files
 from .ports import AnalogInput, AnalogOutput, DigitalInput, DigitalOutput, Inputs, Outputs
+from .program import Program
 from .robot import Robot
 from .values import Alarm, MessageKind
 from .waiting import Waiting
@@ -150,6 +151,13 @@ class Controller:
         """One of its robots, 1 to 4."""
         return Robot(self, number)
 
+    def program(self, name: str, robot: int = 1) -> Program:
+        """An empty program for a robot.
+
+        :param name: of its job: ASCII letters and digits, not beginning with a digit
+        """
+        return Program(self, name, self.robot(robot))
+
     @property
     def id(self) -> str:
         """What the controller says that it is."""
@@ -234,6 +242,27 @@ class Controller:
         check(operation, status)
         check(operation, answered)
         return int(number)
+
+    def attempt(
+        self,
+        operation: str,
+        robot: int,
+        function: Callable[..., Sequence[Any]],
+        *arguments: Any,
+        overcomes: bool = False,
+    ) -> None:
+        """Calls one that finds out by itself whether it is refused, and returns its status first and the reason last.
+
+        :param overcomes: whether it goes on after refusals: they are no alarms then, either
+        """
+        with self._turn:
+            _, number = flat.get_messages(self.handle, -1, [])
+            status, *_, reason = function(self.handle, *arguments)
+            if status == flat.OPERATION_NOT_ALLOWED or (status == flat.SUCCESS and overcomes):
+                refusals: List[flat.SystemMessage] = []
+                flat.find_refusals_robot(self.handle, robot, number, refusals)
+                self._refused.update(each.number for each in refusals)
+        check(operation, status, reason)
 
     def patience(self, operation: str) -> Callable[[int], bool]:
         """What decides whether a look, by its status, was a good one: a wait goes on while a connection is restored.

@@ -48,6 +48,9 @@ class Case:
         self.robot.clear()
         self.robot.power_on()
 
+    def diff(self):
+        return self.built.diff()
+
     def done(self):
         return self.motion.done
 
@@ -97,6 +100,11 @@ class Case:
     def power_on(self):
         self.robot.power_on()
 
+    def program(self, name, steps):
+        self.built = self.cell.program(name)
+        self.add_steps(steps)
+        return str(self.built)
+
     def progress(self):
         return self.motion.progress
 
@@ -108,6 +116,9 @@ class Case:
 
     def run(self, job, times=1):
         self.motion = self.robot.run(job, times)
+
+    def run_program(self):
+        self.motion = self.built.run()
 
     def set_output(self, port, value):
         self.cell.outputs[port] = value
@@ -121,11 +132,44 @@ class Case:
     def until_alarms(self, count):
         self.cell.until(lambda: len(self.cell.alarms) == count).wait(5)
 
+    def upload(self):
+        self.built.upload()
+
     def wait(self, seconds):
         self.motion.wait(seconds)
 
     def wait_input(self, port, value, seconds):
         self.cell.inputs[port].wait_for(value, seconds)
+
+    def add_steps(self, steps):
+        """Steps of a program as the table has them: ["if", ["inputs", 3, 1], [steps], [steps]]."""
+        program = self.built
+        for kind, *with_ in steps:
+            if kind == "call":
+                program.call(program)
+            elif kind == "if_else":
+                self.block(program.if_, *with_[:2])
+                self.block(lambda _: program.else_(), None, with_[2])
+            elif kind in ("if", "while", "loop"):
+                self.block(getattr(program, kind if kind == "loop" else kind + "_"), *with_)
+            elif kind in ("smoothing", "tool", "user_frame"):
+                setattr(program, kind, with_[0])
+            elif kind == "move_to":
+                program.move_to(*with_, 100, kyt.CoordinateSystem.USER)
+            elif kind.startswith("move_"):
+                getattr(program, kind)(*with_, 100)
+            elif kind == "wait_for":
+                program.wait_for(self.condition(*with_[0]), with_[1])
+            else:
+                getattr(program, kind)(*with_)
+
+    def block(self, opened, told, steps):
+        with opened(self.condition(*told) if isinstance(told, list) else told):
+            self.add_steps(steps)
+
+    def condition(self, ports, number, value):
+        port = getattr(self.cell, ports)[number]
+        return {"inputs": port.__eq__, "outputs": port.__ne__, "analog_inputs": port.__ge__}[ports](value)
 
 
 def near(one, other):

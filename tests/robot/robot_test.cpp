@@ -20,6 +20,7 @@
 #include <nlohmann/json.hpp>
 
 #include "kyt_host/kyt_host.h"
+#include "tests/robot/program_steps.h"
 #include "tests/support/controller_fixture.h"
 #include "virtual_controller/outside/commands.h"
 
@@ -143,6 +144,7 @@ class Robots : public ControllerTest, public testing::WithParamInterface<Case> {
         {"checked", [&] { return cell->set_checked(with[0]), Value(); }},
         {"clear", [&] { return robot.clear(), Value(); }},
         {"clear_after_error", [&] { return robot.power_off(), robot.clear(), robot.power_on(), Value(); }},
+        {"diff", [&] { return Value(program->diff()); }},
         {"done", [&] { return Value(motion->done()); }},
         {"follow", [&] { return follow(with[0], with[1]); }},
         {"joints", [&] { return Value(robot.joints()); }},
@@ -160,6 +162,13 @@ class Robots : public ControllerTest, public testing::WithParamInterface<Case> {
         {"pause", [&] { return robot.pause(), Value(); }},
         {"power_off", [&] { return robot.power_off(), Value(); }},
         {"power_on", [&] { return robot.power_on(), Value(); }},
+        {"program",
+         [&] {
+           program.emplace(cell->program(with[0]));
+           ProgramSteps(*cell, *program).add(with[1]);
+           std::string text = program->text();
+           return Value(text.substr(0, text.find_last_not_of('\n') + 1));
+         }},
         {"progress", [&] { return Value(motion->progress()); }},
         {"queue_length",
          [&] {
@@ -169,6 +178,7 @@ class Robots : public ControllerTest, public testing::WithParamInterface<Case> {
          }},
         {"resume", [&] { return robot.resume(), Value(); }},
         {"run", [&] { return keep(robot.run(with[0], with.size() > 1 ? with[1].get<int>() : 1)); }},
+        {"run_program", [&] { return keep(program->run()); }},
         {"set_output", [&] { return cell->outputs[with[0]] = with[1] != 0, Value(); }},
         {"sleep", [&] { return std::this_thread::sleep_for(seconds(0)), Value(); }},
         {"stop", [&] { return robot.stop(), Value(); }},
@@ -177,6 +187,7 @@ class Robots : public ControllerTest, public testing::WithParamInterface<Case> {
            const auto arrived = [&] { return cell->alarms().size() == with[0].get<std::size_t>(); };
            return cell->until(arrived).wait(kyt::Seconds(5)), Value();
          }},
+        {"upload", [&] { return program->upload(), Value(); }},
         {"wait", [&] { return motion->wait(seconds(0)), Value(); }},
         {"wait_input", [&] { return cell->inputs[with[0]].wait_for(with[1], seconds(2)), Value(); }},
     };
@@ -185,6 +196,7 @@ class Robots : public ControllerTest, public testing::WithParamInterface<Case> {
 
   std::optional<kyt::Controller> cell;
   std::optional<kyt::Motion> motion;
+  std::optional<kyt::Program> program;
 };
 
 }  // namespace

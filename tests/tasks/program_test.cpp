@@ -267,18 +267,18 @@ TEST_F(Program, TellsWhichLineTheControllerRefusesAndWhy) {
   const auto lines = compiled(steps);
   ASSERT_EQ(upload(lines), SUCCESS);
   EXPECT_EQ(problem + std::to_string(line), "0");
-  EXPECT_EQ(program_append(robot, compiled({wait(2), unknownTool}), line, problem), OPERATION_NOT_ALLOWED);
+  EXPECT_EQ(program_append(robot, "PICK", compiled({wait(2), unknownTool}), line, problem), OPERATION_NOT_ALLOWED);
   EXPECT_EQ(line, 47);
   expectRejected.refused += 1;
   const auto hasLines = [&](const char* count) {
     controller.answer(Strategy::GetJobTotalLines, Strategy::JobTotalLinesReply, R"({"totalLines":)" + (count + "}"s));
   };
   hasLines("50");  // and then 46 again
-  EXPECT_EQ(program_append(robot, compiled({wait(2)}), line, problem), OPERATION_NOT_ALLOWED);
+  EXPECT_EQ(program_append(robot, "PICK", compiled({wait(2)}), line, problem), OPERATION_NOT_ALLOWED);
   EXPECT_EQ(line, 51);
   expectRejected.refused += 1;
   hasLines("2147483647");
-  EXPECT_EQ(program_append(robot, compiled({wait(2)}), line, problem), EXCEPTION);
+  EXPECT_EQ(program_append(robot, "PICK", compiled({wait(2)}), line, problem), EXCEPTION);
   EXPECT_EQ(differences(lines), std::vector<std::string>({"the job has 46 lines, not 45"}));
   job_run(robot, "PICK");
   EXPECT_EQ(upload({}), OPERATION_NOT_ALLOWED);
@@ -286,6 +286,10 @@ TEST_F(Program, TellsWhichLineTheControllerRefusesAndWhy) {
   expectRejected.refused += 4;  // to delete it and to make it, twice
   job_stop(robot);
   EXPECT_EQ(program_upload(robot, "no name", {}, line, problem), PARAM_ERR);
+  EXPECT_EQ(problem, "a job cannot be called no name");
+  EXPECT_EQ(program_append(robot, "OTHER", {}, line, problem), OPERATION_NOT_ALLOWED);
+  EXPECT_EQ(problem, "job_open: there is no job OTHER");
+  expectRejected.refused += 1;
   EXPECT_EQ(program_upload(robot, "OTHER", {ProgramLine()}, line, problem), PARAM_ERR);
   EXPECT_EQ(std::to_string(line) + problem, "1line 1, a line of type 0: an argument is refused");
   EXPECT_EQ(program_upload(0, "OTHER", {}, line, problem), DISCONNECT);

@@ -49,6 +49,20 @@ void ControllerState::checkCommand(const char* operation, int robotNum, int stat
   kyt::check(operation, answered);
 }
 
+void ControllerState::attempt(const char* operation, int robotNum, const std::function<int(std::string& reason)>& send,
+                              bool overcomes) {
+  const std::lock_guard lock(turn);
+  std::vector<SystemMessage> refusals;
+  std::string reason;
+  int number = -1;
+  get_messages(socketFd, number, refusals);
+  const int status = closed ? static_cast<int>(DISCONNECT) : send(reason);
+  if (status == OPERATION_NOT_ALLOWED || (status == SUCCESS && overcomes))
+    find_refusals_robot(socketFd, robotNum, number, refusals);
+  for (const SystemMessage& refusal : refusals) refused.insert(refusal.number);
+  kyt::check(operation, status, reason);
+}
+
 bool ControllerState::tolerates(const char* operation, int status, int& silent) const {
   const bool hopes = reconnect && !closed;
   if (status == RECEIVE_FAILED && (++silent < 2 || (hopes && get_connection_status(socketFd) == DISCONNECT)))

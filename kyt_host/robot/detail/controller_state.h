@@ -33,6 +33,12 @@ struct ControllerState : std::enable_shared_from_this<ControllerState> {
   /// @param number  of the last message before it
   void checkCommand(const char* operation, int robotNum, int status, int& number);
 
+  /// Sends what finds out by itself whether it is refused, and throws when it says so.
+  /// @param send       receives the reason
+  /// @param overcomes  whether it goes on after refusals: they are no alarms then, either
+  void attempt(const char* operation, int robotNum, const std::function<int(std::string& reason)>& send,
+               bool overcomes = false);
+
   /// What is done again and again can wait for a connection to be restored, and for one reply that got lost.
   /// @param silent  how often in a row no reply has come
   /// @return whether the look was a good one; throws when there is nothing to hope for
