@@ -190,6 +190,7 @@ class Robots(unittest.TestCase):
         logging.getLogger("kyt_host").setLevel(logging.CRITICAL)
 
     def test_whoever_connects_fails_with_a_reason(self):
+        flat.set_diagnostics_handler(kyt.controller._on_diagnostics)  # which another test may have taken away
         with self.assertRaisesRegex(kyt.NotConnected, "127.0.0.1:1: Connection refused"):
             kyt.connect("127.0.0.1:1")
         robot = self.robot
