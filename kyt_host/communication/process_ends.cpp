@@ -12,8 +12,8 @@
 
 #include "kyt_host/communication/communication_manager.h"
 #include "kyt_host/communication/detail/callback_queue.h"
-#include "kyt_host/detail/quiet_thread.h"
 #include "kyt_host/communication/detail/watcher.h"
+#include "kyt_host/detail/quiet_thread.h"
 
 using namespace kyt_host::detail;
 

@@ -61,8 +61,8 @@ class KYT_HOST_API RecvRobotState : public MessageBaseStrategy {
   std::vector<Follower*> followers_;
 };
 
-/// Errors and warnings that the controller pushes: handed to the callbacks, and the latest are kept. Nobody can wait for
-/// them.
+/// Errors and warnings that the controller pushes: handed to the callbacks, and the latest are kept. Nobody can wait
+/// for them.
 class KYT_HOST_API ReceiveSystemMessage : public MessageBaseStrategy {
  public:
   using Callback = void (*)(int kind, const char* data, int code);

@@ -91,6 +91,7 @@ void Controller::set_poll_interval(Seconds interval) const { state_->pollInterva
 
 std::vector<Alarm> Controller::alarms() const {
   const std::lock_guard lock(state_->turn);
+  state_->takeInAlarms();
   return state_->alarms;
 }
 

@@ -23,8 +23,8 @@ struct Asked : Watched {
 };
 
 std::string inTime(Seconds timeout) {
-  std::string seconds = std::to_string(std::llround(timeout.count() * 1000) / 1000.0);  // has its digits after a comma
-  seconds.erase(seconds.find_last_not_of('0') + 1);                                     // or a point, as the locale has
+  std::string seconds = std::to_string(std::round(timeout.count() * 1000) / 1000);  // has its digits after a comma
+  seconds.erase(seconds.find_last_not_of('0') + 1);                                 // or a point, as the locale has
   if (seconds.back() < '0' || seconds.back() > '9') seconds.pop_back();
   return "not within " + seconds + " s";
 }

@@ -103,6 +103,7 @@ class Controller:
         self._close = weakref.finalize(self, flat.disconnect_robot, handle)
         self._turn = threading.RLock()  # one command after the other, so that a refusal belongs to somebody
         self._alarms: List[Alarm] = []
+        self._untold: List[Alarm] = []  # what has been taken in, and whoever listens has not heard of
         self._refused: Set[int] = set()  # numbers of messages that have been raised
         self._told: int = flat.get_messages(handle, -1, [])[1]
         self._motions: Dict[int, int] = {}  # of each robot, counted, so that an earlier one knows that it is over
@@ -175,6 +176,7 @@ class Controller:
     def alarms(self) -> List[Alarm]:
         """The errors that the controller has raised since it was connected, but for those cleared by ``robot.clear``."""
         with self._turn:
+            self._take_in_alarms()
             return list(self._alarms)
 
     def on_alarm(self, callback: Optional[Callable[[Alarm], object]]) -> None:
@@ -192,21 +194,27 @@ class Controller:
         """Installs what is called when the connection has been restored."""
         check("on_restored", flat.set_connection_restored_callback(self.handle, _without_handle(callback)))
 
+    def _take_in_alarms(self) -> None:
+        """Takes in what has been raised since the last time, and was no refusal. For who has the turn."""
+        messages: List[flat.SystemMessage] = []
+        status, told = flat.get_messages(self.handle, self._told, messages)
+        if status != flat.SUCCESS:
+            return
+        self._told = told
+        for each in messages:
+            if each.number in self._refused:
+                self._refused.remove(each.number)
+                continue
+            alarm = Alarm(each.kind, each.code, each.robot, each.text, each.time)
+            self._untold.append(alarm)
+            if alarm.kind == MessageKind.ERROR:
+                self._alarms.append(alarm)
+        del self._alarms[:-_MOST_ALARMS]
+
     def _tell_alarms(self) -> None:
-        news: List[Alarm] = []
         with self._turn:  # a command that has been refused says so itself
-            messages: List[flat.SystemMessage] = []
-            status, told = flat.get_messages(self.handle, self._told, messages)
-            if status != flat.SUCCESS:
-                return
-            self._told = told
-            for each in messages:
-                if each.number in self._refused:
-                    self._refused.remove(each.number)
-                    continue
-                news.append(Alarm(each.kind, each.code, each.robot, each.text, each.time))
-            self._alarms += [alarm for alarm in news if alarm.kind == MessageKind.ERROR]
-            del self._alarms[:-_MOST_ALARMS]
+            self._take_in_alarms()
+            news, self._untold = self._untold, []
         for alarm in news:
             log.warning("robot %d: %s (%d)", alarm.robot, alarm.text, alarm.code)
             if self._on_alarm is not None:

@@ -76,7 +76,8 @@ class Robot:
         """Clears its errors, and its alarms."""
         self._command("clear", flat.clear_error_robot)
         with self.controller._turn:
-            self.controller._alarms = [each for each in self.controller._alarms if each.robot not in (0, self.number)]
+            left = [each for each in self.controller.alarms if each.robot not in (0, self.number)]
+            self.controller._alarms = left
 
     # --- what it is doing
 

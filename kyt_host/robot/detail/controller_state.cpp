@@ -73,19 +73,24 @@ bool ControllerState::tolerates(const char* operation, int status, int& silent) 
   return true;
 }
 
+void ControllerState::takeInAlarms() {
+  std::vector<SystemMessage> messages;
+  if (get_messages(socketFd, told, messages) != SUCCESS) return;
+  for (const SystemMessage& message : messages) {
+    if (refused.erase(message.number) > 0) continue;
+    if (message.kind == static_cast<int>(MessageKind::Error)) alarms.push_back(message);
+    untold.push_back(message);
+  }
+  constexpr std::size_t mostKept = 256;
+  if (alarms.size() > mostKept) alarms.erase(alarms.begin(), alarms.end() - mostKept);
+}
+
 void ControllerState::tellAlarms() {
   std::vector<SystemMessage> news;
   {
     const std::lock_guard lock(turn);  // a command that has been refused says so itself
-    std::vector<SystemMessage> messages;
-    if (get_messages(socketFd, told, messages) != SUCCESS) return;
-    for (const SystemMessage& message : messages) {
-      if (refused.erase(message.number) > 0) continue;
-      if (message.kind == static_cast<int>(MessageKind::Error)) alarms.push_back(message);
-      news.push_back(message);
-    }
-    constexpr std::size_t mostKept = 256;
-    if (alarms.size() > mostKept) alarms.erase(alarms.begin(), alarms.end() - mostKept);
+    takeInAlarms();
+    news.swap(untold);
   }
   for (const SystemMessage& message : news) onAlarm(message);
 }

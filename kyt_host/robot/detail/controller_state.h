@@ -44,7 +44,9 @@ struct ControllerState : std::enable_shared_from_this<ControllerState> {
   /// @return whether the look was a good one; throws when there is nothing to hope for
   bool tolerates(const char* operation, int status, int& silent) const;
 
-  /// What has been raised since the last time, and was no refusal: told to whoever listens.
+  /// Takes in what has been raised since the last time, and was no refusal. For who has the turn.
+  void takeInAlarms();
+  /// The same, and tells it to whoever listens.
   void tellAlarms();
 
   kyt::Seconds interval() const { return kyt::Seconds(pollInterval); }
@@ -62,6 +64,7 @@ struct ControllerState : std::enable_shared_from_this<ControllerState> {
 
   std::mutex turn;  ///< one command after the other, so that a refusal belongs to somebody; guards the rest
   std::vector<SystemMessage> alarms;
+  std::vector<SystemMessage> untold;  ///< what has been taken in, and whoever listens has not heard of
   int told = 0;
   std::set<int> refused;  ///< numbers of messages that have been thrown
 };
