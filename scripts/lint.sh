@@ -45,9 +45,10 @@ formatted=("${sources[@]}" "${headers[@]}")
 if [[ $fix ]] && ((${#formatted[@]})); then
   clang-format -i "${formatted[@]}"
 fi
-echo "rooms, operations, shellcheck, clang-format ..."
+echo "rooms, operations, examples, shellcheck, clang-format ..."
 scripts/check_rooms.py
 scripts/check_operations.py
+scripts/check_compare.py
 shellcheck -x .ci/run scripts/*.sh tests/consumer/*.sh
 ((${#formatted[@]} == 0)) || clang-format --dry-run -Werror "${formatted[@]}"
 echo "mypy ..."

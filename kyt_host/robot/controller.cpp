@@ -18,9 +18,13 @@ constexpr int reconnectIntervalMs = 1000;
 
 int milliseconds(Seconds time) { return static_cast<int>(std::clamp(time.count() * 1000, 0.0, 1e9)); }
 
-std::shared_ptr<ControllerState> stateOf(const std::string& host, const Options& options) {
-  const SOCKETFD handle = connect_robot_within(host, options.port, std::max(1, milliseconds(options.timeout)));
-  if (handle < 0) throw NotConnected("connect", DISCONNECT, host + ":" + options.port + " cannot be reached");
+std::shared_ptr<ControllerState> stateOf(const std::string& address, const Options& options) {
+  const auto colon = address.find(':');
+  const bool hasPort = colon != std::string::npos && colon == address.rfind(':');  // an address of IPv6 has several
+  const std::string host = hasPort ? address.substr(0, colon) : address;
+  const std::string port = hasPort ? address.substr(colon + 1) : options.port;
+  const SOCKETFD handle = connect_robot_within(host, port, std::max(1, milliseconds(options.timeout)));
+  if (handle < 0) throw NotConnected("connect", DISCONNECT, host + ":" + port + " cannot be reached");
   auto state = std::make_shared<ControllerState>(handle, options.reconnect);
   set_reconnect(handle, options.reconnect);
   set_reconnect_interval(handle, reconnectIntervalMs);
@@ -91,7 +95,7 @@ void Controller::set_poll_interval(Seconds interval) const { state_->pollInterva
 
 std::vector<Alarm> Controller::alarms() const {
   const std::lock_guard lock(state_->turn);
-  state_->takeInAlarms();
+  state_->gatherAlarms();  // a wait may have failed by one that is not told yet
   return state_->alarms;
 }
 

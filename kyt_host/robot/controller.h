@@ -34,7 +34,7 @@ struct Options {
 class KYT_HOST_API Controller {
  public:
   /// Throws NotConnected.
-  /// @param host  address or name
+  /// @param host  address or name; "host:port" as well
   explicit Controller(const std::string& host, const Options& options = {});
   ~Controller();
   Controller(Controller&& other) noexcept;
@@ -76,7 +76,8 @@ class KYT_HOST_API Controller {
   /// The errors that the controller has raised since it was connected, without those that `Robot::clear` has cleared.
   std::vector<Alarm> alarms() const;
 
-  /// What is called for each alarm, warnings included; an empty function takes it away. On a thread of the connection.
+  /// What is called for each alarm, warnings included; an empty function takes it away. On a thread of the connection,
+  /// where what it throws ends as a line of diagnostics.
   void on_alarm(std::function<void(const Alarm& alarm)> callback) const;
   /// What is called when the connection has broken, and when it is restored.
   void on_lost(std::function<void()> callback) const;

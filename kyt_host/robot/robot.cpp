@@ -121,9 +121,10 @@ void Robot::power_off() const {
 }
 
 void Robot::clear() const {
-  state_->command("clear", number_, [&] { return clear_error_robot(state_->socketFd, number_); });
+  if (servo_state() != ServoState::Running)  // with power on there is none, and the request is refused
+    state_->command("clear", number_, [&] { return clear_error_robot(state_->socketFd, number_); });
   const std::lock_guard lock(state_->turn);
-  state_->takeInAlarms();
+  state_->gatherAlarms();
   auto& alarms = state_->alarms;
   const auto isOurs = [&](const SystemMessage& alarm) { return alarm.robot == number_ || alarm.robot == 0; };
   alarms.erase(std::remove_if(alarms.begin(), alarms.end(), isOurs), alarms.end());

@@ -65,7 +65,7 @@ def connect(
     :param heartbeat: s of silence after which the controller is asked whether it is there: three times, and then the
         connection counts as broken. 0: never
     """
-    if ":" in host:
+    if host.count(":") == 1:  # an address of IPv6 has several
         host, _, port = host.rpartition(":")
     _connecting.lines = []
     try:
@@ -103,9 +103,9 @@ class Controller:
         self._close = weakref.finalize(self, flat.disconnect_robot, handle)
         self._turn = threading.RLock()  # one command after the other, so that a refusal belongs to somebody
         self._alarms: List[Alarm] = []
-        self._untold: List[Alarm] = []  # what has been taken in, and whoever listens has not heard of
         self._refused: Set[int] = set()  # numbers of messages that have been raised
-        self._told: int = flat.get_messages(handle, -1, [])[1]
+        self._untold: List[Alarm] = []
+        self._gathered: int = flat.get_messages(handle, -1, [])[1]
         self._motions: Dict[int, int] = {}  # of each robot, counted, so that an earlier one knows that it is over
         self._on_alarm: Optional[Callable[[Alarm], object]] = None
         flat.set_reconnect(handle, reconnect)
@@ -176,13 +176,14 @@ class Controller:
     def alarms(self) -> List[Alarm]:
         """The errors that the controller has raised since it was connected, but for those cleared by ``robot.clear``."""
         with self._turn:
-            self._take_in_alarms()
+            self._gather_alarms()  # a wait may have failed by one that is not told yet
             return list(self._alarms)
 
     def on_alarm(self, callback: Optional[Callable[[Alarm], object]]) -> None:
         """Installs what is called for each alarm, warnings included; None takes it away.
 
-        On a thread of the connection. Alarms go to ``logging.getLogger("kyt_host")`` as well.
+        On a thread of the connection. Alarms go to ``logging.getLogger("kyt_host")`` as well, and so does what the
+        callback raises.
         """
         self._on_alarm = callback
 
@@ -194,13 +195,13 @@ class Controller:
         """Installs what is called when the connection has been restored."""
         check("on_restored", flat.set_connection_restored_callback(self.handle, _without_handle(callback)))
 
-    def _take_in_alarms(self) -> None:
-        """Takes in what has been raised since the last time, and was no refusal. For who has the turn."""
+    def _gather_alarms(self) -> None:
+        """With the turn: adds what has been raised since the last time, and was no refusal."""
         messages: List[flat.SystemMessage] = []
-        status, told = flat.get_messages(self.handle, self._told, messages)
+        status, number = flat.get_messages(self.handle, self._gathered, messages)
         if status != flat.SUCCESS:
             return
-        self._told = told
+        self._gathered = number
         for each in messages:
             if each.number in self._refused:
                 self._refused.remove(each.number)
@@ -213,12 +214,12 @@ class Controller:
 
     def _tell_alarms(self) -> None:
         with self._turn:  # a command that has been refused says so itself
-            self._take_in_alarms()
+            self._gather_alarms()
             news, self._untold = self._untold, []
         for alarm in news:
             log.warning("robot %d: %s (%d)", alarm.robot, alarm.text, alarm.code)
             if self._on_alarm is not None:
-                self._on_alarm(alarm)
+                _call_user(self._on_alarm, alarm)
 
     # --- what robots and ports are made of
 
@@ -299,4 +300,12 @@ def _without_handle(callback: Optional[Callable[[], object]]) -> Optional[Callab
     if callback is None:
         return None
     call = callback
-    return lambda _handle: call()
+    return lambda _handle: _call_user(call)
+
+
+def _call_user(callback: Callable[..., object], *arguments: Any) -> None:
+    """What belongs to the application may raise: that is told, and what comes after it is not lost."""
+    try:
+        callback(*arguments)
+    except Exception:
+        log.exception("in a callback")

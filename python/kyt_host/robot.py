@@ -74,10 +74,11 @@ class Robot:
 
     def clear(self) -> None:
         """Clears its errors, and its alarms."""
-        self._command("clear", flat.clear_error_robot)
+        if self.servo_state != ServoState.RUNNING:  # with power on there is none, and the request is refused
+            self._command("clear", flat.clear_error_robot)
         with self.controller._turn:
-            left = [each for each in self.controller.alarms if each.robot not in (0, self.number)]
-            self.controller._alarms = left
+            self.controller._gather_alarms()
+            self.controller._alarms = [each for each in self.controller._alarms if each.robot not in (0, self.number)]
 
     # --- what it is doing
 
@@ -375,7 +376,7 @@ class Robot:
         tell = _bar(points) if progress is True else progress or (lambda _: None)
         self.controller.command("follow", self.number, flat.begin_queue_feed_robot, self.number, feed)
         controller._motions[self.number] = controller._motions.get(self.number, 0) + 1
-        silent = 0
+        silent, told = 0, -1
         try:
             while True:
                 batch = list(itertools.islice(left, feed.room))
@@ -392,7 +393,9 @@ class Robot:
                     check("follow", status)
                 if feed.reason:
                     raise MotionFailed("follow", feed.reason)
-                tell(feed.done)
+                if feed.done != told:
+                    tell(feed.done)
+                told = feed.done
                 if feed.over:
                     return
                 yield

@@ -54,8 +54,8 @@ class VirtualController:
             self._process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=output, stderr=output)
             deadline = time.monotonic() + self._timeout
             while True:
-                output.seek(0)
-                text = output.read().decode(errors="replace")
+                # What it writes goes where it left off: reading must not move that place.
+                text = os.pread(output.fileno(), 1 << 16, 0).decode(errors="replace")
                 ready = _READY.search(text)
                 if ready:
                     break

@@ -77,9 +77,7 @@ class Robots : public ControllerTest, public testing::WithParamInterface<Case> {
   Robots() : ControllerTest(quiet()) {}
 
   void SetUp() override {
-    kyt::Options options;
-    options.port = controller.port();
-    cell.emplace(controller.host(), options);
+    cell.emplace(controller.host() + ":" + controller.port());
     cell->robot().power_on();
     cell->robot().set_speed(100);
   }
@@ -143,7 +141,6 @@ class Robots : public ControllerTest, public testing::WithParamInterface<Case> {
          }},
         {"checked", [&] { return cell->set_checked(with[0]), Value(); }},
         {"clear", [&] { return robot.clear(), Value(); }},
-        {"clear_after_error", [&] { return robot.power_off(), robot.clear(), robot.power_on(), Value(); }},
         {"diff", [&] { return Value(program->diff()); }},
         {"done", [&] { return Value(motion->done()); }},
         {"follow", [&] { return follow(with[0], with[1]); }},

@@ -1,6 +1,7 @@
 #include "kyt_host/robot/detail/controller_state.h"
 
 #include "kyt_host/communication/connection_api.h"
+#include "kyt_host/detail/guarded.h"
 #include "kyt_host/robot/error.h"
 #include "kyt_host/tasks/motion_watch.h"
 
@@ -11,8 +12,8 @@ void ControllerState::listen() {
     if (const auto state = weak.lock()) use(*state);
   };
   std::vector<SystemMessage> none;
-  told = -1;
-  get_messages(socketFd, told, none);
+  gathered = -1;
+  get_messages(socketFd, gathered, none);
   set_message_callback(socketFd, [withState](SOCKETFD, int, const std::string&, int) {
     withState([](ControllerState& state) { state.tellAlarms(); });
   });
@@ -73,9 +74,9 @@ bool ControllerState::tolerates(const char* operation, int status, int& silent) 
   return true;
 }
 
-void ControllerState::takeInAlarms() {
+void ControllerState::gatherAlarms() {
   std::vector<SystemMessage> messages;
-  if (get_messages(socketFd, told, messages) != SUCCESS) return;
+  if (get_messages(socketFd, gathered, messages) != SUCCESS) return;
   for (const SystemMessage& message : messages) {
     if (refused.erase(message.number) > 0) continue;
     if (message.kind == static_cast<int>(MessageKind::Error)) alarms.push_back(message);
@@ -89,10 +90,10 @@ void ControllerState::tellAlarms() {
   std::vector<SystemMessage> news;
   {
     const std::lock_guard lock(turn);  // a command that has been refused says so itself
-    takeInAlarms();
+    gatherAlarms();
     news.swap(untold);
   }
-  for (const SystemMessage& message : news) onAlarm(message);
+  for (const SystemMessage& message : news) callUser([&] { onAlarm(message); });
 }
 
 }  // namespace kyt_host::detail

@@ -44,9 +44,10 @@ struct ControllerState : std::enable_shared_from_this<ControllerState> {
   /// @return whether the look was a good one; throws when there is nothing to hope for
   bool tolerates(const char* operation, int status, int& silent) const;
 
-  /// Takes in what has been raised since the last time, and was no refusal. For who has the turn.
-  void takeInAlarms();
-  /// The same, and tells it to whoever listens.
+  /// With the turn: adds to `alarms` what has been raised since the last time, and was no refusal.
+  void gatherAlarms();
+
+  /// The same, and tells whoever listens.
   void tellAlarms();
 
   kyt::Seconds interval() const { return kyt::Seconds(pollInterval); }
@@ -64,8 +65,8 @@ struct ControllerState : std::enable_shared_from_this<ControllerState> {
 
   std::mutex turn;  ///< one command after the other, so that a refusal belongs to somebody; guards the rest
   std::vector<SystemMessage> alarms;
-  std::vector<SystemMessage> untold;  ///< what has been taken in, and whoever listens has not heard of
-  int told = 0;
+  std::vector<SystemMessage> untold;
+  int gathered = 0;       ///< the number of the last message that is among them
   std::set<int> refused;  ///< numbers of messages that have been thrown
 };
 
