@@ -25,7 +25,7 @@ std::shared_ptr<ControllerState> stateOf(const std::string& address, const Optio
   const std::string port = hasPort ? address.substr(colon + 1) : options.port;
   const SOCKETFD handle = connect_robot_within(host, port, std::max(1, milliseconds(options.timeout)));
   if (handle < 0) throw NotConnected("connect", DISCONNECT, host + ":" + port + " cannot be reached");
-  auto state = std::make_shared<ControllerState>(handle, options.reconnect);
+  auto state = std::make_shared<ControllerState>(handle, host + ":" + port, options.reconnect);
   set_reconnect(handle, options.reconnect);
   set_reconnect_interval(handle, reconnectIntervalMs);
   set_fresh_replies(handle, true);
@@ -105,6 +105,7 @@ void Controller::on_alarm(std::function<void(const Alarm&)> callback) const {
 void Controller::on_lost(std::function<void()> callback) const { state_->onLost.set(std::move(callback)); }
 void Controller::on_restored(std::function<void()> callback) const { state_->onRestored.set(std::move(callback)); }
 
+std::string Controller::address() const { return state_->address; }
 SOCKETFD Controller::handle() const { return state_->socketFd; }
 
 Controller connect(const std::string& host, const Options& options) { return Controller(host, options); }

@@ -83,6 +83,8 @@ class KYT_HOST_API Controller {
   void on_lost(std::function<void()> callback) const;
   void on_restored(std::function<void()> callback) const;
 
+  /// As "host:port".
+  std::string address() const;
   /// For the functions of kyt_host.h.
   SOCKETFD handle() const;
 

@@ -117,7 +117,7 @@ void Robot::power_on() const {
 }
 
 void Robot::power_off() const {
-  state_->command("power_off", number_, [&] { return set_servo_poweroff_robot(state_->socketFd, number_); });
+  state_->urgentCommand("power_off", number_, [&] { return set_servo_poweroff_robot(state_->socketFd, number_); });
 }
 
 void Robot::clear() const {
@@ -284,7 +284,7 @@ void Robot::stop_jog(int axis) const {
 
 // Controllers stop a job and the queue by requests of their own.
 void Robot::stop() const {
-  state_->command("stop", number_, [&] {
+  state_->urgentCommand("stop", number_, [&] {
     job_stop_robot(state_->socketFd, number_);
     return queue_motion_stop_not_power_off_robot(state_->socketFd, number_);
   });

@@ -125,7 +125,7 @@ class KYT_HOST_API Robot {
   void jog(int axis, bool positive = true) const;
   void stop_jog(int axis) const;
 
-  /// Stops whatever moves it, with the servo on. `pause` holds it, `resume` goes on.
+  /// Stops whatever moves it, with the servo on, and waits for no other command. `pause` holds it, `resume` goes on.
   void stop() const;
   void pause() const;
   void resume() const;

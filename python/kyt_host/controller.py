@@ -75,7 +75,7 @@ def connect(
         _connecting.lines = None
     if handle < 0:
         raise NotConnected("connect", flat.DISCONNECT, f"{host}:{port}: {reason or 'cannot be reached'}")
-    return Controller(handle, reconnect, heartbeat)
+    return Controller(handle, f"{host}:{port}", reconnect, heartbeat)
 
 
 class Controller:
@@ -85,9 +85,11 @@ class Controller:
     callbacks.
     """
 
-    def __init__(self, handle: int, reconnect: bool = True, heartbeat: float = 0.0) -> None:
+    def __init__(self, handle: int, address: str, reconnect: bool = True, heartbeat: float = 0.0) -> None:
         #: for the functions of ``_kyt_host``
         self.handle = handle
+        #: "host:port"
+        self.address = address
         #: whether each command asks one thing more, and raises Refused when the controller has refused it; otherwise
         #: refusals are alarms
         self.checked = True
@@ -105,7 +107,7 @@ class Controller:
         self._alarms: List[Alarm] = []
         self._refused: Set[int] = set()  # numbers of messages that have been raised
         self._untold: List[Alarm] = []
-        self._gathered: int = flat.get_messages(handle, -1, [])[1]
+        self._gathered: int = self._latest_message()
         self._motions: Dict[int, int] = {}  # of each robot, counted, so that an earlier one knows that it is over
         self._on_alarm: Optional[Callable[[Alarm], object]] = None
         flat.set_reconnect(handle, reconnect)
@@ -120,6 +122,9 @@ class Controller:
                 method()
 
         flat.set_message_callback(handle, on_message)
+
+    def __repr__(self) -> str:
+        return f"<Controller {self.address}{'' if self.connected else ', not connected'}>"
 
     def __enter__(self) -> Controller:
         return self
@@ -217,7 +222,7 @@ class Controller:
             self._gather_alarms()
             news, self._untold = self._untold, []
         for alarm in news:
-            log.warning("robot %d: %s (%d)", alarm.robot, alarm.text, alarm.code)
+            log.warning("%s, robot %d: %s (%d)", self.address, alarm.robot, alarm.text, alarm.code)
             if self._on_alarm is not None:
                 _call_user(self._on_alarm, alarm)
 
@@ -232,8 +237,19 @@ class Controller:
         :param robot: which robot it is about; 0: any
         """
         with self._turn:
-            _, number = flat.get_messages(self.handle, -1, [])
+            number = self._latest_message()
             self.check_command(operation, robot, function(self.handle, *arguments), number)
+
+    def urgent_command(self, operation: str, robot: int, function: Callable[..., int], *arguments: Any) -> None:
+        """The same for what must not wait behind another command that gets no answer."""
+        number = self._latest_message()
+        status = function(self.handle, *arguments)
+        with self._turn:
+            self.check_command(operation, robot, status, number)
+
+    def _latest_message(self) -> int:
+        """The number of the last message that has arrived."""
+        return int(flat.get_messages(self.handle, -1, [])[1])
 
     def check_command(self, operation: str, robot: int, status: int, number: int) -> int:
         """The same for who has the turn, and has sent it already. Returns the number of the last message.
@@ -265,7 +281,7 @@ class Controller:
         :param overcomes: whether it goes on after refusals: they are no alarms then, either
         """
         with self._turn:
-            _, number = flat.get_messages(self.handle, -1, [])
+            number = self._latest_message()
             status, *_, reason = function(self.handle, *arguments)
             if status == flat.OPERATION_NOT_ALLOWED or (status == flat.SUCCESS and overcomes):
                 refusals: List[flat.SystemMessage] = []

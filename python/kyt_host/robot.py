@@ -70,7 +70,7 @@ class Robot:
         self._command("power_on", flat.set_servo_poweron_robot)
 
     def power_off(self) -> None:
-        self._command("power_off", flat.set_servo_poweroff_robot)
+        self.controller.urgent_command("power_off", self.number, flat.set_servo_poweroff_robot, self.number)
 
     def clear(self) -> None:
         """Clears its errors, and its alarms."""
@@ -229,13 +229,13 @@ class Robot:
         self._command("stop_jog", flat.robot_stop_jogging_robot, axis)
 
     def stop(self) -> None:
-        """Stops whatever moves it, with the servo on."""
+        """Stops whatever moves it, with the servo on, and waits for no other command."""
 
         def send(handle: int, number: int) -> int:  # controllers stop a job and the queue by requests of their own
             flat.job_stop_robot(handle, number)
             return flat.queue_motion_stop_not_power_off_robot(handle, number)
 
-        self._command("stop", send)
+        self.controller.urgent_command("stop", self.number, send, self.number)
 
     def pause(self) -> None:
         """Holds it where it is, until ``resume``."""

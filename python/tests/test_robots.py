@@ -22,6 +22,7 @@ import kyt_host as kyt
 
 CASES = json.loads((ROOT / "tests/robot/cases.json").read_text(encoding="utf-8"))
 HOME = [0.0, 0, 0, 0, 0, 0]
+IS_IT_RUNNING, STOP = 0x3D02, 0x50BA  # request codes
 
 
 class Own(Exception):
@@ -272,13 +273,26 @@ class Robots(unittest.TestCase):
         self.assertEqual([alarm.kind for alarm in told], [kyt.MessageKind.WARNING, kyt.MessageKind.ERROR])
         self.assertEqual([alarm.text for alarm in self.cell.alarms], ["door open"])
         said = [record.getMessage() for record in logged.records][:3]
-        self.assertEqual(said, ["robot 1: oil is low (5)", "in a callback", "robot 1: door open (6)"])
+        where = self.cell.address + ", robot 1: "
+        self.assertEqual(said, [where + "oil is low (5)", "in a callback", where + "door open (6)"])
         log.setLevel(logging.CRITICAL)
         self.outside.cut()
         self.assertTrue(lost.wait(5))
         self.outside.restore()
         self.assertTrue(restored.wait(5))
         self.cell.wait_connected(1)
+
+    def test_a_stop_does_not_wait_behind_a_command_that_hangs(self):
+        self.outside.silence(IS_IT_RUNNING, 2)  # what commands are checked with
+        hangs = threading.Thread(target=self.assertRaises, args=[kyt.NoReply, self.cell.outputs.__setitem__, 5, True])
+        hangs.start()
+        self.cell.until(lambda: self.outside.requests(IS_IT_RUNNING)).wait(5)
+        stops = threading.Thread(target=self.assertRaises, args=[kyt.NoReply, self.robot.stop])
+        stops.start()
+        self.cell.until(lambda: self.outside.requests(STOP)).wait(5)
+        self.assertTrue(hangs.is_alive())
+        hangs.join()
+        stops.join()
 
     def test_recordings_and_states(self):
         with self.robot.record(rate=200) as recording:

@@ -11,9 +11,7 @@ void ControllerState::listen() {
   const auto withState = [weak = weak_from_this()](const auto& use) {
     if (const auto state = weak.lock()) use(*state);
   };
-  std::vector<SystemMessage> none;
-  gathered = -1;
-  get_messages(socketFd, gathered, none);
+  gathered = latestMessage();
   set_message_callback(socketFd, [withState](SOCKETFD, int, const std::string&, int) {
     withState([](ControllerState& state) { state.tellAlarms(); });
   });
@@ -29,10 +27,22 @@ void ControllerState::disconnect() {
 
 void ControllerState::command(const char* operation, int robotNum, const std::function<int()>& send) {
   const std::lock_guard lock(turn);
+  int number = latestMessage();
+  checkCommand(operation, robotNum, closed ? static_cast<int>(DISCONNECT) : send(), number);
+}
+
+void ControllerState::urgentCommand(const char* operation, int robotNum, const std::function<int()>& send) {
+  int number = latestMessage();
+  const int status = closed ? static_cast<int>(DISCONNECT) : send();
+  const std::lock_guard lock(turn);
+  checkCommand(operation, robotNum, status, number);
+}
+
+int ControllerState::latestMessage() const {
   std::vector<SystemMessage> none;
   int number = -1;
   get_messages(socketFd, number, none);
-  checkCommand(operation, robotNum, closed ? static_cast<int>(DISCONNECT) : send(), number);
+  return number;
 }
 
 void ControllerState::checkCommand(const char* operation, int robotNum, int status, int& number) {
@@ -55,8 +65,7 @@ void ControllerState::attempt(const char* operation, int robotNum, const std::fu
   const std::lock_guard lock(turn);
   std::vector<SystemMessage> refusals;
   std::string reason;
-  int number = -1;
-  get_messages(socketFd, number, refusals);
+  int number = latestMessage();
   const int status = closed ? static_cast<int>(DISCONNECT) : send(reason);
   if (status == OPERATION_NOT_ALLOWED || (status == SUCCESS && overcomes))
     find_refusals_robot(socketFd, robotNum, number, refusals);

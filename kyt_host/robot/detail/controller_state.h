@@ -7,6 +7,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kyt_host/communication/listener.h"
@@ -18,7 +19,8 @@ namespace kyt_host::detail {
 
 /// What a controller, its robots, ports and motions share.
 struct ControllerState : std::enable_shared_from_this<ControllerState> {
-  ControllerState(SOCKETFD handle, bool reconnects) : socketFd(handle), reconnect(reconnects) {}
+  ControllerState(SOCKETFD handle, std::string place, bool reconnects)
+      : socketFd(handle), address(std::move(place)), reconnect(reconnects) {}
   ~ControllerState() { disconnect(); }
   ControllerState(const ControllerState&) = delete;
   ControllerState& operator=(const ControllerState&) = delete;
@@ -29,9 +31,15 @@ struct ControllerState : std::enable_shared_from_this<ControllerState> {
   /// Sends a command, and throws when the controller has refused it.
   void command(const char* operation, int robotNum, const std::function<int()>& send);
 
+  /// The same for what must not wait behind another command that gets no answer.
+  void urgentCommand(const char* operation, int robotNum, const std::function<int()>& send);
+
   /// The same for who has the turn already.
   /// @param number  of the last message before it
   void checkCommand(const char* operation, int robotNum, int status, int& number);
+
+  /// The number of the last message that has arrived.
+  int latestMessage() const;
 
   /// Sends what finds out by itself whether it is refused, and throws when it says so.
   /// @param send       receives the reason
@@ -53,6 +61,7 @@ struct ControllerState : std::enable_shared_from_this<ControllerState> {
   kyt::Seconds interval() const { return kyt::Seconds(pollInterval); }
 
   const SOCKETFD socketFd;
+  const std::string address;
   const bool reconnect;
   std::atomic<bool> checked{true};
   std::atomic<bool> closed{false};
