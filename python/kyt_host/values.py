@@ -55,6 +55,9 @@ class Pose(NamedTuple):
     b: float = 0.0
     c: float = 0.0
 
+    def __str__(self) -> str:
+        return "({:.3f}, {:.3f}, {:.3f}) mm, ({:.3f}, {:.3f}, {:.3f}) degrees".format(*self)
+
     @classmethod
     def of(cls, values: Iterable[float]) -> Pose:
         """Of 6 values; of more the first 6 count."""
