@@ -2,7 +2,8 @@
 """Checks that the folders of the library depend one way, and that private things stay private.
 
 A folder includes itself and the folders below it; another's detail/ it never includes. What is not installed lives in
-the namespace kyt_host::detail, and no installed header includes it.
+the namespace kyt_host::detail, where no two headers declare a class of one name (linkers would take one for the other),
+and no installed header includes it.
 """
 
 import re
@@ -29,6 +30,7 @@ MAY_INCLUDE: "dict[str, set[str]]" = {
 }
 PRIVATE_ROOMS = {"c", "detail", "codec", "exchange"}
 PRIVATE_HEADERS = {"communication/exchanges.h"}
+CLASS = re.compile(r"^(?:class|struct) (\w+)(?: final)?(?: : [^{;]*)? \{", re.MULTILINE)
 INCLUDE = re.compile(r'^#include "kyt_host/([^"]+)"', re.MULTILINE)
 
 
@@ -56,11 +58,17 @@ def faults(path: str, text: str) -> "list[str]":
 
 def main() -> int:
     count = 0
+    declared: "dict[str, str]" = {}
     for file in sorted(ROOT.rglob("*")):
         if file.suffix not in {".h", ".cpp"}:
             continue
         path = file.relative_to(ROOT).as_posix()
-        for fault in faults(path, file.read_text(encoding="utf-8")):
+        text = file.read_text(encoding="utf-8")
+        found = faults(path, text)
+        if path.endswith(".h") and is_private(path):
+            found += [f"declares {name}, as {declared[name]} does" for name in CLASS.findall(text) if name in declared]
+            declared.update({name: path for name in CLASS.findall(text)})
+        for fault in found:
             print(f"kyt_host/{path} {fault}", file=sys.stderr)
             count += 1
     return 1 if count else 0

@@ -10,15 +10,15 @@
 #include "kyt_host/interface/kyt_interface.h"
 #include "kyt_host/interface/kyt_job_operate.h"
 #include "kyt_host/interface/kyt_queue_operate.h"
+#include "kyt_host/robot/detail/awaited.h"
 #include "kyt_host/robot/detail/controller_state.h"
-#include "kyt_host/robot/detail/watched.h"
 #include "kyt_host/tasks/motion_watch.h"
 #include "kyt_host/tasks/queue_feed.h"
 #include "kyt_host/tasks/recorder.h"
 
+using kyt_host::detail::Awaited;
 using kyt_host::detail::ControllerState;
 using kyt_host::detail::secondsSince1970;
-using kyt_host::detail::Watched;
 
 namespace kyt {
 
@@ -45,9 +45,9 @@ std::vector<double> position(const ControllerState& state, const char* operation
 }
 
 // The end of a motion, or of a job.
-struct WatchedMotion : Watched {
+struct WatchedMotion : Awaited {
   WatchedMotion(std::string name, std::shared_ptr<ControllerState> controller, int robotNum)
-      : Watched(std::move(name), controller->interval()), state(std::move(controller)), robot(robotNum) {}
+      : Awaited(std::move(name), controller->interval()), state(std::move(controller)), robot(robotNum) {}
 
   bool look() override {
     const std::lock_guard lock(mutex);

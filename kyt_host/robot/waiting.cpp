@@ -5,17 +5,17 @@
 #include <thread>
 #include <utility>
 
-#include "kyt_host/robot/detail/watched.h"
+#include "kyt_host/robot/detail/awaited.h"
 
-using kyt_host::detail::Watched;
+using kyt_host::detail::Awaited;
 
 namespace kyt {
 
 namespace {
 
-struct Asked : Watched {
+struct Asked : Awaited {
   Asked(std::string name, std::function<bool()> isThere, Seconds pause)
-      : Watched(std::move(name), pause), arrived(std::move(isThere)) {}
+      : Awaited(std::move(name), pause), arrived(std::move(isThere)) {}
 
   bool look() override { return arrived(); }
 
@@ -32,25 +32,25 @@ std::string inTime(Seconds timeout) {
 }  // namespace
 
 Waiting::Waiting(std::string operation, std::function<bool()> arrived, Seconds interval)
-    : watched_(std::make_shared<Asked>(std::move(operation), std::move(arrived), interval)) {}
+    : awaited_(std::make_shared<Asked>(std::move(operation), std::move(arrived), interval)) {}
 
 void Waiting::wait() const {
-  while (!watched_->look()) std::this_thread::sleep_for(watched_->interval);
+  while (!awaited_->look()) std::this_thread::sleep_for(awaited_->interval);
 }
 
 void Waiting::wait(Seconds timeout) const {
   const auto end = std::chrono::steady_clock::now() + timeout;
-  while (!watched_->look()) {
+  while (!awaited_->look()) {
     const Seconds left = end - std::chrono::steady_clock::now();
-    if (left <= Seconds::zero()) check(watched_->operation.c_str(), TIMEOUT, inTime(timeout));
-    std::this_thread::sleep_for(std::min(watched_->interval, left));
+    if (left <= Seconds::zero()) check(awaited_->operation.c_str(), TIMEOUT, inTime(timeout));
+    std::this_thread::sleep_for(std::min(awaited_->interval, left));
   }
 }
 
-bool Waiting::done() const { return watched_->look(); }
+bool Waiting::done() const { return awaited_->look(); }
 
-double Waiting::progress() const { return watched_->progress; }
+double Waiting::progress() const { return awaited_->progress; }
 
-double Motion::distance() const { return watched_->distance; }
+double Motion::distance() const { return awaited_->distance; }
 
 }  // namespace kyt

@@ -9,7 +9,7 @@
 #include "kyt_host/robot/error.h"
 
 namespace kyt_host::detail {
-struct Watched;
+struct Awaited;
 }
 
 namespace kyt {
@@ -40,9 +40,9 @@ class KYT_HOST_API Waiting {
   double progress() const;
 
  protected:
-  explicit Waiting(std::shared_ptr<kyt_host::detail::Watched> watched) : watched_(std::move(watched)) {}
+  explicit Waiting(std::shared_ptr<kyt_host::detail::Awaited> awaited) : awaited_(std::move(awaited)) {}
 
-  std::shared_ptr<kyt_host::detail::Watched> watched_;
+  std::shared_ptr<kyt_host::detail::Awaited> awaited_;
 };
 
 /// A motion that has been commanded, or a job.

@@ -9,11 +9,11 @@
 namespace kyt_host::detail {
 
 /// What a `kyt::Waiting` looks at.
-struct Watched {
-  Watched(std::string name, kyt::Seconds pause) : operation(std::move(name)), interval(pause) {}
-  virtual ~Watched() = default;
-  Watched(const Watched&) = delete;
-  Watched& operator=(const Watched&) = delete;
+struct Awaited {
+  Awaited(std::string name, kyt::Seconds pause) : operation(std::move(name)), interval(pause) {}
+  virtual ~Awaited() = default;
+  Awaited(const Awaited&) = delete;
+  Awaited& operator=(const Awaited&) = delete;
 
   /// Whether it is there. Throws what makes that impossible.
   virtual bool look() = 0;
