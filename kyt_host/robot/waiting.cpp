@@ -1,13 +1,14 @@
 #include "kyt_host/robot/waiting.h"
 
 #include <algorithm>
-#include <cmath>
 #include <thread>
 #include <utility>
 
+#include "kyt_host/detail/number_text.h"
 #include "kyt_host/robot/detail/awaited.h"
 
 using kyt_host::detail::Awaited;
+using kyt_host::detail::numberText;
 
 namespace kyt {
 
@@ -23,10 +24,7 @@ struct Asked : Awaited {
 };
 
 std::string inTime(Seconds timeout) {
-  std::string seconds = std::to_string(std::round(timeout.count() * 1000) / 1000);  // has its digits after a comma
-  seconds.erase(seconds.find_last_not_of('0') + 1);                                 // or a point, as the locale has
-  if (seconds.back() < '0' || seconds.back() > '9') seconds.pop_back();
-  return "not within " + seconds + " s";
+  return "not within " + numberText(timeout.count()) + " s";
 }
 
 }  // namespace

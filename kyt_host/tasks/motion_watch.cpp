@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 
 #include "kyt_host/communication/connection_api.h"
 #include "kyt_host/detail/guarded.h"
+#include "kyt_host/detail/number_text.h"
 #include "kyt_host/interface/kyt_job_operate.h"
 #include "kyt_host/interface/positions_and_variables.h"
 #include "kyt_host/interface/servo_and_state.h"
@@ -25,15 +25,6 @@ constexpr double restingTime = 0.06;
 constexpr double stuckTime = 0.5;
 
 double now() { return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(); }
-
-std::string text(const char* format, double value) {
-  char buffer[64];
-  std::snprintf(buffer, sizeof buffer, format, value);
-  for (char* at = buffer; *at != '\0'; ++at) {
-    if (*at == ',') *at = '.';  // the application's locale may have other decimals
-  }
-  return buffer;
-}
 
 bool isAboutRobot(const SystemMessage& message, int robotNum) {
   return robotNum == 0 || message.robot == 0 || message.robot == robotNum;
@@ -95,8 +86,8 @@ void fail(MotionWatch& watch, const std::string& reason) {
 }
 
 std::string whereItStands(const MotionWatch& watch) {
-  if (watch.coord == 0) return text("%.3g degrees", watch.distance) + " off its target";
-  return text("%.3g mm", watch.distance) + " and " + text("%.3g degrees", watch.angle) + " off its target";
+  if (watch.coord == 0) return numberText(watch.distance, 3) + " degrees off its target";
+  return numberText(watch.distance, 3) + " mm and " + numberText(watch.angle, 3) + " degrees off its target";
 }
 
 // A robot that has lost its power, or has an error, does not move any more.
@@ -141,7 +132,7 @@ void judge(SOCKETFD socketFd, int robotNum, MotionWatch& watch, RunningState run
       watch.state = static_cast<int>(MotionState::Done);
       return;
     }
-    const std::string limit = text("%.3g s", watch.startTimeout / 1000.0);
+    const std::string limit = numberText(watch.startTimeout / 1000.0, 3) + " s";
     fail(watch, "has not begun within " + limit + servoText(socketFd, robotNum));
   }
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "kyt_host/detail/guarded.h"
+#include "kyt_host/detail/number_text.h"
 #include "kyt_host/tasks/detail/program_text.h"
 #include "kyt_host/tasks/program.h"
 
@@ -241,7 +242,8 @@ class Compiler {
 
   double checked(double value, double low, double high, const char* what) const {
     if (!isWithin(value, low, high))
-      fail(std::string(what) + " is " + textOf(value) + ", and has to be " + textOf(low) + " to " + textOf(high));
+      fail(std::string(what) + " is " + numberText(value) + ", and has to be " + numberText(low) + " to " +
+           numberText(high));
     return value;
   }
 

@@ -3,13 +3,13 @@
 #include "kyt_host/tasks/detail/program_text.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstddef>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "kyt_host/detail/guarded.h"
+#include "kyt_host/detail/number_text.h"
 #include "kyt_host/names.h"
 #include "kyt_host/tasks/program.h"
 
@@ -20,11 +20,11 @@ namespace {
 std::string listOf(const std::vector<double>& values) {
   constexpr int digits = 7;  // a ten-thousandth of a millimetre
   std::string text;
-  for (const double value : values) text += (text.empty() ? "[" : ", ") + textOf(value, digits);
+  for (const double value : values) text += (text.empty() ? "[" : ", ") + numberText(value, digits);
   return text + "]";
 }
 
-std::string percent(const char* what, double value) { return std::string(what) + textOf(value) + " %"; }
+std::string percent(const char* what, double value) { return std::string(what) + numberText(value) + " %"; }
 
 /// What stands behind the name of a move. Of what is as usual nothing is said.
 std::string motion(const MoveCmd& move, bool joints) {
@@ -32,7 +32,7 @@ std::string motion(const MoveCmd& move, bool joints) {
   const auto usual = joints ? CoordinateSystem::Joint : CoordinateSystem::Base;
   if (const auto system = CoordinateSystem(move.coord); system != usual && move.targetPosName.empty())
     text += std::string(" in ") + to_string(system);
-  text += joints ? percent(" speed ", move.velocity) : " speed " + textOf(move.velocity) + " mm/s";
+  text += joints ? percent(" speed ", move.velocity) : " speed " + numberText(move.velocity) + " mm/s";
   text += percent(", acceleration ", move.acc);
   if (move.dec != move.acc) text += percent(", deceleration ", move.dec);
   for (const auto& [what, value] : {std::pair(", smoothing ", move.pl), std::pair(", tool ", move.toolNum),
@@ -42,7 +42,7 @@ std::string motion(const MoveCmd& move, bool joints) {
   return text;
 }
 
-std::string parameter(const ParaGroup& group) { return group.value == 0 ? textOf(group.data) : group.varname; }
+std::string parameter(const ParaGroup& group) { return group.value == 0 ? numberText(group.data) : group.varname; }
 
 std::string comparison(int type) {
   switch (type) {
@@ -76,7 +76,7 @@ std::string comparing(const Condition& condition) {
   return leftSide(condition) + " " + comparison(condition.logicType) + " " + right;
 }
 
-std::string waiting(double seconds) { return textOf(seconds) + " s"; }
+std::string waiting(double seconds) { return numberText(seconds) + " s"; }
 
 std::string setting(int port, int value) { return std::to_string(port) + " = " + std::to_string(value); }
 
@@ -171,12 +171,6 @@ bool opens(StepKind kind) {
 }  // namespace
 
 namespace kyt_host::detail {
-
-std::string textOf(double number, int digits) {
-  char text[32];
-  const auto end = std::to_chars(text, text + sizeof text, number, std::chars_format::general, digits).ptr;
-  return {text, end};
-}
 
 std::string textOf(const ProgramStep& step) { return stepName(StepKind(step.kind)) + details(step); }
 

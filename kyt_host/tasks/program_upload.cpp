@@ -16,6 +16,7 @@
 #include "kyt_host/communication/connection_api.h"
 #include "kyt_host/detail/guarded.h"
 #include "kyt_host/detail/json_text.h"
+#include "kyt_host/detail/number_text.h"
 #include "kyt_host/interface/kyt_job_operate.h"
 #include "kyt_host/tasks/detail/program_text.h"
 #include "kyt_host/tasks/motion_watch.h"
@@ -253,7 +254,7 @@ void compareValues(const Json::Value& sent, const Json::Value& shown, const std:
     const double wanted = sent.asDouble();
     const double found = shown.asDouble();
     if (std::abs(wanted - found) > precision * std::max(1., std::abs(wanted)))
-      differences.push_back(place + " is " + textOf(found) + ", not " + textOf(wanted));
+      differences.push_back(place + " is " + numberText(found) + ", not " + numberText(wanted));
   } else if (sent != shown) {
     const auto text = [](const Json::Value& value) { return value.isString() ? value.asString() : "of another kind"; };
     differences.push_back(place + " is " + text(shown) + (sent.isString() ? ", not " + sent.asString() : ""));

@@ -17,9 +17,6 @@ std::string textOf(const ProgramLine& line);
 /// What a line of the type does, as in "wait"; "a line of type 65" for those that no program has.
 std::string lineName(int type);
 
-/// In as few digits as it takes, and so many at most.
-std::string textOf(double number, int digits = 10);
-
 /// The unit of a line's A, B and C.
 inline constexpr double degreesPerRadian = 57.295779513082320876798154814105;
 
