@@ -23,7 +23,7 @@ void visit(const kyt::Controller& controller, const kyt::Pose& there, bool grip)
 void recover(const kyt::Controller& controller, const kyt::Error& trouble) {
   const kyt::Robot robot = controller.robot();
   controller.wait_connected(60s);
-  const bool lineWasCut = trouble.status() == DISCONNECT || trouble.status() == RECEIVE_FAILED;
+  const bool lineWasCut = dynamic_cast<const kyt::Unreachable*>(&trouble) != nullptr;
   if (!lineWasCut || robot.servo_state() != ServoState::Running) {
     std::cout << "stopped: " << trouble.what() << "\nis the cell clear? y goes on, anything else ends" << std::endl;
     if (std::string answer; !std::getline(std::cin, answer) || answer != "y") throw;

@@ -18,7 +18,7 @@ def visit(place, grip):
 def recover(trouble):
     """A cut line does not stop the robot, and it may go on. After anything else somebody has to have looked."""
     controller.wait_connected(timeout=60)
-    if not isinstance(trouble, (kyt.NotConnected, kyt.NoReply)) or robot.servo_state != kyt.ServoState.RUNNING:
+    if not isinstance(trouble, kyt.Unreachable) or robot.servo_state != kyt.ServoState.RUNNING:
         if input(f"stopped: {trouble}\nis the cell clear? y goes on, anything else ends\n") != "y":
             raise trouble
         robot.clear()
@@ -39,7 +39,7 @@ try:
                     visit(PICK, grip=True)
                 visit(PLACE, grip=False)
                 print("a part is in its place")
-            except (kyt.NotConnected, kyt.NoReply, kyt.Refused, kyt.MotionFailed) as error:
+            except (kyt.Unreachable, kyt.Refused, kyt.MotionFailed) as error:
                 recover(error)
 except kyt.Error as error:
     sys.exit(f"ended: {error}")

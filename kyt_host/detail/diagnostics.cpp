@@ -14,13 +14,23 @@ std::atomic<Handler> handlerOfApplication{nullptr};
 // What a handler itself makes the library say goes to the streams, or it would be called for its own failures for ever.
 thread_local bool insideHandler = false;
 
+thread_local SaidHere* saidHere = nullptr;
+
 constexpr std::chrono::seconds quietTime{1};
 
 }  // namespace
 
+SaidHere::SaidHere() : outer_(saidHere) { saidHere = this; }
+
+SaidHere::~SaidHere() { saidHere = outer_; }
+
 void handleDiagnostics(Handler handler) { handlerOfApplication = handler; }
 
 void printLine(std::ostream& stream, DiagnosticsLevel level, const std::string& line) {
+  if (saidHere != nullptr) {
+    saidHere->last = line;
+    return;
+  }
   const Handler handler = handlerOfApplication;
   if (handler == nullptr || insideHandler) {
     stream << line + "\n" << std::flush;

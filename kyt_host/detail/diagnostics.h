@@ -19,6 +19,21 @@ void printLine(std::ostream& stream, DiagnosticsLevel level, const std::string& 
 /// The same for a failure.
 inline void printLine(std::ostream& stream, const std::string& line) { printLine(stream, DIAGNOSTICS_ERROR, line); }
 
+/// While it stands, what the calling thread says is kept here instead: for somebody who throws it.
+class SaidHere {
+ public:
+  SaidHere();
+  ~SaidHere();
+  SaidHere(const SaidHere&) = delete;
+  SaidHere& operator=(const SaidHere&) = delete;
+
+  /// The last line; "" when there was none.
+  std::string last;
+
+ private:
+  SaidHere* const outer_;
+};
+
 /// Null restores the streams.
 void handleDiagnostics(void (*handler)(int level, const char* line));
 

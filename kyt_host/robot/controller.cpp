@@ -4,10 +4,12 @@
 #include <utility>
 
 #include "kyt_host/communication/connection_api.h"
+#include "kyt_host/detail/diagnostics.h"
 #include "kyt_host/interface/servo_and_state.h"
 #include "kyt_host/robot/detail/controller_state.h"
 
 using kyt_host::detail::ControllerState;
+using kyt_host::detail::SaidHere;
 
 namespace kyt {
 
@@ -18,13 +20,21 @@ constexpr int reconnectIntervalMs = 1000;
 
 int milliseconds(Seconds time) { return static_cast<int>(std::clamp(time.count() * 1000, 0.0, 1e9)); }
 
+SOCKETFD connected(const std::string& host, const std::string& port, int timeoutMs) {
+  const SaidHere said;
+  const SOCKETFD handle = connect_robot_within(host, port, timeoutMs);
+  if (handle > 0) return handle;
+  const auto begin = said.last.find(": ");  // what the library says, without "Connect error"
+  const std::string reason = begin == std::string::npos ? "cannot be reached" : said.last.substr(begin + 2);
+  throw NotConnected("connect", DISCONNECT, host + ":" + port + ": " + reason);
+}
+
 std::shared_ptr<ControllerState> stateOf(const std::string& address, const Options& options) {
   const auto colon = address.find(':');
   const bool hasPort = colon != std::string::npos && colon == address.rfind(':');  // an address of IPv6 has several
   const std::string host = hasPort ? address.substr(0, colon) : address;
   const std::string port = hasPort ? address.substr(colon + 1) : options.port;
-  const SOCKETFD handle = connect_robot_within(host, port, std::max(1, milliseconds(options.timeout)));
-  if (handle < 0) throw NotConnected("connect", DISCONNECT, host + ":" + port + " cannot be reached");
+  const SOCKETFD handle = connected(host, port, std::max(1, milliseconds(options.timeout)));
   auto state = std::make_shared<ControllerState>(handle, host + ":" + port, options.reconnect);
   set_reconnect(handle, options.reconnect);
   set_reconnect_interval(handle, reconnectIntervalMs);

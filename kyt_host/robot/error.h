@@ -26,16 +26,22 @@ class KYT_HOST_API Error : public std::runtime_error {
   std::string reason_;
 };
 
-/// There is no connection now.
-class KYT_HOST_API NotConnected : public Error {
+/// The line has failed, or who is at its end: NotConnected or NoReply. The robot may well go on.
+class KYT_HOST_API Unreachable : public Error {
  public:
   using Error::Error;
 };
 
-/// The controller does not answer.
-class KYT_HOST_API NoReply : public Error {
+/// There is no connection now.
+class KYT_HOST_API NotConnected : public Unreachable {
  public:
-  using Error::Error;
+  using Unreachable::Unreachable;
+};
+
+/// The controller does not answer.
+class KYT_HOST_API NoReply : public Unreachable {
+ public:
+  using Unreachable::Unreachable;
 };
 
 /// The controller, or the state that the robot is in, does not allow it.

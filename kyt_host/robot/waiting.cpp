@@ -23,9 +23,7 @@ struct Asked : Awaited {
   const std::function<bool()> arrived;
 };
 
-std::string inTime(Seconds timeout) {
-  return "not within " + numberText(timeout.count()) + " s";
-}
+std::string inTime(Seconds timeout) { return "not within " + numberText(timeout.count()) + " s"; }
 
 }  // namespace
 

@@ -14,7 +14,7 @@ What it is made of, and everything else that a controller does, is in ``_kyt_hos
 """
 
 from .controller import Controller, connect
-from .errors import BadArgument, Error, MotionFailed, NoReply, NotConnected, Refused, TimedOut
+from .errors import BadArgument, Error, MotionFailed, NoReply, NotConnected, Refused, TimedOut, Unreachable
 from .files import Files
 from .ports import Condition, Port
 from .program import Program
@@ -48,6 +48,7 @@ __all__ = [
     "ServoState",
     "State",
     "TimedOut",
+    "Unreachable",
     "Waiting",
     "Waypoint",
     "connect",

@@ -17,11 +17,15 @@ class Error(Exception):
         self.reason = reason
 
 
-class NotConnected(Error):
+class Unreachable(Error):
+    """The line has failed, or who is at its end: NotConnected or NoReply. The robot may well go on."""
+
+
+class NotConnected(Unreachable):
     """There is no connection now."""
 
 
-class NoReply(Error):
+class NoReply(Unreachable):
     """The controller does not answer."""
 
 

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import asyncio
+import functools
 import time
 from concurrent.futures import ThreadPoolExecutor
 from typing import Any, Callable, Generator, Optional, TypeVar
@@ -17,9 +18,10 @@ _Result = TypeVar("_Result")
 _pool = ThreadPoolExecutor(max_workers=64, thread_name_prefix="kyt_host")
 
 
-async def in_background(function: Callable[..., _Result], *arguments: Any) -> _Result:
+async def in_background(function: Callable[..., _Result], *arguments: Any, **named: Any) -> _Result:
     """Calls what may take its time without blocking the event loop: ``await kyt.in_background(robot.pose)``."""
-    return await asyncio.get_running_loop().run_in_executor(_pool, function, *arguments)
+    call = functools.partial(function, *arguments, **named)
+    return await asyncio.get_running_loop().run_in_executor(_pool, call)
 
 
 class Waiting:

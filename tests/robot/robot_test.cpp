@@ -142,6 +142,7 @@ class Robots : public ControllerTest, public testing::WithParamInterface<Case> {
         {"checked", [&] { return cell->set_checked(with[0]), Value(); }},
         {"clear", [&] { return robot.clear(), Value(); }},
         {"diff", [&] { return Value(program->diff()); }},
+        {"connect", [&] { return kyt::connect(with[0]), Value(); }},
         {"done", [&] { return Value(motion->done()); }},
         {"follow", [&] { return follow(with[0], with[1]); }},
         {"joints", [&] { return Value(robot.joints()); }},
