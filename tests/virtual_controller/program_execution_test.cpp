@@ -143,8 +143,8 @@ TEST_F(Programs, TheQueueJumpsBackUntilAnInputComesAndPulsesAnOutput) {
 }
 
 TEST_F(Programs, ManyLinesAreInsertedBeforeAQueryGivesUp) {
-#ifdef __SANITIZE_THREAD__
-  const int lines = 300;  // it takes ten times as long, beside other tests even longer
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+  const int lines = 300;  // each takes ten times as long, beside other tests even longer
 #else
   const int lines = 2000;
 #endif
