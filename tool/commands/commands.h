@@ -1,0 +1,12 @@
+#pragma once
+
+#include "tool/command.h"
+
+namespace tool {
+
+// The commands by what they are about, in the order of the help; main.cpp adds them all.
+
+void addStateCommands(const Family& kyt);
+void addMovingCommands(const Family& kyt);
+
+}  // namespace tool

@@ -1,0 +1,83 @@
+// What the robots are and do, and the simple things that are set: status, power, clear, speed, mode.
+
+#include <kyt_host/names.h>
+
+#include "tool/commands/commands.h"
+#include "tool/snapshot.h"
+
+namespace tool {
+namespace {
+
+struct Status : ControllerCommand {
+  Status() : ControllerCommand(true) {}
+
+  void takes(CLI::App& /*app*/) override {}
+
+  void run() override {
+    const std::vector<int> all = robots();
+    out.show(snapshot(controller(), all, alarms()));
+  }
+};
+
+struct Power : ControllerCommand {
+  std::string state;
+
+  void takes(CLI::App& app) override {
+    app.add_option("STATE", state, "on or off; of all robots as a rule")
+        ->required()
+        ->check(CLI::IsMember({"on", "off"}));
+  }
+
+  void run() override {
+    state == "on" ? robot().power_on() : robot().power_off();
+    out.show({{"servo", to_string(robot().servo_state())}});
+  }
+};
+
+struct Clear : ControllerCommand {
+  void takes(CLI::App& /*app*/) override {}
+
+  void run() override {
+    robot().clear();
+    out.show({{"servo", to_string(robot().servo_state())}});
+  }
+};
+
+struct Speed : ControllerCommand {
+  std::optional<int> percent;
+
+  void takes(CLI::App& app) override {
+    app.add_option("PERCENT", percent, "of what is commanded; without it: reads")->check(CLI::Range(0, 100));
+  }
+
+  void run() override {
+    if (percent) robot().set_speed(*percent);
+    out.show({{"speed", robot().speed()}});
+  }
+};
+
+struct Mode : ControllerCommand {
+  std::string name;
+
+  void takes(CLI::App& app) override {
+    app.add_option("MODE", name, "teach, run or remote; without it: reads")
+        ->check(CLI::IsMember({"teach", "run", "remote"}));
+  }
+
+  void run() override {
+    if (OperatingMode mode{}; from_string(name, mode)) robot().set_mode(mode);
+    out.show({{"mode", to_string(robot().mode())}});
+  }
+};
+
+}  // namespace
+
+void addStateCommands(const Family& kyt) {
+  kyt.add<Status>("status", "robots, servo, mode, speed, position, job, IO, alarms");
+  kyt.add<Power>("power", "servo power on or off");
+  kyt.add<Clear>("clear", "clear the robot's errors");
+  kyt.add<Speed>("speed", "read or set the speed");
+  kyt.add<Mode>("mode", "read or set the mode: teach, run, remote");
+}
+
+}  // namespace tool
