@@ -11,7 +11,6 @@
 namespace tool {
 namespace {
 
-constexpr int lastRobot = 4;
 constexpr kyt::Seconds connectingTime{5};
 
 // All are asked at once, and a question to which every controller has an answer after them: whoever has not answered by
@@ -80,7 +79,7 @@ const kyt::Controller& ControllerCommand::controller() {
 }
 
 std::vector<int> ControllerCommand::robots() {
-  if (number_) return {*number_};
+  if (onlyOne()) return {number()};
   const std::vector<int> found = robotsOf(controller());
   std::vector<SystemMessage> messages;
   kyt::check("robots", get_messages(controller().handle(), lastMessage_, messages));
@@ -104,12 +103,17 @@ void checked(const kyt::Controller& controller, const char* operation, const std
   int number = -1;
   std::vector<SystemMessage> messages;
   kyt::check(operation, get_messages(handle, number, messages));
-  kyt::check(operation, send(handle));
-  controller.id();  // is answered after whatever is refused
+  const int status = send(handle);
+  if (status == SUCCESS) controller.id();  // is answered after whatever is refused
   kyt::check(operation, get_messages(handle, number, messages));
   for (const SystemMessage& message : messages)
     if (message.kind == static_cast<int>(MessageKind::Error))
       kyt::check(operation, OPERATION_NOT_ALLOWED, message.text);
+  kyt::check(operation, status);
+}
+
+void silenceDiagnostics() {
+  set_diagnostics_handler([](int, const char*) {});
 }
 
 }  // namespace tool

@@ -14,6 +14,8 @@
 
 namespace tool {
 
+constexpr int lastRobot = 4;
+
 /// What ends a command with exit status 1, when nothing of the library's has.
 class Failure : public std::runtime_error {
  public:
@@ -58,6 +60,8 @@ class ControllerCommand : public Command {
   /// That of --robot, otherwise robot 1.
   kyt::Robot robot() { return controller().robot(number()); }
   int number() const { return number_.value_or(1); }
+  /// Whether --robot was given.
+  bool onlyOne() const { return number_.has_value(); }
   /// That of --robot, otherwise all that the controller has.
   std::vector<int> robots();
   /// The errors since then.
@@ -77,6 +81,9 @@ class ControllerCommand : public Command {
 
 /// Carries out what the C++ layer has no name for, and throws what a controller refuses as that does.
 void checked(const kyt::Controller& controller, const char* operation, const std::function<int(SOCKETFD)>& send);
+
+/// For commands in which a connection may fail, and nobody need be told more.
+void silenceDiagnostics();
 
 /// HOST or HOST:PORT or [HOST]:PORT. Throws CLI::ValidationError.
 struct Address {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+#include <optional>
 #include <string>
 
 #include "tool/command.h"
@@ -11,16 +13,19 @@ namespace tool {
 /// One that makes a robot move: it asks before, and Ctrl-C stops the robot.
 class MovingCommand : public ControllerCommand {
  protected:
-  using ControllerCommand::ControllerCommand;
-
   void describeConfirmation(CLI::App& app) { confirmation_.describe(app); }
   /// @param what  such as "move the joints"
-  void confirm(const std::string& what) {
-    confirmation_.ask(controller(), address(), what + " of robot " + std::to_string(number()));
-  }
+  void confirm(const std::string& what);
+
+  /// The same, and --wait and --timeout.
+  void describeMotion(CLI::App& app);
+  /// Asks, commands it and, where that is wanted, waits for its end. Then it shows where the robot is.
+  void drive(const std::string& what, const std::function<kyt::Motion()>& command);
 
  private:
   Confirmation confirmation_;
+  bool wait_ = false;
+  std::optional<double> timeout_;
 };
 
 }  // namespace tool

@@ -8,7 +8,9 @@
 #include <ctime>
 #include <iostream>
 #include <map>
+#include <sstream>
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace tool {
@@ -38,6 +40,7 @@ std::string clockTime(double time) {
 }
 
 std::string textOf(const std::string& key, const Value& value) {
+  if (key == "content") return value.dump(-1, ' ', false, Value::error_handler_t::replace);  // as it came
   if (value.is_null() || (value.is_array() && value.empty())) return "none";
   if (value.is_string()) return value.get<std::string>();
   if (value.is_object()) return lineOf(value);
@@ -53,6 +56,11 @@ void addTable(std::string& table, const Value& values, const std::string& indent
   for (const auto& [key, value] : values.items()) width = std::max(width, key.size());
   for (const auto& [key, value] : values.items()) {
     const std::string name = indent + key + std::string(width - key.size() + 2, ' ');
+    if (value.is_array() && !value.empty() && value.front().is_string()) {  // texts stand below each other
+      for (const Value& text : value)
+        table += (&text == &value.front() ? name : std::string(name.size(), ' ')) + textOf("", text) + "\n";
+      continue;
+    }
     if (!value.is_array() || value.empty() || !value.front().is_object()) {
       table += name + textOf(key, value) + "\n";
       continue;
@@ -95,16 +103,19 @@ void Output::line(const Value& values) const {
   json_ ? show(values) : void(std::cout << lineOf(values) + "\n" << std::flush);
 }
 
+// Line by line over what is there, so that nothing flickers; no more of it than the screen holds.
 void Output::redraw(const Value& values) {
   if (json_ || isatty(STDOUT_FILENO) == 0) return line(values);
-  std::string text = tableOf(values);
-  const auto lines = static_cast<int>(std::count(text.begin(), text.end(), '\n'));
-  // Line by line over what is there, so that nothing flickers.
-  for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', end + 4))
-    text.insert(end, "\x1b[K");
-  if (drawn_ > 0) text.insert(0, "\x1b[" + std::to_string(drawn_) + "A");
+  winsize size{};
+  ioctl(STDOUT_FILENO, TIOCGWINSZ, &size);
+  const std::size_t width = size.ws_col > 0 ? size.ws_col : 1000;
+  const int height = size.ws_row > 1 ? size.ws_row - 1 : 1000;
+  std::string text = drawn_ > 0 ? "\x1b[" + std::to_string(drawn_) + "A" : "";
+  std::istringstream table(tableOf(values));
+  drawn_ = 0;
+  for (std::string row; drawn_ < height && std::getline(table, row); ++drawn_)
+    text += row.substr(0, width) + "\x1b[K\n";
   std::cout << text << "\x1b[J" << std::flush;
-  drawn_ = lines;
 }
 
 void Output::progress(const std::string& what, long long done, long long total) {

@@ -1,12 +1,17 @@
 """The program kyt against a virtual controller: what it prints, its JSON, its exit status, and what it says when it fails."""
 
+import fcntl
 import json
 import os
 import pty
+import re
+import shutil
 import signal
+import struct
 import subprocess
 import sys
 import tempfile
+import termios
 import time
 import unittest
 from pathlib import Path
@@ -19,7 +24,7 @@ from kyt_host_testing import VirtualController  # type: ignore[import]  # noqa: 
 
 KYT = os.environ["KYT"]
 HOST = f"127.83.{os.getpid() // 250 % 250}.{os.getpid() % 250 + 1}"  # files go over port 5000: it is nobody else's here
-LIMIT = 20.0  # seconds for anything to happen
+LIMIT = 15.0  # seconds for anything to happen
 
 controller: Any = None
 
@@ -42,16 +47,23 @@ class Terminal:
 
     def __init__(self, *arguments: str, host: Optional[str] = None) -> None:
         self.screen, there = pty.openpty()
+        fcntl.ioctl(there, termios.TIOCSWINSZ, struct.pack("HHHH", 24, 80, 0, 0))
         self.seen = ""
         self.process = subprocess.Popen(
-            [KYT, *arguments], stdin=there, stdout=there, stderr=there, env=environment(host), start_new_session=True
+            [KYT, *arguments],
+            stdin=there,
+            stdout=there,
+            stderr=there,
+            env=environment(host),
+            start_new_session=True,
+            preexec_fn=lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0),  # its Ctrl-C is the program's
         )
         os.close(there)
 
     def until(self, text: str) -> None:
         deadline = time.monotonic() + LIMIT
         while text not in self.seen:
-            assert self.read() and time.monotonic() < deadline, self.seen
+            assert self.read() and time.monotonic() < deadline, self.seen[-1000:]
 
     def read(self) -> bool:
         try:
@@ -72,6 +84,11 @@ class Terminal:
 
 
 class Tool(unittest.TestCase):
+    def setUp(self) -> None:
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+
     def kyt(self, *arguments: str, status: int = 0, error: str = "", host: Optional[str] = None) -> str:
         """What it prints. Where an error is expected there, standard error has it, and otherwise nothing."""
         ran = subprocess.run(
@@ -194,6 +211,161 @@ class Tool(unittest.TestCase):
         terminal.until("of a controller that does not say what it is")
         terminal.type("\n")
         self.assertEqual(terminal.end(), 1)
+
+    def test_following_points(self) -> None:
+        self.ready()
+        self.kyt("move", "joints", "0", "0", "0", "--speed", "100", "--wait")
+        points = self.folder / "points.csv"
+        points.write_text("10, 5\n20, 10\n")
+        self.assertEqual([round(joint) for joint in self.json("follow", str(points), "--speed", "100")["joints"][:2]], [20, 10])
+        where = self.json("status")["robots"][0]["pose"]
+        points.write_text("a,b,c,x,y,z,note\n" + ",".join(map(str, where[3:] + where[:2] + [where[2] - 20])) + ",low\n")
+        self.kyt("follow", str(points))
+        self.assertAlmostEqual(self.json("status")["robots"][0]["pose"][2], where[2] - 20, delta=0.6)
+        for text, error in {"1,2\n3,x\n": "csv:2: value 2 is no number", "u,v\n1,2\n": "names neither", "": "has no points"}.items():
+            points.write_text(text)
+            self.kyt("follow", str(points), status=1, error=error)
+
+        # More points than the controller gets ahead: none of them goes out after the stop.
+        points.write_text("".join(f"{number / 2}\n" for number in range(160)))
+        terminal = Terminal("follow", str(points), "--speed", "1", "--robot", "2")
+        terminal.until("points")
+        self.until(lambda: bool(self.robot(2)["position"][0] > 0.5))
+        terminal.type("\x03")
+        self.assertEqual(terminal.end(), 1)
+        self.assertIn("interrupted: robot 2 has been stopped", terminal.seen)
+        self.until(lambda: bool(self.robot(2)["runningState"] == 0))
+        stopped = self.robot(2)["position"][0]
+        time.sleep(0.2)  # in which it would go on
+        self.assertEqual(self.robot(2)["position"][0], stopped)
+        self.assertLess(stopped, 40)
+
+    def test_recording(self) -> None:
+        csv, svg = self.folder / "run.csv", self.folder / "run.svg"
+        told = self.json("record", "--for", "0.3", "--rate", "50", "-o", str(csv), "--plot", str(svg))
+        lines = csv.read_text().splitlines()
+        self.assertEqual((lines[0].split(",")[2], len(lines) - 1, told["samples"] > 3), ("joint1", told["samples"], True))
+        self.assertIn("joint 6</text>", svg.read_text())
+        self.kyt("record", "--for", "0.1", "-o", "/nowhere/run.csv", status=1, error="/nowhere/run.csv cannot be written")
+
+        process = subprocess.Popen([KYT, "record", "-o", str(csv)], env=environment(), stdout=subprocess.PIPE, text=True)
+        sent = len(controller.requests("0x2f07"))
+        self.until(lambda: len(controller.requests("0x2f07")) > sent + 4)
+        process.send_signal(signal.SIGINT)
+        self.assertIn("samples", process.communicate(timeout=LIMIT)[0])
+        self.assertEqual(process.returncode, 0)
+
+    def test_watching(self) -> None:
+        lines = [json.loads(line) for line in self.kyt("watch", "--json", "--count", "3", "--rate", "50").splitlines()]
+        self.assertEqual(([len(line["robots"]) for line in lines], lines[0]["time"] < lines[2]["time"]), ([2, 2, 2], True))
+        self.assertEqual(len(self.kyt("watch", "--count", "2", "--rate", "50").splitlines()), 2)
+
+        watched = VirtualController("--robots", "1")
+        self.addCleanup(watched.stop)
+        terminal = Terminal("watch", f"{watched.host}:{watched.port}", "--rate", "50")
+        terminal.until("\x1b[16A")  # back to the first of the lines, which the next state is drawn over
+        self.assertLessEqual(max(len(line) for line in re.sub(r"\x1b\[\d*[AJK]", "", terminal.seen).splitlines()), 80)
+        watched.set_input(2, 1)
+        terminal.until("0 1 0 0")
+        watched.cut()
+        terminal.until("lost")
+        watched.restore()
+        terminal.seen = ""
+        terminal.until("servo")
+        terminal.type("\x03")
+        self.assertEqual(terminal.end(), 0)
+
+    def test_io(self) -> None:
+        self.assertEqual(self.json("io", "set", "out", "5", "1"), {"kind": "out", "port": 5, "value": 1})
+        self.kyt("io", "set", "aout", "2", "3.5")
+        self.kyt("io", "force", "in", "3", "1")
+        ports = self.json("io", "list")
+        self.assertEqual((ports["outputs"][4], ports["analog_outputs"][1], ports["inputs"][2]), (1, 3.5, 1))
+        self.assertEqual(ports["forced"], [{"port": 3, "level": 1}])
+        self.assertEqual(self.json("io", "force", "in", "3", "off")["value"], 0)
+        process = subprocess.Popen([KYT, "io", "wait", "in", "7", "1"], env=environment(), stdout=subprocess.PIPE, text=True)
+        controller.set_input(7, 1)
+        self.assertEqual((process.communicate(timeout=LIMIT)[0].split()[-1], process.returncode), ("1", 0))
+        self.kyt("io", "wait", "in", "8", "1", "--timeout", "0.1", status=1, error="inputs[8] == 1: not within 0.1 s")
+        self.kyt("io", "set", "out", "99", "1", status=1, error="there is no digital output 99")
+        self.kyt("io", "set", "out", "1", "0.5", status=2, error="a level is 0 or 1")
+        self.kyt("io", "set", "in", "1", "1", status=2, error="in not in")
+
+    def test_jobs_and_backups(self) -> None:
+        self.ready()
+        job, line = self.folder / "SHORT.JBR", '{"paraTime":{"data":0.1,"value":0},"type":7}'
+        job.write_text(line + "\n")
+        self.assertEqual(self.json("jobs", "put", str(job)), {"jobs": ["SHORT"]})
+        job.rename(self.folder / "LONG.JBR").write_text(line.replace("0.1", "600") + "\n")
+        self.kyt("jobs", "put", str(self.folder / "LONG.JBR"))
+        self.assertEqual(self.kyt("jobs", "list"), "jobs  LONG\n      SHORT\n")
+        self.assertEqual(self.json("jobs", "show", "SHORT"), {"name": "SHORT", "lines": [line]})
+        copy = self.folder / "copy.txt"
+        self.kyt("jobs", "get", "SHORT", str(copy))
+        self.assertEqual(copy.read_text(), line + "\n")
+        self.assertEqual(sorted(path.name for path in self.folder.iterdir()), ["LONG.JBR", "copy.txt"])
+
+        self.assertEqual(self.json("jobs", "run", "SHORT", "--times", "2", "--wait")["running"], "stopped")
+        self.kyt("jobs", "run", "LONG")
+        self.assertEqual(self.json("status")["robots"][0]["job"], {"name": "LONG", "line": 1})
+        self.kyt("jobs", "stop")
+        self.until(lambda: bool(self.robot()["runningState"] == 0))
+        self.kyt("jobs", "run", "NONE", status=1, error="there is no job NONE")
+        self.kyt("jobs", "delete", "NONE", status=1, error="there is no job NONE")
+        self.kyt("jobs", "show", "NONE", status=1, error="get: ")
+
+        terminal = Terminal("backup", str(self.folder))
+        self.assertEqual((terminal.end(), "#] job/R1/SHORT.JBR" in terminal.seen), (0, True), terminal.seen)
+        for name in ("SHORT", "LONG"):
+            self.kyt("jobs", "delete", name)
+        self.assertEqual(self.json("jobs", "list"), {"jobs": []})
+        self.assertEqual(len(self.json("restore", str(self.folder))["restored"]), 2)
+        self.assertEqual(self.json("jobs", "list"), {"jobs": ["LONG", "SHORT"]})
+        self.kyt("restore", str(self.folder / "robotJob"), status=1, error="no jobs stand in")
+
+    def test_the_line(self) -> None:
+        controller.clear_script()
+        asked = ("raw", "0x2602", '{"robot":2}', "--reply", "0x2603")
+        self.assertEqual(self.json(*asked)["content"]["robot"], 2)
+        self.assertEqual(self.json("raw", "GetSpeed", "--reply", "SpeedReply")["content"]["robot"], 1)
+        self.kyt("raw", "SetSpeed", '{"robot":1,"speed":12}')
+        self.assertEqual(self.json("speed"), {"speed": 12})
+        self.kyt("raw", "0x7777", status=1, error="there is no such request")
+        self.kyt("raw", "GetSpeed", '{"robot":3}', "--reply", "SpeedReply", "--timeout", "0.1", status=1, error="there is no robot 3")
+        self.kyt("raw", "GetWell", status=2, error="GetWell is no code")
+        frames = [json.loads(line) for line in self.kyt("listen", "--for", "0.5", "--json").splitlines()]
+        self.assertEqual({frame["frame"] for frame in frames}, {"RobotState"})
+        self.assertEqual({frame["content"]["robot"] for frame in frames}, {1, 2})
+
+        network = HOST.rsplit(".", 1)[0] + ".0/24"
+        found = self.json("scan", network, "--port", controller.port)
+        self.assertEqual((found["asked"], found["controllers"]), (254, [{"host": HOST, "id": "VC-0001"}]))
+        self.kyt("scan", "10.0.0.0/8", status=2, error="more than 1024 addresses")
+        self.kyt("scan", "10.0.0/24", status=2, error="is no network")
+
+    def test_the_virtual_controller_and_the_help(self) -> None:
+        virtual = os.environ["VIRTUAL_CONTROLLER"]
+        theirs = subprocess.run([virtual, "--help"], capture_output=True, text=True)
+        self.assertEqual(*(text.split("Options:")[1] for text in (self.kyt("sim", "--help"), theirs.stdout)))
+        self.kyt("sim", "--data", "jobs", "--robots", "9", status=2, error="not in range 1 to 4")
+        process = subprocess.Popen(
+            [KYT, "sim", "--port", "0", "--file-port", "0", "--servo-port", "0"], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, text=True
+        )
+        assert process.stdout is not None
+        self.assertRegex(process.stdout.readline(), "listening on 127.0.0.1:[0-9]+, 4 robots")
+        process.terminate()
+        process.communicate(timeout=LIMIT)
+        self.assertEqual(process.returncode, 0)
+
+        for typed, offered in {"kyt mov": "move", "kyt move jo": "joints", "kyt --host 1 power o": "on off", "kyt io set --j": "--json"}.items():
+            script = 'source <("$0" completion bash); COMP_WORDS=($1); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _kyt; echo "${COMPREPLY[@]}"'
+            ran = subprocess.run(["bash", "-c", script, KYT, typed], capture_output=True, text=True)
+            self.assertEqual((ran.stdout, ran.stderr), (offered + "\n", ""))
+        if shutil.which("zsh"):
+            subprocess.run(["zsh", "-n"], input=self.kyt("completion", "zsh"), text=True, check=True)
+        manual = self.kyt("manual")
+        for expected in (".TH KYT 1", ".SS kyt move joints JOINTS", ".B \\-\\-timeout", ".B KYT_HOST"):
+            self.assertIn(expected, manual)
 
 
 if __name__ == "__main__":

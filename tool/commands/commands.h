@@ -8,5 +8,11 @@ namespace tool {
 
 void addStateCommands(const Family& kyt);
 void addMovingCommands(const Family& kyt);
+void addPathCommands(const Family& kyt);
+void addIoCommands(const Family& kyt);
+void addJobCommands(const Family& kyt);
+void addSimulation(const Family& kyt);
+void addWireCommands(const Family& kyt);
+void addHelpCommands(const Family& kyt);
 
 }  // namespace tool

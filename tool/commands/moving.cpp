@@ -3,7 +3,6 @@
 #include <tuple>
 
 #include <kyt_host/kyt_host.h>
-#include <kyt_host/names.h>
 
 #include "tool/commands/commands.h"
 #include "tool/moving_command.h"
@@ -12,45 +11,21 @@ namespace tool {
 namespace {
 
 struct Move : MovingCommand {
-  bool wait = false;
-  std::optional<double> timeout;
+  std::vector<double> target;
   double acceleration = 50;
 
   void takes(CLI::App& app) override {
-    takesMore(app);
+    takesTarget(app);
     app.add_option("--acceleration", acceleration, "percent")->capture_default_str()->check(CLI::Range(1.0, 100.0));
-    app.add_flag("--wait", wait, "until it is there; Ctrl-C stops the robot");
-    app.add_option("--timeout", timeout, "seconds to wait at most; the robot goes on")->check(CLI::PositiveNumber);
-    describeConfirmation(app);
+    describeMotion(app);
   }
-  virtual void takesMore(CLI::App& app) = 0;
-
-  // Ctrl-C stops it from before the command is sent.
-  void drive(const std::string& what, const std::function<kyt::Motion()>& move) {
-    confirm(what);
-    stoppable(robot(), [&](const Interruption&) { follow(move()); });
-    showPlace();
-  }
-
- private:
-  void follow(const kyt::Motion& motion) const {
-    if (timeout) return motion.wait(kyt::Seconds(*timeout));
-    if (wait) motion.wait();
-  }
-
-  void showPlace() {
-    out.show({{"robot", number()},
-              {"running", to_string(robot().running_state())},
-              {"joints", robot().joints()},
-              {"pose", robot().pose().values()}});
-  }
+  virtual void takesTarget(CLI::App& app) = 0;
 };
 
 struct MoveJoints : Move {
-  std::vector<double> target;
   double speed = 20;
 
-  void takesMore(CLI::App& app) override {
+  void takesTarget(CLI::App& app) override {
     app.add_option("JOINTS", target, "degrees; those left out stay as they are")->required()->expected(1, 7);
     app.add_option("--speed", speed, "percent of the joints' top speed")
         ->capture_default_str()
@@ -63,11 +38,10 @@ struct MoveJoints : Move {
 };
 
 struct MoveLinear : Move {
-  std::vector<double> target;
   double speed = 100;
   bool relative = false;
 
-  void takesMore(CLI::App& app) override {
+  void takesTarget(CLI::App& app) override {
     app.add_option("POSE", target, "X Y Z in mm, A B C in degrees, in the base; without A B C it is not turned")
         ->required()
         ->expected(3, 6);
@@ -139,7 +113,7 @@ struct Stop : ControllerCommand {
 }  // namespace
 
 void addMovingCommands(const Family& kyt) {
-  const Family move = kyt.group("move", "move: joints 40 -20 30 ... or linear X Y Z [A B C]");
+  const Family move = kyt.group("move", "move joints 40 -20 30 ..., or move linear X Y Z [A B C]");
   move.add<MoveJoints>("joints", "move the joints, each on its own way");
   move.add<MoveLinear>("linear", "move the tool in a straight line");
   kyt.add<Jog>("jog", "let an axis move for a moment: jog 1 +");

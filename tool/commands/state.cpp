@@ -1,8 +1,9 @@
-// What the robots are and do, and the simple things that are set: status, power, clear, speed, mode.
+// What the robots are and do, and the simple things that are set: status, watch, power, clear, speed, mode.
 
 #include <kyt_host/names.h>
 
 #include "tool/commands/commands.h"
+#include "tool/interruption.h"
 #include "tool/snapshot.h"
 
 namespace tool {
@@ -16,6 +17,37 @@ struct Status : ControllerCommand {
   void run() override {
     const std::vector<int> all = robots();
     out.show(snapshot(controller(), all, alarms()));
+  }
+};
+
+// A connection that breaks is restored; meanwhile that is what there is to see.
+struct Watch : ControllerCommand {
+  Watch() : ControllerCommand(true) {}
+
+  double rate = 10;
+  std::optional<int> count;
+
+  void takes(CLI::App& app) override {
+    app.add_option("--rate", rate, "times a second")->capture_default_str()->check(CLI::Range(0.01, 100.0));
+    app.add_option("--count", count, "how many times; otherwise until Ctrl-C")->check(CLI::PositiveNumber);
+  }
+
+  void run() override {
+    const Interruption interruption;
+    const std::vector<int> all = robots();
+    silenceDiagnostics();
+    for (int shown = 0; !count || shown < *count; ++shown) {
+      if (shown > 0 && interruption.wait(kyt::Seconds(1 / rate))) break;
+      out.redraw(look(all));
+    }
+  }
+
+  Value look(const std::vector<int>& all) {
+    try {
+      return snapshot(controller(), all, alarms());
+    } catch (const kyt::Error& error) {
+      return {{"controller", address()}, {"time", now()}, {"lost", error.reason()}};
+    }
   }
 };
 
@@ -74,6 +106,7 @@ struct Mode : ControllerCommand {
 
 void addStateCommands(const Family& kyt) {
   kyt.add<Status>("status", "robots, servo, mode, speed, position, job, IO, alarms");
+  kyt.add<Watch>("watch", "what status shows, live");
   kyt.add<Power>("power", "servo power on or off");
   kyt.add<Clear>("clear", "clear the robot's errors");
   kyt.add<Speed>("speed", "read or set the speed");
