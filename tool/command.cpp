@@ -40,28 +40,11 @@ std::vector<int> robotsOf(const kyt::Controller& controller) {
 
 }  // namespace
 
-Address::Address(const std::string& text) : host(text) {
-  const auto colon = text.rfind(':');
-  const bool bracketed = !text.empty() && text.front() == '[' && text.find(']') != std::string::npos;
-  if (bracketed) {
-    const auto end = text.find(']');
-    host = text.substr(1, end - 1);
-    if (end + 1 < text.size()) port = text.substr(end + 2);
-  } else if (colon != std::string::npos && text.find(':') == colon) {  // several are an address of IPv6
-    host = text.substr(0, colon);
-    port = text.substr(colon + 1);
-  }
-  const bool isNumber = !port.empty() && port.size() <= 5 && port.find_first_not_of("0123456789") == std::string::npos;
-  if (host.empty() || !isNumber || std::stoi(port) < 1 || std::stoi(port) > 65535)
-    throw CLI::ValidationError("--host", text + " is not HOST or HOST:PORT");
-}
-
 void ControllerCommand::describe(CLI::App& app) {
   takes(app);
   app.add_option(hostFirst_ ? "HOST,--host" : "--host", host_, "the controller: HOST or HOST:PORT")
       ->type_name("HOST[:PORT]")
       ->envname("KYT_HOST");
-  app.add_option("--robot", number_, "which robot")->type_name("N")->check(CLI::Range(1, lastRobot));
   out.describe(app);
 }
 
@@ -69,16 +52,20 @@ const kyt::Controller& ControllerCommand::controller() {
   if (!controller_) {
     if (host_.empty())
       throw CLI::ValidationError("--host", "which controller? Name it here, or in the environment as KYT_HOST");
-    const Address address(host_);
     kyt::Options options;
-    options.port = address.port;
+    options.port = address().port;
     options.timeout = connectingTime;
-    controller_.emplace(address.host, options);
+    controller_.emplace(address().host, options);
   }
   return *controller_;
 }
 
-std::vector<int> ControllerCommand::robots() {
+void RobotCommand::describe(CLI::App& app) {
+  ControllerCommand::describe(app);
+  app.add_option("--robot", number_, "which robot")->type_name("N")->check(CLI::Range(1, lastRobot));
+}
+
+std::vector<int> RobotCommand::robots() {
   if (onlyOne()) return {number()};
   const std::vector<int> found = robotsOf(controller());
   std::vector<SystemMessage> messages;
@@ -86,16 +73,11 @@ std::vector<int> ControllerCommand::robots() {
   return found;
 }
 
-std::vector<kyt::Alarm> ControllerCommand::alarms() {
+std::vector<kyt::Alarm> RobotCommand::alarms() {
   std::vector<kyt::Alarm> alarms = controller().alarms();
   const auto isOurs = [this](const kyt::Alarm& alarm) { return alarm.number <= lastMessage_; };
   alarms.erase(std::remove_if(alarms.begin(), alarms.end(), isOurs), alarms.end());
   return alarms;
-}
-
-std::string ControllerCommand::address() const {
-  const Address address(host_);
-  return address.host + ":" + address.port;
 }
 
 void checked(const kyt::Controller& controller, const char* operation, const std::function<int(SOCKETFD)>& send) {

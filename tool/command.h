@@ -10,6 +10,7 @@
 #include <CLI/CLI.hpp>
 #include <kyt_host/robot.h>
 
+#include "tool/address.h"
 #include "tool/output.h"
 
 namespace tool {
@@ -36,19 +37,10 @@ class Command {
   virtual void run() = 0;
 };
 
-/// One that talks to a controller. It is connected to when it is first asked for.
-///
-///   struct Speed : ControllerCommand {
-///     std::optional<int> percent;
-///     void takes(CLI::App& app) override { app.add_option("PERCENT", percent, "0..100; without: reads it"); }
-///     void run() override {
-///       if (percent) robot().set_speed(*percent);
-///       out.show({{"speed", robot().speed()}});
-///     }
-///   };
+/// One that talks to a controller, which is connected to when it is first asked for.
 class ControllerCommand : public Command {
  public:
-  void describe(CLI::App& app) final;
+  void describe(CLI::App& app) override;
   /// What the command takes besides --host, --robot and --json.
   virtual void takes(CLI::App& app) = 0;
 
@@ -57,6 +49,33 @@ class ControllerCommand : public Command {
   explicit ControllerCommand(bool hostFirst = false) : hostFirst_(hostFirst) {}
 
   const kyt::Controller& controller();
+  Address address() const { return Address(host_); }
+
+  Output out;
+
+ private:
+  const bool hostFirst_;
+  std::string host_;
+  std::optional<kyt::Controller> controller_;
+};
+
+/// One that is about a robot, or several.
+///
+///   struct Speed : RobotCommand {
+///     std::optional<int> percent;
+///     void takes(CLI::App& app) override { app.add_option("PERCENT", percent, "0..100; without: reads it"); }
+///     void run() override {
+///       if (percent) robot().set_speed(*percent);
+///       out.show({{"speed", robot().speed()}});
+///     }
+///   };
+class RobotCommand : public ControllerCommand {
+ public:
+  void describe(CLI::App& app) final;
+
+ protected:
+  using ControllerCommand::ControllerCommand;
+
   /// That of --robot, otherwise robot 1.
   kyt::Robot robot() { return controller().robot(number()); }
   int number() const { return number_.value_or(1); }
@@ -66,16 +85,9 @@ class ControllerCommand : public Command {
   std::vector<int> robots();
   /// The errors since then.
   std::vector<kyt::Alarm> alarms();
-  /// As it is shown: with its port.
-  std::string address() const;
-
-  Output out;
 
  private:
-  const bool hostFirst_;
-  std::string host_;
   std::optional<int> number_;
-  std::optional<kyt::Controller> controller_;
   int lastMessage_ = 0;  // that looking for robots has caused
 };
 
@@ -84,14 +96,6 @@ void checked(const kyt::Controller& controller, const char* operation, const std
 
 /// For commands in which a connection may fail, and nobody need be told more.
 void silenceDiagnostics();
-
-/// HOST or HOST:PORT or [HOST]:PORT. Throws CLI::ValidationError.
-struct Address {
-  std::string host;
-  std::string port = "6001";
-
-  explicit Address(const std::string& text);
-};
 
 /// Where commands are added: to kyt itself, or to a group such as `kyt move`.
 class Family {

@@ -11,12 +11,6 @@ namespace {
 
 constexpr const char* virtualId = "VC-0001";
 
-bool isHere(const std::string& address) {
-  for (const char* start : {"127.", "localhost:", "::1:"})
-    if (address.rfind(start, 0) == 0) return true;
-  return false;
-}
-
 std::string idOf(const kyt::Controller& controller) {
   try {
     return controller.id();
@@ -27,11 +21,11 @@ std::string idOf(const kyt::Controller& controller) {
 
 }  // namespace
 
-void Confirmation::ask(const kyt::Controller& controller, const std::string& address, const std::string& what) const {
+void Confirmation::ask(const kyt::Controller& controller, const Address& address, const std::string& what) const {
   if (yes_ || isatty(STDIN_FILENO) == 0) return;
   const std::string id = idOf(controller);
-  if (id == virtualId && isHere(address)) return;
-  std::cerr << what << " of " << id << " at " << address << "? [y/N] " << std::flush;
+  if (id == virtualId && address.isHere()) return;
+  std::cerr << what << " of " << id << " at " << address.text() << "? [y/N] " << std::flush;
   std::string answer;
   std::getline(std::cin, answer);
   if (answer != "y" && answer != "yes") throw Failure("not confirmed: nothing was sent");

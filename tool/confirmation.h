@@ -5,6 +5,8 @@
 #include <CLI/CLI.hpp>
 #include <kyt_host/robot.h>
 
+#include "tool/address.h"
+
 namespace tool {
 
 /// The question before a robot moves. It is asked where somebody sits at a terminal, but for --yes and for the virtual
@@ -14,8 +16,7 @@ class Confirmation {
   void describe(CLI::App& app) { app.add_flag("--yes,-y", yes_, "ask nothing"); }
 
   /// Throws a Failure unless the answer is y or yes.
-  /// @param address  as it was told, HOST:PORT
-  void ask(const kyt::Controller& controller, const std::string& address, const std::string& what) const;
+  void ask(const kyt::Controller& controller, const Address& address, const std::string& what) const;
 
  private:
   bool yes_ = false;

@@ -11,7 +11,7 @@
 namespace tool {
 
 /// One that makes a robot move: it asks before, and Ctrl-C stops the robot.
-class MovingCommand : public ControllerCommand {
+class MovingCommand : public RobotCommand {
  protected:
   void describeConfirmation(CLI::App& app) { confirmation_.describe(app); }
   /// @param what  such as "move the joints"
@@ -23,6 +23,8 @@ class MovingCommand : public ControllerCommand {
   void drive(const std::string& what, const std::function<kyt::Motion()>& command);
 
  private:
+  void await(const kyt::Motion& motion, const Interruption& interruption);
+
   Confirmation confirmation_;
   bool wait_ = false;
   std::optional<double> timeout_;

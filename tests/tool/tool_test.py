@@ -150,12 +150,15 @@ class Tool(unittest.TestCase):
             ("mode", "sleep"): "sleep not in",
             ("power",): "STATE is required",
             ("status", "--host", "somewhere:x"): "somewhere:x is not HOST or HOST:PORT",
+            ("status", "--host", "[::1]6001"): "[::1]6001 is not HOST or HOST:PORT",
             ("move", "linear", "1", "2", "3", "4"): "POSE: 3 or 6 values",
             ("jog", "1", "sideways"): "sideways not in",
+            ("io", "list", "--robot", "2"): "--robot",
         }.items():
             self.kyt(*arguments, status=2, error=error)
         self.kyt("status", status=2, error="KYT_HOST", host="")
-        self.kyt("status", status=1, error="connect: 127.0.0.1:1 cannot be reached", host="127.0.0.1:1")
+        for host in ("127.0.0.1:1", "[::1]:1"):
+            self.kyt("status", status=1, error=":1 cannot be reached", host=host)
         self.kyt("speed", "10", "--robot", "3", status=1, error="there is no robot 3")
         controller.silence("0x2602")
         self.kyt("speed", status=1, error="kyt: speed: no reply")
@@ -172,7 +175,7 @@ class Tool(unittest.TestCase):
         self.kyt("jog", "1", "-", "--for", "0.2")
         self.assertLess(self.json("jog", "1", "-", "--for", "0.1")["joints"][0], 20)
         self.kyt("move", "joints", "500", status=1, error="beyond a limit of joint 1")
-        self.kyt("move", "joints", "-90", "--speed", "1", "--timeout", "0.05", status=1, error="not within 0.05 s")
+        self.kyt("move", "joints", "-90", "--speed", "1", "--timeout", "0.05", status=1, error="not there in time; the robot goes on")
         self.assertEqual(self.json("stop"), {"stopped": [1, 2]})
         self.until(lambda: bool(self.robot()["runningState"] == 0))
         controller.refuse("0x50ba")
@@ -189,6 +192,20 @@ class Tool(unittest.TestCase):
             self.until(lambda: bool(self.robot()["runningState"] == 0))
             where = self.json("status")["robots"][0]["joints"]
             self.assertLess(max(where), 45)
+
+    def test_interruption_without_a_line_says_so(self) -> None:
+        cut = VirtualController()
+        self.addCleanup(cut.stop)
+        host = f"{cut.host}:{cut.port}"
+        self.kyt("mode", "run", host=host)
+        self.kyt("power", "on", host=host)
+        move = [KYT, "move", "joints", "90", "--speed", "1", "--wait"]
+        process = subprocess.Popen(move, env=environment(host), stderr=subprocess.PIPE, text=True)
+        self.until(lambda: bool(cut.state()["robots"][0]["runningState"] == 2))
+        cut.cut()
+        process.send_signal(signal.SIGINT)
+        self.assertIn("interrupted: robot 1 COULD NOT BE STOPPED: ", process.communicate(timeout=LIMIT)[1])
+        self.assertEqual(process.returncode, 1)
 
     def test_confirmation(self) -> None:
         """The virtual controller on this PC moves without a question; what may be elsewhere does not, whatever its name."""

@@ -33,13 +33,13 @@ struct JobCommand : Base {
   virtual void takesMore(CLI::App& /*app*/) {}
 };
 
-struct JobsList : ControllerCommand {
+struct JobsList : RobotCommand {
   void takes(CLI::App& /*app*/) override {}
 
   void run() override { out.show({{"jobs", controller().files.jobs(number())}}); }
 };
 
-struct JobsShow : JobCommand<ControllerCommand> {
+struct JobsShow : JobCommand<RobotCommand> {
   void run() override {
     const TemporaryFolder folder;
     controller().files.get(name, folder.path(), number());
@@ -50,7 +50,7 @@ struct JobsShow : JobCommand<ControllerCommand> {
   }
 };
 
-struct JobsGet : JobCommand<ControllerCommand> {
+struct JobsGet : JobCommand<RobotCommand> {
   std::string file;
 
   void takesMore(CLI::App& app) override {
@@ -66,7 +66,7 @@ struct JobsGet : JobCommand<ControllerCommand> {
   }
 };
 
-struct JobsPut : ControllerCommand {
+struct JobsPut : RobotCommand {
   std::string file;
 
   void takes(CLI::App& app) override {
@@ -92,7 +92,7 @@ struct JobsRun : JobCommand<MovingCommand> {
   }
 };
 
-struct JobsStop : ControllerCommand {
+struct JobsStop : RobotCommand {
   void takes(CLI::App& /*app*/) override {}
 
   void run() override {
@@ -101,7 +101,7 @@ struct JobsStop : ControllerCommand {
   }
 };
 
-struct JobsDelete : JobCommand<ControllerCommand> {
+struct JobsDelete : JobCommand<RobotCommand> {
   void run() override {
     checked(controller(), "delete", [this](SOCKETFD handle) { return job_delete_robot(handle, number(), name); });
     out.show({{"deleted", name}});
@@ -119,7 +119,7 @@ struct Backup : ControllerCommand {
   }
 };
 
-struct Restore : ControllerCommand {
+struct Restore : RobotCommand {
   std::string directory;
 
   void takes(CLI::App& app) override {

@@ -91,7 +91,7 @@ struct Jog : MovingCommand {
   }
 };
 
-struct Stop : ControllerCommand {
+struct Stop : RobotCommand {
   void takes(CLI::App& /*app*/) override {}
 
   // One that cannot be stopped does not keep the others from it.

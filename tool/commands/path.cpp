@@ -131,8 +131,8 @@ struct FollowPoints : MovingCommand {
   }
 };
 
-struct Record : ControllerCommand {
-  Record() : ControllerCommand(true) {}
+struct Record : RobotCommand {
+  Record() : RobotCommand(true) {}
 
   double rate = 100;
   std::optional<double> seconds;

@@ -9,8 +9,8 @@
 namespace tool {
 namespace {
 
-struct Status : ControllerCommand {
-  Status() : ControllerCommand(true) {}
+struct Status : RobotCommand {
+  Status() : RobotCommand(true) {}
 
   void takes(CLI::App& /*app*/) override {}
 
@@ -21,8 +21,8 @@ struct Status : ControllerCommand {
 };
 
 // A connection that breaks is restored; meanwhile that is what there is to see.
-struct Watch : ControllerCommand {
-  Watch() : ControllerCommand(true) {}
+struct Watch : RobotCommand {
+  Watch() : RobotCommand(true) {}
 
   double rate = 10;
   std::optional<int> count;
@@ -46,12 +46,12 @@ struct Watch : ControllerCommand {
     try {
       return snapshot(controller(), all, alarms());
     } catch (const kyt::Error& error) {
-      return {{"controller", address()}, {"time", now()}, {"lost", error.reason()}};
+      return {{"controller", address().text()}, {"time", now()}, {"lost", error.reason()}};
     }
   }
 };
 
-struct Power : ControllerCommand {
+struct Power : RobotCommand {
   std::string state;
 
   void takes(CLI::App& app) override {
@@ -66,7 +66,7 @@ struct Power : ControllerCommand {
   }
 };
 
-struct Clear : ControllerCommand {
+struct Clear : RobotCommand {
   void takes(CLI::App& /*app*/) override {}
 
   void run() override {
@@ -75,7 +75,7 @@ struct Clear : ControllerCommand {
   }
 };
 
-struct Speed : ControllerCommand {
+struct Speed : RobotCommand {
   std::optional<int> percent;
 
   void takes(CLI::App& app) override {
@@ -88,7 +88,7 @@ struct Speed : ControllerCommand {
   }
 };
 
-struct Mode : ControllerCommand {
+struct Mode : RobotCommand {
   std::string name;
 
   void takes(CLI::App& app) override {
