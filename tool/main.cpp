@@ -25,7 +25,7 @@ constexpr void (*commandGroups[])(const tool::Family& kyt) = {
     tool::addJobCommands,   tool::addSimulation,     tool::addWireCommands, tool::addHelpCommands,
 };
 
-/// What has failed is told by the commands; the library's own lines say why, as with a connection.
+/// What has failed is told by the commands; the library's own lines tell what else has gone wrong.
 void tellDiagnostics(int level, const char* line) {
   if (level >= DIAGNOSTICS_WARNING) std::cerr << "kyt: " + std::string(line) + "\n";
 }

@@ -157,8 +157,8 @@ class Tool(unittest.TestCase):
         }.items():
             self.kyt(*arguments, status=2, error=error)
         self.kyt("status", status=2, error="KYT_HOST", host="")
-        for host in ("127.0.0.1:1", "[::1]:1"):
-            self.kyt("status", status=1, error=":1 cannot be reached", host=host)
+        self.kyt("status", status=1, error="connect: 127.0.0.1:1: Connection refused", host="127.0.0.1:1")
+        self.kyt("status", status=1, error="connect: ::1:1: ", host="[::1]:1")
         self.kyt("speed", "10", "--robot", "3", status=1, error="there is no robot 3")
         controller.silence("0x2602")
         self.kyt("speed", status=1, error="kyt: speed: no reply")
