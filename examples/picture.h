@@ -1,6 +1,6 @@
 #pragma once
 
-// A few lines of SVG: what a robot did, to look at.
+// A few lines of SVG: what a robot did, to look at. The examples draw with it, and `kyt record --plot` does.
 
 #include <algorithm>
 #include <cstdio>

@@ -90,7 +90,11 @@ int run(int argc, char** argv) {
       ->expected(1)
       ->take_all();
   app.add_flag("--verbose", settings.verbose, "print each request, reply and event");
-  CLI11_PARSE(app, argc, argv);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : 2;
+  }
 
   settings.servoPort = servoPort;
   settings.filePort = filePort;

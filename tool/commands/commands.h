@@ -1,0 +1,18 @@
+#pragma once
+
+#include "tool/command.h"
+
+namespace tool {
+
+// The commands by what they are about, in the order of the help; main.cpp adds them all.
+
+void addStateCommands(const Family& kyt);
+void addMovingCommands(const Family& kyt);
+void addPathCommands(const Family& kyt);
+void addIoCommands(const Family& kyt);
+void addJobCommands(const Family& kyt);
+void addSimulation(const Family& kyt);
+void addWireCommands(const Family& kyt);
+void addHelpCommands(const Family& kyt);
+
+}  // namespace tool

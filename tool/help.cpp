@@ -1,0 +1,124 @@
+#include "tool/help.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include <kyt_host/kyt_host.h>
+
+namespace tool {
+namespace {
+
+// The commands alone, one a line.
+class OneScreen : public CLI::Formatter {
+ public:
+  std::string make_help(const CLI::App* app, std::string name, CLI::AppFormatMode mode) const override {
+    if (app->get_parent() != nullptr) return CLI::Formatter::make_help(app, name, mode);
+    std::string help = "kyt COMMAND ... [--host HOST[:PORT]] [--json]: robot controllers from the command line\n";
+    for (const CLI::App* command : app->get_subcommands(nullptr)) {
+      if (command->get_group().empty()) continue;
+      const std::string column = "  " + command->get_name();
+      help += column + std::string(14 - column.size(), ' ') + command->get_description() + "\n";
+    }
+    return help + "kyt COMMAND --help tells the rest. The environment's KYT_HOST is the usual host.\n";
+  }
+};
+
+using Visit = std::function<void(const CLI::App& command, const std::string& path)>;
+
+// All commands below one, with what is typed for them: "move joints".
+void forEach(const CLI::App& app, const std::string& path, const Visit& visit) {
+  for (const CLI::App* command : app.get_subcommands(nullptr)) {
+    const std::string its = path + (path.empty() ? "" : " ") + command->get_name();
+    visit(*command, its);
+    forEach(*command, its, visit);
+  }
+}
+
+// What may stand behind a command: groups' commands, options, and the choices of what is no option.
+std::string wordsOf(const CLI::App& command) {
+  std::string words;
+  for (const CLI::App* below : command.get_subcommands(nullptr)) words += below->get_name() + " ";
+  for (const CLI::Option* option : command.get_options()) {
+    for (const std::string& name : option->get_lnames()) words += "--" + name + " ";
+    const std::string choices = option->get_positional() ? option->get_type_name() : "";
+    const auto begin = choices.find('{');
+    if (begin == std::string::npos) continue;
+    for (const char each : choices.substr(begin + 1, choices.find('}') - begin - 1)) words += each == ',' ? ' ' : each;
+    words += ' ';
+  }
+  return words.empty() ? "--help" : words;
+}
+
+// In each shell's own words: which words there are so far, and what is offered.
+constexpr const char* bashPart = R"sh(
+_kyt() {
+  local at= word
+  for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+    [[ -z $(_kyt_words "${at:+$at }$word") ]] || at="${at:+$at }$word"
+  done
+  mapfile -t COMPREPLY < <(compgen -W "$(_kyt_words "$at")" -- "${COMP_WORDS[COMP_CWORD]}")
+}
+complete -o default -F _kyt kyt
+)sh";
+constexpr const char* zshPart = R"sh(
+_kyt() {
+  local at= word
+  for word in "${words[2,CURRENT-1][@]}"; do
+    [[ -z $(_kyt_words "${at:+$at }$word") ]] || at="${at:+$at }$word"
+  done
+  compadd -- ${=$(_kyt_words "$at")}
+  _files
+}
+if [[ $funcstack[1] == _kyt ]]; then _kyt "$@"; else compdef _kyt kyt; fi
+)sh";
+
+// As roff takes it.
+std::string roff(const std::string& text) {
+  std::string safe;
+  for (const char each : text) safe += each == '\\' ? "\\e" : each == '-' ? "\\-" : std::string(1, each);
+  return !safe.empty() && (safe.front() == '.' || safe.front() == '\'') ? "\\&" + safe : safe;
+}
+
+std::string entry(const std::string& term, const std::string& text) {
+  return ".TP\n.B " + roff(term) + "\n" + roff(text) + "\n";
+}
+
+}  // namespace
+
+void explain(CLI::App& app) {
+  app.formatter(std::make_shared<OneScreen>());
+  app.set_version_flag("--version", get_library_version());
+}
+
+std::string completionOf(const CLI::App& kyt, const std::string& shell) {
+  std::string script = (shell == "zsh" ? "#compdef kyt\n" : "") + std::string("_kyt_words() {\n  case \"$1\" in\n");
+  const auto add = [&](const CLI::App& command, const std::string& path) {
+    script += "    '" + path + "') echo '" + wordsOf(command) + "' ;;\n";
+  };
+  add(kyt, "");
+  forEach(kyt, "", add);
+  return script + "  esac\n}" + (shell == "zsh" ? zshPart : bashPart);
+}
+
+std::string manualOf(const CLI::App& kyt) {
+  std::string page = ".TH KYT 1 \"\" \"kyt_host " + get_library_version() +
+                     "\"\n.SH NAME\nkyt \\- robot controllers from the command line\n"
+                     ".SH SYNOPSIS\n.B kyt\n.I COMMAND\n[\n.I ARGUMENTS\n] [\n.I OPTIONS\n]\n.SH COMMANDS\n";
+  forEach(kyt, "", [&](const CLI::App& command, const std::string& path) {
+    std::string usage = "kyt " + path;
+    std::string options;
+    for (const CLI::Option* option : command.get_options()) {
+      const std::string name = option->get_positional() ? option->get_name(true) : option->get_name(false, true);
+      if (option->get_positional()) usage += option->get_required() ? " " + name : " [" + name + "]";
+      const std::string value = option->get_default_str();
+      options += entry(name, option->get_description() + (value.empty() ? "" : " (" + value + ")"));
+    }
+    page += ".SS " + roff(usage) + "\n" + roff(command.get_description()) + "\n" + options;
+  });
+  return page + ".SH ENVIRONMENT\n" +
+         entry("KYT_HOST", "the controller, where --host does not say: HOST or HOST:PORT") + ".SH EXIT STATUS\n" +
+         entry("0", "done") + entry("1", "failed; standard error says why") + entry("2", "what was typed cannot be");
+}
+
+}  // namespace tool
