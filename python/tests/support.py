@@ -1,6 +1,7 @@
 """What the tests share: a controller, a peer that says what it is told to, and programs of their own."""
 
 import faulthandler
+import signal
 import socket
 import struct
 import subprocess
@@ -17,6 +18,7 @@ import docstrings  # noqa: E402
 from docstrings import headers  # noqa: E402
 from kyt_host_testing import VirtualController  # noqa: E402
 
+signal.signal(signal.SIGINT, signal.default_int_handler)  # what is started in the background inherits that it is ignored
 faulthandler.dump_traceback_later(300, exit=True)  # whatever hangs in this process ends it, and is seen
 PUBLIC_HEADERS = sorted(
     (

@@ -15,6 +15,8 @@ from typing import Any, Callable, Dict, List, Sequence
 
 from kyt_host_testing import VirtualController  # type: ignore[import]
 
+signal.signal(signal.SIGINT, signal.default_int_handler)  # what is started in the background inherits that it is ignored
+
 FOLDER = Path(__file__).resolve().parents[2] / "examples/side_by_side"
 PATIENCE = 30.0  # s, for anything
 

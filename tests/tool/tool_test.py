@@ -22,6 +22,8 @@ sys.path.append(str(ROOT / "python"))
 
 from kyt_host_testing import VirtualController  # type: ignore[import]  # noqa: E402
 
+signal.signal(signal.SIGINT, signal.default_int_handler)  # what is started in the background inherits that it is ignored
+
 KYT = os.environ["KYT"]
 HOST = f"127.83.{os.getpid() // 250 % 250}.{os.getpid() % 250 + 1}"  # files go over port 5000: it is nobody else's here
 LIMIT = 15.0  # seconds for anything to happen
