@@ -33,7 +33,7 @@ using namespace std::chrono_literals;
 using Values = std::vector<double>;
 using Point3 = std::array<double, 3>;
 
-#ifdef __SANITIZE_THREAD__  // which reads them too slowly to keep up
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)  // which read them too slowly to keep up
 constexpr auto often = 5ms;
 #else
 constexpr auto often = 1ms;
