@@ -1,8 +1,10 @@
 #include "kyt_host/robot/ports.h"
 
+#include <cmath>
 #include <string>
 #include <utility>
 
+#include "kyt_host/detail/number_text.h"
 #include "kyt_host/interface/kyt_io.h"
 #include "kyt_host/robot/detail/controller_state.h"
 
@@ -14,8 +16,9 @@ constexpr const char* keys[] = {"DIN", "DOUT", "AIN", "AOUT"};
 constexpr const char* names[] = {"inputs", "outputs", "analog_inputs", "analog_outputs"};
 
 std::string wholeNumber(double value) {
-  const std::string text = std::to_string(static_cast<long long>(value));
-  return static_cast<double>(static_cast<long long>(value)) == value ? text : std::string();
+  constexpr double most = 1e15;  // a double tells no more whole numbers apart
+  const bool isWhole = std::abs(value) < most && std::trunc(value) == value;
+  return isWhole ? std::to_string(static_cast<long long>(value)) : std::string();
 }
 
 template <class Value>
@@ -97,7 +100,7 @@ void Port::set(double value) const {
 void Port::wait_for(double value) const { wait_for(value, Seconds(1e9)); }
 
 void Port::wait_for(double value, Seconds timeout) const {
-  const std::string operation = name() + " == " + wholeNumber(value);
+  const std::string operation = name() + " == " + kyt_host::detail::numberText(value);
   const auto arrived = [&, silent = 0]() mutable {
     try {
       const bool has = this->value() == value;

@@ -54,16 +54,19 @@ class Recorder {
     changed_.notify_all();
   }
 
+  // The child of a fork lacks the thread, which may have held the mutex.
   std::vector<RecordedSample> take() {
+    if (process_ != ::getpid()) return {};
     const std::lock_guard lock(mutex_);
     return std::exchange(samples_, {});
   }
 
   void stop() {
+    if (process_ != ::getpid()) return;
     std::unique_lock lock(mutex_);
     stopped_ = true;
     changed_.notify_all();
-    if (process_ == ::getpid()) changed_.wait(lock, [this] { return ended_; });  // the child of a fork lacks the thread
+    changed_.wait(lock, [this] { return ended_; });
   }
 
  private:
