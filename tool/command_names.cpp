@@ -13,23 +13,25 @@ struct Named {
   const char* name;
 };
 
-constexpr Named all[] = {
+constexpr Named codes[] = {
 #include "tool/command_names.inc"
 };
 
 }  // namespace
 
 std::string commandName(int code) {
-  const auto* found = std::find_if(std::begin(all), std::end(all), [&](const Named& one) { return one.code == code; });
-  if (found != std::end(all)) return found->name;
+  const auto* found =
+      std::find_if(std::begin(codes), std::end(codes), [&](const Named& one) { return one.code == code; });
+  if (found != std::end(codes)) return found->name;
   char text[16];
   std::snprintf(text, sizeof text, "0x%04X", static_cast<unsigned int>(code));
   return text;
 }
 
 int commandCode(const std::string& text) {
-  const auto* found = std::find_if(std::begin(all), std::end(all), [&](const Named& one) { return one.name == text; });
-  if (found != std::end(all)) return found->code;
+  const auto* found =
+      std::find_if(std::begin(codes), std::end(codes), [&](const Named& one) { return one.name == text; });
+  if (found != std::end(codes)) return found->code;
   try {
     std::size_t end = 0;
     const int code = std::stoi(text, &end, 0);

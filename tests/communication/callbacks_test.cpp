@@ -14,8 +14,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto otherCode = static_cast<Strategy>(0x0101);
-
 class Callbacks : public ConnectedTest {
  protected:
   void SetUp() override {

@@ -16,8 +16,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto otherCode = static_cast<Strategy>(0x0101);
-
 // Disconnects; fails when that takes more than the second it may take, and a second for a busy machine, or when it
 // leaves a thread behind that it should not.
 ::testing::AssertionResult disconnects(SOCKETFD fd, bool leavingSomebodyBehind = false) {

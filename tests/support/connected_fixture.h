@@ -5,6 +5,9 @@
 #include "kyt_host/kyt_host.h"
 #include "tests/support/controller_fixture.h"
 
+/// Of which the library has never heard.
+constexpr auto otherCode = static_cast<Strategy>(0x0101);
+
 /// The speed, or the status of the query when that is no success.
 inline int speedOf(SOCKETFD fd) {
   int speed = -1;
