@@ -210,8 +210,8 @@ class Compiler {
       wait(pollWithoutEnd);
       return jump("wait" + number, negated(condition));
     }
-    const double polls = std::clamp(std::ceil(limit / shortestPoll), 1., mostPolls);
-    for (double poll = 0; poll < polls; ++poll) {
+    const int polls = static_cast<int>(std::clamp(std::ceil(limit / shortestPoll), 1., mostPolls));
+    for (int poll = 0; poll < polls; ++poll) {
       jump("waited" + number, condition);
       wait(limit / polls);
     }

@@ -22,6 +22,7 @@
 
 #include "tests/support/callbacks.h"
 #include "tests/support/connected_fixture.h"
+#include "tests/support/process_state.h"
 #include "tests/virtual_controller/frame_client.h"
 
 using namespace virtual_controller;
@@ -33,11 +34,7 @@ using namespace std::chrono_literals;
 using Values = std::vector<double>;
 using Point3 = std::array<double, 3>;
 
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)  // which read them too slowly to keep up
-constexpr auto often = 5ms;
-#else
-constexpr auto often = 1ms;
-#endif
+constexpr auto often = sanitized ? 5ms : 1ms;  // sanitizers read them too slowly to keep up
 
 constexpr int stopped = 0;
 constexpr int paused = 1;
@@ -199,7 +196,7 @@ class SeldomSeenMotions : public Motions {
 /// Where what a host asks for has to reach the arm in time, on a busy machine too.
 class SlowMotions : public Motions {
  protected:
-  SlowMotions() : Motions(0.3, 1, 10ms) {}
+  SlowMotions() : Motions(0.3, 1, 40ms) {}
 };
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "tests/support/connected_fixture.h"
+#include "tests/support/process_state.h"
 #include "tests/virtual_controller/frame_client.h"
 
 using namespace virtual_controller;
@@ -143,11 +144,7 @@ TEST_F(Programs, TheQueueJumpsBackUntilAnInputComesAndPulsesAnOutput) {
 }
 
 TEST_F(Programs, ManyLinesAreInsertedBeforeAQueryGivesUp) {
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-  const int lines = 300;  // each takes ten times as long, beside other tests even longer
-#else
-  const int lines = 2000;
-#endif
+  const int lines = sanitized ? 300 : 2000;  // each takes ten times as long there, beside other tests even longer
   job_create(robot, "Long");
   for (int line = 1; line <= lines; ++line) job_insert_timer_command(robot, line % 2 == 0 ? 1 : line, line);
   EXPECT_EQ(ask(job_get_command_total_lines), lines);
