@@ -3,7 +3,7 @@
 # compiled alone.
 option(KYT_HOST_UNITY "Compile the sources a dozen at a time" OFF)
 if(KYT_HOST_UNITY)
-  foreach(target kyt_host_objects virtual_controller_objects kyt kyt_host_bench communication_test)
+  foreach(target kyt_host_objects virtual_controller_objects kyt communication_test)
     if(TARGET ${target})
       set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
     endif()
@@ -12,7 +12,7 @@ if(KYT_HOST_UNITY)
     file(GLOB operations CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/virtual_controller/operations/*.cpp)
     set_property(SOURCE ${operations} TARGET_DIRECTORY virtual_controller_objects PROPERTY SKIP_UNITY_BUILD_INCLUSION ON)
   endif()
-  if(TARGET communication_test)  # fixtures are in unnamed namespaces of their own
-    target_compile_options(communication_test PRIVATE -Wno-subobject-linkage)
+  if(TARGET communication_test)  # fixtures stand in unnamed namespaces
+    target_compile_options(communication_test PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
   endif()
 endif()

@@ -11,7 +11,7 @@ packages=(g++ cmake ninja-build pkg-config libasio-dev nlohmann-json3-dev libjso
   libgtest-dev swig python3-dev python3-venv)
 for group in "$@"; do
   case $group in
-    checks) packages+=(clang clang-format clang-tidy libclang-rt-14-dev shellcheck mypy ccache) ;;
+    checks) packages+=(clang clang-format clang-tidy libclang-rt-14-dev llvm shellcheck mypy ccache) ;;
     mono) packages+=(mono-mcs mono-runtime) ;;
     bench) packages+=(libmodbus-dev libhiredis-dev redis-server) ;;
     abi) packages+=(abigail-tools xz-utils) ;;

@@ -30,7 +30,7 @@ struct Row {
   int notConnected;
 };
 
-const Row rows[] = {
+const Row apiRows[] = {
     {"get_connection_status", get_connection_status, SUCCESS, DISCONNECT},
     {"set_reconnect", [](SOCKETFD fd) { return set_reconnect(fd, false); }, SUCCESS, DISCONNECT},
     {"set_reconnect_callback", [](SOCKETFD fd) { return set_reconnect_callback(fd, onReconnect); }, SUCCESS,
@@ -74,17 +74,17 @@ using ConnectionApi = ConnectedTest;
 }  // namespace
 
 TEST_F(ConnectionApi, SaysWhetherItCouldDoItsPart) {
-  for (const Row& row : rows) EXPECT_EQ(row.call(robot), row.connected) << row.name;
+  for (const Row& row : apiRows) EXPECT_EQ(row.call(robot), row.connected) << row.name;
   EXPECT_TRUE(controller.waitForRequests(static_cast<Strategy>(0x9999), 1, std::chrono::seconds(20)));
   expectRejected.unknown = 1;  // it means nothing to the controller
   for (const SOCKETFD fd : {-1, 0, 999, 1001}) {
-    for (const Row& row : rows) EXPECT_EQ(row.call(fd), row.notConnected) << row.name << ", handle " << fd;
+    for (const Row& row : apiRows) EXPECT_EQ(row.call(fd), row.notConnected) << row.name << ", handle " << fd;
   }
   controller.dropConnections();
   ASSERT_TRUE(eventually([&] { return get_connection_status(robot) == DISCONNECT; }));
-  for (const Row& row : rows) EXPECT_EQ(row.call(robot), row.notConnected) << row.name << ", broken";
+  for (const Row& row : apiRows) EXPECT_EQ(row.call(robot), row.notConnected) << row.name << ", broken";
   EXPECT_EQ(disconnect_robot(robot), SUCCESS);
-  for (const Row& row : rows) EXPECT_EQ(row.call(robot), row.notConnected) << row.name << ", removed";
+  for (const Row& row : apiRows) EXPECT_EQ(row.call(robot), row.notConnected) << row.name << ", removed";
 }
 
 TEST_F(ConnectionApi, ExchangesAnyMessagesWithinTheTimeGiven) {

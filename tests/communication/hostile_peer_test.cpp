@@ -76,7 +76,7 @@ class HostilePeer : public ConnectedTest {
 };
 
 // clang-format off
-const std::string texts[] = {
+const std::string hostileTexts[] = {
     "", " ", "\0\0\0"s, "{\"speed\":1}\0{"s, "null", "[]", "[{}]", "\"text\"", "-0", "1e999",
     "123456789012345678901234567890", "{", "}", "{\"a\":",
     "{\"speed\":{\"speed\":[1]},\"state\":[],\"status\":{},\"mode\":\"x\",\"pos\":3,\"position\":\"x\",\"robot\":[]}",
@@ -99,12 +99,12 @@ TEST_F(HostilePeer, AnyTextUnderAnyCodeAndInPlaceOfAReply) {
   for (int code = 0; code <= 0xFFFF; ++code) {
     if (store.find(static_cast<Strategy>(code)) != nullptr) codes.push_back(code);
   }
-  for (const std::string& text : texts) {
+  for (const std::string& text : hostileTexts) {
     for (const int code : codes) controller.push(static_cast<Strategy>(code), text);
   }
   ASSERT_TRUE(healthy());
   for (const auto& query : queries) {
-    for (const std::string& text : texts) {
+    for (const std::string& text : hostileTexts) {
       if (text.find("\"reqId\"") != std::string::npos) continue;  // such a text answers no query
       controller.answer(query.request, query.reply, text);
       const int result = query.ask();
