@@ -1,4 +1,5 @@
 #include <atomic>
+#include <filesystem>
 #include <functional>
 #include <iterator>
 #include <memory>
@@ -7,9 +8,11 @@
 #include <vector>
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include "benchmarks.h"
 #include "harness.h"
+#include "kyt_host/communication/detail/frame_log.h"
 #include "kyt_host/kyt_host.h"
 #include "other_clients.h"
 #include "peer.h"
@@ -77,6 +80,54 @@ void measureQueryAcrossCores(const std::vector<int>& cpus) {
                [&] { return timeCalls(queries, [&] { require(!pingPong.query().empty(), "raw ping-pong"); }); }});
   disconnect_robot(robot);
   printTimes("query across cores, p50, against a raw ping-pong", medians[0][0], medians[1][0], "us", atMost(1.05));
+}
+
+// What the frame log adds, beside a query without it: two frames. All threads share one core, the log's too, so that
+// the CPU time has what becomes of the frames in the end.
+void measureFrameLog() {
+  constexpr int rounds = 21;
+  constexpr int queries = 2000;
+  const Peer peer;
+  const SOCKETFD robot = connect_robot("127.0.0.1", peer.port());
+  require(robot > 0, "connect_robot");
+  const auto logged = [&](const std::string& path) {
+    require(set_frame_log(path) == SUCCESS, "set_frame_log");
+    const Figures figures = timeCalls(queries, [&] { querySpeed(robot); });
+    require(set_frame_log("") == SUCCESS, "the end of the frame log");
+    return figures;
+  };
+  const std::filesystem::path folder = std::filesystem::temp_directory_path();
+  const std::string text = folder / ("kyt_bench" + std::to_string(::getpid()) + ".txt"), packets = text + ".pcapng";
+  const auto medians = interleave(rounds, {[&] { return timeCalls(queries, [&] { querySpeed(robot); }); },
+                                           [&] { return logged(text); }, [&] { return logged(packets); }});
+  disconnect_robot(robot);
+  std::filesystem::remove(text);
+  std::filesystem::remove(packets);
+  const auto perFrame = [&](std::size_t side, std::size_t figure) {
+    return (medians[side][figure] - medians[0][figure]) / 2;
+  };
+  printFigure("frame log as text, added to each frame of a query, p50", perFrame(1, 0), noReference, "us", atMost(1));
+  printFigure("  CPU time in the end", perFrame(1, 2), noReference, "us", noTarget);
+  printFigure("frame log as packets, added to each frame, p50", perFrame(2, 0), noReference, "us", atMost(1));
+  printFigure("  CPU time in the end", perFrame(2, 2), noReference, "us", noTarget);
+}
+
+// What is paid where a frame log would be told of a frame, while there is none.
+void measureFrameLogOff() {
+  using kyt_host::detail::WireFlow;
+  constexpr int rounds = 21;
+  constexpr int frames = 1'000'000;
+  WireFlow flow(1);
+  const std::string frame = raw::makeFrame(raw::speedReply, raw::queryText);
+  const auto medians = interleave(rounds, {[&] {
+                                    const double before = cpuTime();
+                                    for (int i = 0; i < frames; ++i) {
+                                      flow.received(frame.data(), frame.size());
+                                      asm volatile("" : : : "memory");
+                                    }
+                                    return Figures{(cpuTime() - before) * 1000 / frames};
+                                  }});
+  printFigure("frame log switched off, for each frame", medians[0][0], noReference, "ns", atMost(5));
 }
 
 // How many threads get answers on one connection, beside what one gets.
@@ -176,6 +227,8 @@ void benchmarkQuery() {
   const std::vector<int> cpus = usableCpus();
   pinTo(cpus.front());
   measureQuery();
+  measureFrameLogOff();
+  measureFrameLog();
   measureQueryAcrossCores(cpus);
   measureManyThreads();
   measureManyConnections();

@@ -167,6 +167,7 @@ std::size_t largestText(const Arguments& arguments) {
 %callable(void(SOCKETFD, const std::string&));
 %callable(void(SOCKETFD, int, const std::string&));
 %callable(void(SOCKETFD, int, const std::string&, int));
+%callable(void(SOCKETFD, double, bool, int, const std::string&));
 
 // Where the number of arguments tells which of several functions is meant, a wrong one is named.
 %feature("fastdispatch");

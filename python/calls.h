@@ -15,6 +15,10 @@ namespace kyt_py {
 
 inline PyObject* toPython(int value) { return PyLong_FromLong(value); }
 
+inline PyObject* toPython(bool value) { return PyBool_FromLong(static_cast<long>(value)); }
+
+inline PyObject* toPython(double value) { return PyFloat_FromDouble(value); }
+
 inline PyObject* toPython(long long value) { return PyLong_FromLongLong(value); }
 
 inline PyObject* toPython(const char* text) {

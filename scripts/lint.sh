@@ -49,6 +49,7 @@ echo "rooms, operations, examples, shellcheck, clang-format ..."
 scripts/check_rooms.py
 scripts/check_operations.py
 scripts/check_compare.py
+scripts/check_dissector.py
 shellcheck -x .ci/run scripts/*.sh tests/consumer/*.sh
 ((${#formatted[@]} == 0)) || clang-format --dry-run -Werror "${formatted[@]}"
 echo "mypy ..."

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that are missing: scripts/setup.sh [GROUP...]
 # Besides what building and testing take, by group:
-#   checks  static analysis and fuzzing, and ccache, with which a second build of anything is quick
-#   abi     comparing binary interfaces
-#   mono    C#, to call the library from there
-#   bench   other client libraries, to be measured beside ours
+#   checks     static analysis and fuzzing, and ccache, with which a second build of anything is quick
+#   abi        comparing binary interfaces
+#   mono       C#, to call the library from there
+#   wireshark  tshark, with which the dissector is tested
+#   bench      other client libraries, to be measured beside ours
 set -euo pipefail
 
 packages=(g++ cmake ninja-build pkg-config libasio-dev nlohmann-json3-dev libjsoncpp-dev libcli11-dev libeigen3-dev
@@ -14,6 +15,7 @@ for group in "$@"; do
     checks) packages+=(clang clang-format clang-tidy libclang-rt-14-dev llvm shellcheck mypy ccache) ;;
     mono) packages+=(mono-mcs mono-runtime) ;;
     bench) packages+=(libmodbus-dev libhiredis-dev redis-server) ;;
+    wireshark) packages+=(tshark) ;;
     abi) packages+=(abigail-tools xz-utils) ;;
     *)
       echo "setup: no group is called $group" >&2

@@ -14,7 +14,7 @@ struct Named {
 };
 
 constexpr Named codes[] = {
-#include "tool/command_names.inc"
+#include "command_names.inc"
 };
 
 }  // namespace

@@ -117,8 +117,11 @@ std::string manualOf(const CLI::App& kyt) {
     page += ".SS " + roff(usage) + "\n" + roff(command.get_description()) + "\n" + options;
   });
   return page + ".SH ENVIRONMENT\n" +
-         entry("KYT_HOST", "the controller, where --host does not say: HOST or HOST:PORT") + ".SH EXIT STATUS\n" +
-         entry("0", "done") + entry("1", "failed; standard error says why") + entry("2", "what was typed cannot be");
+         entry("KYT_HOST", "the controller, where --host does not say: HOST or HOST:PORT") +
+         entry("KYT_HOST_FRAMES",
+               "a file to which every frame is added: as text, or for Wireshark if it ends with .pcapng") +
+         ".SH EXIT STATUS\n" + entry("0", "done") + entry("1", "failed; standard error says why") +
+         entry("2", "what was typed cannot be");
 }
 
 }  // namespace tool

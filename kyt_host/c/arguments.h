@@ -119,6 +119,7 @@ RecordIn<Record> recordIn(const CType<Record>* c) {
 }
 
 inline int plain(int value) { return value; }
+inline double plain(double value) { return value; }
 inline const char* plain(const std::string& value) { return value.c_str(); }
 
 /// A function of C's that is told what the application has passed with it; null is an empty one.

@@ -8,8 +8,10 @@
 
 using namespace kyt_host::detail;
 
-AsioTCPBackend::AsioTCPBackend(const std::string& ip, const std::string& port)
-    : connection_(std::make_shared<Connection>(*this, ip, port)) {}
+AsioTCPBackend::AsioTCPBackend(const std::string& ip, const std::string& port) : AsioTCPBackend(ip, port, 0) {}
+
+AsioTCPBackend::AsioTCPBackend(const std::string& ip, const std::string& port, SOCKETFD socketFd)
+    : connection_(std::make_shared<Connection>(*this, ip, port, socketFd)) {}
 
 AsioTCPBackend::~AsioTCPBackend() { connection_->close(); }
 

@@ -7,6 +7,7 @@
 
 #include "kyt_host/communication/backend_base.h"
 #include "kyt_host/export.h"
+#include "kyt_host/types.h"
 
 // The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
 
@@ -25,6 +26,9 @@ class KYT_HOST_API AsioTCPBackend : public BackendBase {
   /// @param ip    address or host name
   /// @param port  number or service name; a connection to port "5000" carries files and is never restored
   AsioTCPBackend(const std::string& ip, const std::string& port);
+
+  /// @param socketFd  the handle by which the frame log tells it; 0 in the other form
+  AsioTCPBackend(const std::string& ip, const std::string& port, SOCKETFD socketFd);
 
   /// Closes the connection.
   ~AsioTCPBackend() override;

@@ -2,8 +2,10 @@
 
 #include "kyt_host/communication/asio_tcp_backend.h"
 
-Communication::Communication(const std::string& ip, const std::string& port)
-    : backend_(std::make_unique<AsioTCPBackend>(ip, port)) {}
+Communication::Communication(const std::string& ip, const std::string& port) : Communication(ip, port, 0) {}
+
+Communication::Communication(const std::string& ip, const std::string& port, SOCKETFD socketFd)
+    : backend_(std::make_unique<AsioTCPBackend>(ip, port, socketFd)) {}
 
 Communication::~Communication() = default;
 

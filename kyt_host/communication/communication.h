@@ -7,6 +7,7 @@
 #include "kyt_host/communication/backend_base.h"
 #include "kyt_host/communication/motion_queue.h"
 #include "kyt_host/export.h"
+#include "kyt_host/types.h"
 
 // The conventions of all operations (status codes, missing values, time limits, units): docs/conventions.md.
 
@@ -16,6 +17,7 @@ class KYT_HOST_API Communication {
   static constexpr int robots = 4;
 
   Communication(const std::string& ip, const std::string& port);
+  Communication(const std::string& ip, const std::string& port, SOCKETFD socketFd);
   virtual ~Communication();
   Communication(const Communication&) = delete;
   Communication& operator=(const Communication&) = delete;

@@ -82,7 +82,7 @@ int ClientManager::addClient(const std::string& ip, const std::string& port, std
   if (socketFd == -1) return -1;
   Communication* added = nullptr;
   try {
-    auto communication = std::make_unique<Communication>(ip, port);
+    auto communication = std::make_unique<Communication>(ip, port, socketFd);
     communication->backend().setConnectTimeLimit(timeLimit);
     const std::unique_lock lock(mutex_);
     added = communication.release();

@@ -1,7 +1,9 @@
 #include "kyt_host/communication/connection_api.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <deque>
 #include <functional>
 #include <initializer_list>
@@ -13,6 +15,8 @@
 
 #include "kyt_host/communication/communication_manager.h"
 #include "kyt_host/communication/detail/descriptor_limit.h"
+#include "kyt_host/communication/detail/frame_log.h"
+#include "kyt_host/communication/detail/wire_sinks.h"
 #include "kyt_host/communication/reply_handlers.h"
 #include "kyt_host/communication/wire_frame.h"
 #include "kyt_host/detail/diagnostics.h"
@@ -70,9 +74,17 @@ bool mayExchange(int requestCode, const std::string& text, int replyCode, int ti
   return true;
 }
 
+// So that any program's frames can be looked at, without a change to it.
+void logFramesAsTheEnvironmentSays() {
+  static std::atomic<bool> asked{false};
+  if (asked.exchange(true) || FrameLog::installed(FrameLog::Place::File)) return;
+  if (const char* const path = std::getenv("KYT_HOST_FRAMES")) set_frame_log(path);
+}
+
 }  // namespace
 
 SOCKETFD connect_robot(const std::string& ip, const std::string& port) {
+  logFramesAsTheEnvironmentSays();
   return ClientManager::getInstance().addClient(ip, port);
 }
 
@@ -81,6 +93,7 @@ SOCKETFD connect_robot_within(const std::string& ip, const std::string& port, in
     printLine(std::cerr, "Connect error: " + std::to_string(timeoutMs) + " ms are no time limit");
     return -1;
   }
+  logFramesAsTheEnvironmentSays();
   return ClientManager::getInstance().addClient(ip, port, milliseconds(timeoutMs));
 }
 
@@ -238,6 +251,21 @@ int set_connection_lost_callback(SOCKETFD socketFd, std::function<void(SOCKETFD)
 int set_connection_restored_callback(SOCKETFD socketFd, std::function<void(SOCKETFD)> callback) {
   return onConnection(
       socketFd, [&](BackendBase& backend) { backend.setRestoredListener(withHandle(socketFd, std::move(callback))); });
+}
+
+int set_frame_log(const std::string& path) {
+  return guarded<int>(EXCEPTION, [&] {
+    FrameLog::install(FrameLog::Place::File, path.empty() ? nullptr : makeFileSink(path));
+    return SUCCESS;
+  });
+}
+
+int set_frame_log_callback(
+    std::function<void(SOCKETFD socketFd, double time, bool sent, int code, const std::string& text)> callback) {
+  return guarded<int>(EXCEPTION, [&] {
+    FrameLog::install(FrameLog::Place::Function, callback ? makeFunctionSink(std::move(callback)) : nullptr);
+    return SUCCESS;
+  });
 }
 
 void set_diagnostics_handler(void (*handler)(int level, const char* line)) { handleDiagnostics(handler); }

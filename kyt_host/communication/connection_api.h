@@ -173,6 +173,25 @@ KYT_HOST_API int set_connection_lost_callback(SOCKETFD socketFd, std::function<v
 /// @return 0, or -2 when not connected
 KYT_HOST_API int set_connection_restored_callback(SOCKETFD socketFd, std::function<void(SOCKETFD socketFd)> callback);
 
+/// Adds every frame that goes out or comes in to a file, with its time, its handle and the controller's address: those
+/// of all connections of this process, of its file transfers too, and when connections begin and end. A file whose name
+/// ends with .pcapng is one for Wireshark (docs/wireshark.md), any other has a line of text for each frame. Callers
+/// wait for no disk: when more than 4 MiB wait to be written, frames are left out, which the file tells. A log that
+/// cannot be written ends with a line of diagnostics. The child of a fork has no log. A program in whose environment
+/// KYT_HOST_FRAMES names a file begins with that, at its first connection.
+/// @param path  of the file, in the place of the one before, which is complete then; empty ends the log
+/// @return 0; -5 when the file cannot be opened, or the system has no threads left: then the log is as it was
+KYT_HOST_API int set_frame_log(const std::string& path);
+
+/// Installs what is called for the same frames, beside the file. It runs on a thread of its own, one frame after the
+/// other and some 20 ms late; where it falls behind by 4 MiB frames are left out, which a line of diagnostics tells. It
+/// may call any operation. Removed, it may still run to its end, which is waited for up to a second.
+/// @param callback  gets the handle; the time in seconds since 1970; whether the frame was sent, or came; its command
+///                  code and its text. A frame whose CRC is wrong comes here, too. Empty: none
+/// @return 0; -5 when the system has no threads left
+KYT_HOST_API int set_frame_log_callback(
+    std::function<void(SOCKETFD socketFd, double time, bool sent, int code, const std::string& text)> callback);
+
 /// Installs what is called for every line of diagnostics in place of writing it to standard output or standard error;
 /// null brings the streams back. It holds for the whole process, and is called on whichever thread has something to
 /// say, also on several at once. It may call any operation but those that send or clear a motion queue; what it makes

@@ -12,6 +12,7 @@
 
 #include "kyt_host/communication/communication_manager.h"
 #include "kyt_host/communication/detail/callback_queue.h"
+#include "kyt_host/communication/detail/frame_log.h"
 #include "kyt_host/communication/detail/watcher.h"
 #include "kyt_host/detail/quiet_thread.h"
 
@@ -71,13 +72,14 @@ void ClientManager::watchExit() {
 }
 
 void ClientManager::stopCallbacks() {
-  if (!anyConnection()) return;
+  if (!anyConnection() && !FrameLog::installed(FrameLog::Place::Function)) return;
   doAtExit([deadline = std::chrono::steady_clock::now() + exitTimeLimit, here = CallbackQueue::runningHere()] {
     std::vector<std::shared_ptr<CallbackQueue>> all;
     forEach([&](BackendBase& backend) {
       if (auto callbacks = backend.callbacks()) all.push_back(std::move(callbacks));
     });
     for (const auto& callbacks : all) callbacks->stop();
+    FrameLog::install(FrameLog::Place::Function, nullptr);
     for (const auto& callbacks : all) {
       if (callbacks.get() != here) callbacks->awaitQuiet(deadline);  // otherwise a callback has called exit
     }
@@ -87,10 +89,11 @@ void ClientManager::stopCallbacks() {
 // Runs when the library is unloaded: after all exit handlers and destructors, which may have used the connections.
 void ClientManager::closeConnections() {
   exiting_ = true;
-  if (!anyConnection()) return;
+  if (!anyConnection() && !FrameLog::installed(FrameLog::Place::File)) return;
   doAtExit([] {
     forEach([](BackendBase& backend) { backend.beginToClose(); });
     forEach([](BackendBase& backend) { backend.closeConnection(); });
+    FrameLog::install(FrameLog::Place::File, nullptr);
   });
 }
 
@@ -101,9 +104,11 @@ void ClientManager::watchForks() { pthread_atfork(beforeFork, afterForkInParent,
 void ClientManager::beforeFork() {
   mutex_.lock();
   Watcher::beforeFork();
+  FrameLog::beforeFork();
 }
 
 void ClientManager::afterForkInParent() {
+  FrameLog::afterForkInParent();
   Watcher::afterForkInParent();
   mutex_.unlock();
 }
@@ -111,6 +116,7 @@ void ClientManager::afterForkInParent() {
 // The connections are the parent's, and stay as they are. Their handles name nothing here, and are given out again only
 // after all others.
 void ClientManager::afterForkInChild() {
+  FrameLog::afterForkInChild();
   FreeIds& freeIds = getInstance().freeIds_;
   for (int socketFd = 1; socketFd <= maxClients; ++socketFd) {
     Slot& client = *slot(socketFd);

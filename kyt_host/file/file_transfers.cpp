@@ -18,10 +18,10 @@
 #include "kyt_host/communication/communication_manager.h"
 #include "kyt_host/communication/connection_api.h"
 #include "kyt_host/communication/reply_handlers.h"
+#include "kyt_host/detail/descriptor.h"
 #include "kyt_host/detail/diagnostics.h"
 #include "kyt_host/detail/guarded.h"
 #include "kyt_host/detail/json_text.h"
-#include "kyt_host/file/detail/descriptor.h"
 #include "kyt_host/file/detail/local_failure.h"
 #include "kyt_host/file/detail/progress.h"
 #include "kyt_host/file/detail/single_file.h"
@@ -180,7 +180,7 @@ BackendBase* connectToFileServer(SOCKETFD socketFd) {
       if (!client) return nullptr;
       ip = client->GetIp();
     }
-    auto server = std::make_unique<AsioTCPBackend>(ip, "5000");
+    auto server = std::make_unique<AsioTCPBackend>(ip, "5000", socketFd);
     return server->Connect() ? server.release() : nullptr;
   });
 }

@@ -123,6 +123,24 @@ class Callbacks(unittest.TestCase):
         gc.collect()
         self.assertEqual([reference() for reference in gone], [None, None])
 
+    def test_the_frame_log_goes_to_a_file_and_to_a_callable(self):
+        peer, recorder = Peer(self), Recorder()
+        robot = peer.connect()
+        self.addCleanup(kyt.set_frame_log_callback, None)
+        self.addCleanup(kyt.set_frame_log, "")
+        with tempfile.TemporaryDirectory() as folder:
+            path = os.path.join(folder, "log.txt")
+            self.assertEqual((kyt.set_frame_log(path), kyt.set_frame_log_callback(recorder)), (0, 0))
+            kyt.send_message(robot, 0x1234, "{}")
+            recorder.wait()
+            [(handle, when, sent, *frame)] = recorder.calls
+            self.assertEqual((handle, sent, frame), (robot, True, [0x1234, "{}"]))
+            self.assertLess(abs(when - time.time()), 60)
+            self.assertEqual(kyt.set_frame_log(""), 0)
+            with open(path, encoding="utf-8") as log:
+                self.assertRegex(log.read(), rf"^\S+Z {robot} 127.0.0.1:\d+ -> 0x1234 unknown \{{\}}\n$")
+        self.assertRaises(TypeError, kyt.set_frame_log_callback, 3)
+
     def test_disconnecting_drops_the_callables_of_the_handle(self):
         peer = Peer(self)
         stays = peer.connect()

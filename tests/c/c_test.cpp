@@ -160,4 +160,14 @@ TEST_F(C, HearsOfItsOwnConnectionWithItsOwnData) {
   EXPECT_EQ(speedOf(robot), 50);
   EXPECT_EQ(wait_for_callbacks_c(robot, 1000), KYT_SUCCESS);
   EXPECT_EQ(log.all().size(), 1U);
+
+  const auto onFrame = [](int fd, double time, int sent, int code, const char* text, void* data) {
+    static_cast<EventLog*>(data)->add(std::to_string(fd) + (sent == 1 && time > 1e9 ? " -> " : " <- ") +
+                                      std::to_string(code) + " " + text);
+  };
+  ASSERT_EQ(set_frame_log_callback_c(onFrame, &log), KYT_SUCCESS);
+  EXPECT_EQ(speedOf(robot), 50);
+  ASSERT_TRUE(log.waitFor(3));
+  EXPECT_EQ(log.all()[1], std::to_string(robot) + R"( -> 9730 {"robot":1})");
+  ASSERT_EQ(set_frame_log_callback_c(nullptr, nullptr), KYT_SUCCESS);
 }

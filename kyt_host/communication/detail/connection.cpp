@@ -38,8 +38,8 @@ bool isNumberButNoPort(const std::string& port) {
 
 }  // namespace
 
-Connection::Connection(BackendBase& owner, std::string address, std::string portText)
-    : ip(std::move(address)), port(std::move(portText)), owner_(owner) {}
+Connection::Connection(BackendBase& owner, std::string address, std::string portText, SOCKETFD socketFd)
+    : ip(std::move(address)), port(std::move(portText)), owner_(owner), link_(socketFd) {}
 
 std::shared_ptr<Session> Connection::session() const {
   const std::lock_guard lock(mutex_);

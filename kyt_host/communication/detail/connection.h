@@ -26,7 +26,8 @@ class Connection : public std::enable_shared_from_this<Connection>, public Watch
   using Deadline = TcpLink::Deadline;
   using ReconnectCallback = void (*)();
 
-  Connection(BackendBase& owner, std::string address, std::string portText);
+  /// @param socketFd  the handle by which the frame log tells it
+  Connection(BackendBase& owner, std::string address, std::string portText, SOCKETFD socketFd);
 
   // --- its life ---
 

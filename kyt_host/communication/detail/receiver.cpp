@@ -239,6 +239,7 @@ void Receiver::takeIn(std::size_t count) {
   buffer_.filled(count);
   dispatcher_.beginRead(buffer_.waiting());
   for (Frame frame; !signal_.stopped() && buffer_.next(frame);) {
+    link_.flow().received(frame.header, frameHeaderSize + frame.length + frameCrcSize);
     if (frame.intact()) dispatcher_.take(frame);
   }
   dispatcher_.finishRead();
@@ -257,6 +258,7 @@ void Receiver::lost() {
     const std::lock_guard lock(mutex_);
     if (state_ == State::Ended) return;
     state_ = State::Ended;
+    link_.flow().ended(signal_.stopped() ? WireEvent::Kind::Closed : WireEvent::Kind::Lost);
     passOn();
     watcher_->remove(link_.socket(), watched_);
     unused = std::move(watcher_);

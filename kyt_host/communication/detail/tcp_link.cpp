@@ -113,6 +113,7 @@ std::error_code TcpLink::connect(const std::string& ip, const std::string& port,
   }
   const int old = socket_.exchange(socket);
   if (old >= 0) ::close(old);
+  flow_.opened(socket);
   unfinished_.clear();
   waitingSince_ = {};
   return error;
@@ -155,7 +156,9 @@ std::error_code TcpLink::Writer::write(std::string_view bytes, const std::functi
     if (error) return error;
   }
   const std::size_t whole = bytes.size();
+  link_.flow_.sent(bytes);  // before it has gone, or the reply might be told first
   const std::error_code error = link_.send(bytes, deadline_, beforeWaiting);
+  if (error && bytes.size() == whole) link_.flow_.notSent(error);
   if (error == asio::error::timed_out && bytes.size() < whole) link_.unfinished_ = bytes;
   return error;
 }
@@ -253,6 +256,7 @@ void TcpLink::close() {
   shutdown();
   const std::lock_guard writing(writeTurn_);
   const std::lock_guard lock(socketMutex_);
+  flow_.ended(WireEvent::Kind::Closed);
   abandon();
 }
 

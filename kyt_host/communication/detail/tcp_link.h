@@ -10,6 +10,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "kyt_host/communication/detail/frame_log.h"
 #include "kyt_host/communication/detail/stop_signal.h"
 
 namespace kyt_host::detail {
@@ -27,7 +28,7 @@ class TcpLink {
   using Deadline = std::chrono::steady_clock::time_point;
   static constexpr Deadline noDeadline = Deadline::max();
 
-  TcpLink() = default;
+  explicit TcpLink(SOCKETFD socketFd) : flow_(socketFd) {}
   ~TcpLink();
   TcpLink(const TcpLink&) = delete;
   TcpLink& operator=(const TcpLink&) = delete;
@@ -87,6 +88,9 @@ class TcpLink {
   /// The descriptor; stays what it is while somebody reads.
   int socket() const { return socket_; }
 
+  /// What the frame log is to know; frames that go out it is told here.
+  WireFlow& flow() { return flow_; }
+
   /// Says goodbye: what has been written still arrives, and reading goes on.
   void endWriting();
 
@@ -108,6 +112,7 @@ class TcpLink {
   WriteTurn writeTurn_;     // one frame after the other
   std::mutex socketMutex_;  // held, with the writeTurn_, to replace the socket, and alone to shut it down
   std::atomic<int> socket_{-1};
+  WireFlow flow_;
 
   // The writers' alone.
   std::string unfinished_;   // the rest of a frame whose writer had no time left

@@ -7,7 +7,7 @@
 
 #include <fcntl.h>
 
-#include "kyt_host/file/detail/descriptor.h"
+#include "kyt_host/detail/descriptor.h"
 #include "kyt_host/file/detail/local_failure.h"
 #include "kyt_host/file/detail/temporary_file.h"
 

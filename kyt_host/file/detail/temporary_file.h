@@ -4,7 +4,7 @@
 
 #include <sys/types.h>
 
-#include "kyt_host/file/detail/descriptor.h"
+#include "kyt_host/detail/descriptor.h"
 
 namespace kyt_host::detail {
 

@@ -6,7 +6,7 @@
 
 #include <sys/stat.h>
 
-#include "kyt_host/file/detail/descriptor.h"
+#include "kyt_host/detail/descriptor.h"
 #include "kyt_host/file/detail/target_folders.h"
 
 namespace kyt_host::detail {
