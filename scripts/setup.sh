@@ -4,6 +4,7 @@
 #   checks     static analysis and fuzzing, and ccache, with which a second build of anything is quick
 #   abi        comparing binary interfaces
 #   mono       C#, to call the library from there
+#   page       the web page of kyt: its server, three.js, and a browser that tests it
 #   wireshark  tshark, with which the dissector is tested
 #   bench      other client libraries, to be measured beside ours
 set -euo pipefail
@@ -14,6 +15,7 @@ for group in "$@"; do
   case $group in
     checks) packages+=(clang clang-format clang-tidy libclang-rt-14-dev llvm shellcheck mypy ccache) ;;
     mono) packages+=(mono-mcs mono-runtime) ;;
+    page) packages+=(libmicrohttpd-dev libjs-three chromium chromium-driver python3-selenium) ;;
     bench) packages+=(libmodbus-dev libhiredis-dev redis-server) ;;
     wireshark) packages+=(tshark) ;;
     abi) packages+=(abigail-tools xz-utils) ;;

@@ -1,5 +1,7 @@
 #include "tool/address.h"
 
+#include <utility>
+
 #include <arpa/inet.h>
 #include <netinet/in.h>
 
@@ -7,7 +9,12 @@
 
 namespace tool {
 
-Address::Address(const std::string& text) : host(text) {
+Address::Address(const std::string& text) : Address("--host", text, "6001", 1) {}
+
+Address Address::toListenAt(const std::string& text) { return {"--listen", text, "8080", 0}; }
+
+Address::Address(const std::string& option, const std::string& text, std::string usualPort, int lowestPort)
+    : host(text), port(std::move(usualPort)) {
   constexpr auto none = std::string::npos;
   const auto bracket = text.rfind(']');
   const auto colon = text.rfind(':');
@@ -19,8 +26,8 @@ Address::Address(const std::string& text) : host(text) {
   }
   if (bracketed && host.back() == ']') host = host.substr(1, host.size() - 2);
   const bool isNumber = !port.empty() && port.size() <= 5 && port.find_first_not_of("0123456789") == none;
-  if (host.empty() || host.front() == '[' || !isNumber || std::stoi(port) < 1 || std::stoi(port) > 65535)
-    throw CLI::ValidationError("--host", text + " is not HOST or HOST:PORT");
+  if (host.empty() || host.front() == '[' || !isNumber || std::stoi(port) < lowestPort || std::stoi(port) > 65535)
+    throw CLI::ValidationError(option, text + " is not HOST or HOST:PORT");
 }
 
 std::string Address::text() const {

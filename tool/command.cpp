@@ -1,10 +1,6 @@
 #include "tool/command.h"
 
 #include <algorithm>
-#include <functional>
-#include <mutex>
-#include <set>
-#include <vector>
 
 #include <kyt_host/kyt_host.h>
 
@@ -12,31 +8,6 @@ namespace tool {
 namespace {
 
 constexpr kyt::Seconds connectingTime{5};
-
-// All are asked at once, and a question to which every controller has an answer after them: whoever has not answered by
-// then is not there.
-std::vector<int> robotsOf(const kyt::Controller& controller) {
-  struct Found {
-    std::mutex mutex;
-    std::set<int> robots;
-  };
-  const auto found = std::make_shared<Found>();  // a late callback may outlive this
-  const SOCKETFD handle = controller.handle();
-  set_frame_callback(handle, [found](SOCKETFD, int code, const std::string& text) {
-    if (code != static_cast<int>(Strategy::ServoStateReply)) return;
-    const Value reply = Value::parse(text, nullptr, false);
-    const bool tells = reply.is_object() && reply.contains("robot") && reply["robot"].is_number_integer();
-    const std::lock_guard lock(found->mutex);
-    found->robots.insert(tells ? reply["robot"].get<int>() : 1);
-  });
-  for (int robot = 1; robot <= lastRobot; ++robot)
-    send_message(handle, static_cast<int>(Strategy::GetServoState), Value{{"robot", robot}}.dump());
-  controller.id();
-  wait_for_callbacks(handle, 1000);
-  set_frame_callback(handle, {});
-  const std::lock_guard lock(found->mutex);
-  return {found->robots.begin(), found->robots.end()};
-}
 
 }  // namespace
 
@@ -67,10 +38,7 @@ void RobotCommand::describe(CLI::App& app) {
 
 std::vector<int> RobotCommand::robots() {
   if (onlyOne()) return {number()};
-  const std::vector<int> found = robotsOf(controller());
-  std::vector<SystemMessage> messages;
-  kyt::check("robots", get_messages(controller().handle(), lastMessage_, messages));
-  return found;
+  return robotsOf(controller(), lastMessage_);
 }
 
 std::vector<kyt::Alarm> RobotCommand::alarms() {

@@ -12,10 +12,9 @@
 
 #include "tool/address.h"
 #include "tool/output.h"
+#include "tool/snapshot.h"
 
 namespace tool {
-
-constexpr int lastRobot = 4;
 
 /// What ends a command with exit status 1, when nothing of the library's has.
 class Failure : public std::runtime_error {

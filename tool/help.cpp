@@ -14,7 +14,7 @@ class OneScreen : public CLI::Formatter {
  public:
   std::string make_help(const CLI::App* app, std::string name, CLI::AppFormatMode mode) const override {
     if (app->get_parent() != nullptr) return CLI::Formatter::make_help(app, name, mode);
-    std::string help = "kyt COMMAND ... [--host HOST[:PORT]] [--json]: robot controllers from the command line\n";
+    std::string help = "kyt COMMAND ... [--host HOST[:PORT]] [--json]: robots from the command line\n";
     for (const CLI::App* command : app->get_subcommands(nullptr)) {
       if (command->get_group().empty()) continue;
       const std::string column = "  " + command->get_name();

@@ -93,10 +93,10 @@ std::string lineOf(const Value& values) {
   return line;
 }
 
-// What a controller says may be no UTF-8.
+std::string jsonOf(const Value& values) { return values.dump(-1, ' ', false, Value::error_handler_t::replace); }
+
 void Output::show(const Value& values) const {
-  std::cout << (json_ ? values.dump(-1, ' ', false, Value::error_handler_t::replace) + "\n" : tableOf(values))
-            << std::flush;
+  std::cout << (json_ ? jsonOf(values) + "\n" : tableOf(values)) << std::flush;
 }
 
 void Output::line(const Value& values) const {

@@ -33,6 +33,8 @@ class Output {
 /// The table, and the line.
 std::string tableOf(const Value& values);
 std::string lineOf(const Value& values);
+/// JSON without line breaks; what is no UTF-8, which a controller may say, is replaced.
+std::string jsonOf(const Value& values);
 
 /// Seconds since 1970.
 double now();

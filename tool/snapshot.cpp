@@ -1,5 +1,8 @@
 #include "tool/snapshot.h"
 
+#include <memory>
+#include <mutex>
+#include <set>
 #include <string>
 
 #include <kyt_host/kyt_host.h>
@@ -24,28 +27,51 @@ Value jobOf(SOCKETFD handle, int robot) {
   return {{"name", name}, {"line", line}};
 }
 
-// What was raised before this connection is told by the pushed states alone.
-int errorOf(SOCKETFD handle, int robot) {
-  RobotStateReport report;
-  return get_robot_state_robot(handle, robot, report) == SUCCESS ? report.errorCode : 0;
+}  // namespace
+
+// All are asked at once, and a question to which every controller has an answer after them: whoever has not answered by
+// then is not there.
+std::vector<int> robotsOf(const kyt::Controller& controller, int& lastMessage) {
+  struct Found {
+    std::mutex mutex;
+    std::set<int> robots;
+  };
+  const auto found = std::make_shared<Found>();  // a late callback may outlive this
+  const SOCKETFD handle = controller.handle();
+  set_frame_callback(handle, [found](SOCKETFD, int code, const std::string& text) {
+    if (code != static_cast<int>(Strategy::ServoStateReply)) return;
+    const Value reply = Value::parse(text, nullptr, false);
+    const bool tells = reply.is_object() && reply.contains("robot") && reply["robot"].is_number_integer();
+    const std::lock_guard lock(found->mutex);
+    found->robots.insert(tells ? reply["robot"].get<int>() : 1);
+  });
+  for (int robot = 1; robot <= lastRobot; ++robot)
+    send_message(handle, static_cast<int>(Strategy::GetServoState), Value{{"robot", robot}}.dump());
+  controller.id();
+  wait_for_callbacks(handle, 1000);
+  set_frame_callback(handle, {});
+  std::vector<SystemMessage> refusals;
+  kyt::check("robots", get_messages(handle, lastMessage, refusals));
+  const std::lock_guard lock(found->mutex);
+  return {found->robots.begin(), found->robots.end()};
 }
 
 Value robotState(const kyt::Controller& controller, int number) {
   const kyt::State state = controller.robot(number).state();
-  Value values = {{"robot", number},
-                  {"servo", to_string(state.servo)},
-                  {"running", to_string(state.running)},
-                  {"mode", to_string(state.mode)},
-                  {"speed", state.speed},
-                  {"joints", state.joints},
-                  {"pose", state.pose.values()},
-                  {"job", jobOf(controller.handle(), number)}};
-  if (state.servo == ServoState::Error)
-    if (const int code = errorOf(controller.handle(), number); code != 0) values["error"] = code;
-  return values;
+  return {{"robot", number},
+          {"servo", to_string(state.servo)},
+          {"running", to_string(state.running)},
+          {"mode", to_string(state.mode)},
+          {"speed", state.speed},
+          {"joints", state.joints},
+          {"pose", state.pose.values()},
+          {"job", jobOf(controller.handle(), number)}};
 }
 
-}  // namespace
+int errorOf(const kyt::Controller& controller, int number) {
+  RobotStateReport report;
+  return get_robot_state_robot(controller.handle(), number, report) == SUCCESS ? report.errorCode : 0;
+}
 
 Value portsOf(const kyt::Controller& controller) {
   const SOCKETFD handle = controller.handle();
@@ -62,14 +88,21 @@ Value portsOf(const kyt::Controller& controller) {
           {"forced", forced}};
 }
 
+Value alarmOf(const kyt::Alarm& alarm) {
+  return {{"time", alarm.time}, {"robot", alarm.robot}, {"code", alarm.code}, {"text", alarm.text}};
+}
+
 Value snapshot(const kyt::Controller& controller, const std::vector<int>& robots,
                const std::vector<kyt::Alarm>& alarms) {
   Value values = {{"controller", controller.id()}, {"time", now()}, {"robots", Value::array()}};
-  for (const int robot : robots) values["robots"].push_back(robotState(controller, robot));
+  for (const int robot : robots) {
+    Value& its = values["robots"].emplace_back(robotState(controller, robot));
+    if (its["servo"] != to_string(ServoState::Error)) continue;
+    if (const int code = errorOf(controller, robot); code != 0) its["error"] = code;
+  }
   values.update(portsOf(controller));
   values["alarms"] = Value::array();
-  for (const kyt::Alarm& alarm : alarms)
-    values["alarms"].push_back({{"robot", alarm.robot}, {"code", alarm.code}, {"text", alarm.text}});
+  for (const kyt::Alarm& alarm : alarms) values["alarms"].push_back(alarmOf(alarm));
   return values;
 }
 

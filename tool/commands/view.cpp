@@ -1,0 +1,49 @@
+// view: the robots on a web page.
+
+#include "tool/commands/commands.h"
+#ifdef KYT_VIEW_FOLDER
+#include "tool/view/view.h"
+#endif
+
+namespace tool {
+namespace {
+
+constexpr const char* usualPlace = "127.0.0.1:8080";
+
+struct View : Command {
+  std::vector<std::string> hosts;
+  std::string listen = usualPlace;
+  bool control = false;
+
+  void describe(CLI::App& app) override {
+    app.add_option("HOST", hosts, "the controllers: HOST or HOST:PORT; otherwise that of KYT_HOST")
+        ->type_name("HOST[:PORT]")
+        ->envname("KYT_HOST");
+    app.add_option("--listen", listen, "where the page is; beyond this PC it wants the token")
+        ->type_name("ADDRESS[:PORT]")
+        ->capture_default_str();
+    app.add_flag("--control", control, "with buttons, for those who have the token");
+  }
+
+  void run() override {
+    if (hosts.empty()) throw CLI::ValidationError("HOST", "which controllers? Name them here, or in KYT_HOST");
+    std::vector<Address> controllers;
+    for (const std::string& host : hosts) controllers.emplace_back(host);
+    showPage(controllers, Address::toListenAt(listen), control);
+  }
+};
+
+}  // namespace
+
+void showPage([[maybe_unused]] const std::vector<Address>& controllers, [[maybe_unused]] const Address& listen,
+              [[maybe_unused]] bool control) {
+#ifdef KYT_VIEW_FOLDER
+  view::serve(controllers, listen, control);
+#else
+  throw Failure("the page was left out when this kyt was built: " KYT_VIEW_MISSING);
+#endif
+}
+
+void addView(const Family& kyt) { kyt.add<View>("view", "the robots on a web page: view HOST ..."); }
+
+}  // namespace tool
