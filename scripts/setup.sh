@@ -4,6 +4,7 @@
 #   checks     static analysis and fuzzing, and ccache, with which a second build of anything is quick
 #   abi        comparing binary interfaces
 #   mono       C#, to call the library from there
+#   fleet      kyt bridge and kyt fleet: MQTT and protobuf; a broker and Node for their test
 #   wireshark  tshark, with which the dissector is tested
 #   bench      other client libraries, to be measured beside ours
 set -euo pipefail
@@ -16,6 +17,10 @@ for group in "$@"; do
     mono) packages+=(mono-mcs mono-runtime) ;;
     bench) packages+=(libmodbus-dev libhiredis-dev redis-server) ;;
     wireshark) packages+=(tshark) ;;
+    fleet)
+      packages+=(libmosquitto-dev libprotobuf-dev protobuf-compiler mosquitto openssl)
+      command -v npm >/dev/null || packages+=(nodejs npm)
+      ;;
     abi) packages+=(abigail-tools xz-utils) ;;
     *)
       echo "setup: no group is called $group" >&2
