@@ -137,12 +137,12 @@ class Host(Program):
         """What has been told of a metric, in births and in data: its entries, by the aliases that births have told."""
         alias = None
         found = []
-        for message in self.messages(device=device):
-            for entry in message.get("payload", {}).get("metrics", []):
-                if message["kind"] == "DBIRTH" and entry["name"] == metric:
+        for message in self.messages():
+            for entry in message.get("payload", {}).get("metrics", []) if message.get("device") == device else []:
+                if message["kind"].endswith("BIRTH") and entry["name"] == metric:
                     alias = entry["alias"]
                 if entry.get("alias") == alias and alias is not None:
-                    found.append({**entry, "birth": message["kind"] == "DBIRTH"})
+                    found.append(entry)
         return found
 
     def last(self, device: str, metric: str) -> Any:
@@ -334,6 +334,172 @@ class Bridge(unittest.TestCase):
         until(lambda: len(host.messages("NDEATH")) == 2)  # as it tells itself
         kinds = self.check(host)
         self.assertEqual((kinds["NBIRTH"], kinds["NDEATH"]), (4, 2), kinds)
+
+    def test_commands(self) -> None:
+        broker, press = self.broker(), self.controller()
+        host = self.host(broker)
+        press.perform("refuse", code="0x2301", times=-1)  # servo power
+        lines = ['[defaults]\nallow_commands = ["speed", "outputs", "run", "stop", "power_off"]\ncommand_max_age = 30']
+        file = self.configuration(broker, {"press": press}, *lines)
+        topic = "spBv1.0/plant/DCMD/hall/press"
+        speed = {"name": "Robot 1/Command/Speed", "type": "Int32", "value": 99}
+        host.publish(topic, metrics=[speed], timestamp=time.time() * 1000, retain=True)
+        bridge = self.bridge(file)
+        until(lambda: host.last("press", "Command/Count") == 1, lambda: (host.lines, bridge.lines))  # and refused, see below
+
+        def command(name: str, kind: str, value: Any, age: Optional[float] = 0, **more: Any) -> "tuple[bool, str]":
+            """What is acknowledged."""
+            count = host.last("press", "Command/Count")
+            metric = {"name": name, "type": kind, "value": value, **more}
+            stamp = {} if age is None else {"timestamp": (time.time() - age) * 1000}
+            host.publish(topic, metrics=[metric], **stamp)
+            until(lambda: host.last("press", "Command/Count") == count + 1, lambda: (name, bridge.lines))
+            return host.last("press", "Command/Accepted"), host.last("press", "Command/Reason")
+
+        done = (True, "")
+        until(lambda: host.messages("DBIRTH"))
+        self.assertFalse(host.last("press", "Command/Accepted"))
+        self.assertEqual(command("Robot 1/Command/Speed", "Int32", 37), done)
+        until(lambda: host.last("press", "Robot 1/Speed") == 37)
+        self.assertEqual(command("Outputs/3", "Boolean", True), done)
+        self.assertEqual(press.state()["outputs"][2], 1)
+        (birth,) = host.messages("DBIRTH")
+        (alias,) = [entry["alias"] for entry in birth["payload"]["metrics"] if entry["name"] == "Outputs/3"]
+        self.assertEqual(command("", "Boolean", False, alias=alias), done)
+        self.assertEqual(press.state()["outputs"][2], 0)
+        self.assertEqual(command("Robot 1/Command/Stop", "Boolean", True), done)
+        for name, kind, value, age, reason in [
+            ("Robot 1/Command/Speed", "Int32", 55, 3600, "older than command_max_age"),
+            ("Robot 1/Command/Speed", "Int32", 55, -3600, "of another clock"),
+            ("Robot 1/Command/Speed", "Int32", 101, 0, "from 0 to 100"),
+            ("Robot 1/Command/Speed", "String", "55", 0, "from 0 to 100"),
+            ("Robot 1/Command/Stop", "Boolean", False, 0, "it takes true"),
+            ("Robot 1/Command/Run", "String", "NOBODY", 0, "NOBODY"),  # in the controller's words
+            ("Robot 1/Command/Power Off", "Boolean", True, 0, "refuse"),
+            ("Robot 1/Command/Clear", "Boolean", True, 0, "allow_commands"),
+            ("Robot 1/Command/Power On", "Boolean", True, 0, "allow_commands"),
+            ("Robot 1/Joints/J1", "Double", 1.0, 0, "cannot be written"),
+        ]:
+            accepted, why = command(name, kind, value, age)
+            self.assertFalse(accepted, name)
+            self.assertIn(reason, why)
+        speeds = {entry["value"] for entry in host.values("press", "Robot 1/Speed")}
+        self.assertFalse(speeds & {99, 55, 101}, speeds)
+        self.assertTrue(bridge.said("Robot 1/Command/Run: refused"))
+
+        for noise in ["ff", "00", "0a", "12ffffffff0f", os.urandom(5000).hex(), ("12021a00" * 5000), "1a" * 100]:
+            for where in (topic, "spBv1.0/plant/NCMD/hall", "spBv1.0/plant/DCMD/hall/nobody"):
+                host.publish(where, hex=noise)
+        until(lambda: bridge.said("cannot be used, 8 so far"))
+        self.assertEqual(command("Robot 1/Command/Speed", "Int32", 38), done)
+
+        bridge.end(signal.SIGKILL)  # what comes meanwhile is for nobody
+        host.publish(topic, metrics=[{**speed, "value": 66}], timestamp=time.time() * 1000)
+        host.publish(topic, hex="", retain=True)
+        births = len(host.messages("DBIRTH"))
+        bridge = self.bridge(file)
+        until(lambda: len(host.messages("DBIRTH")) > births)
+        self.assertEqual(command("Robot 1/Command/Speed", "Int32", 39), done)
+        self.assertFalse(bridge.said("refused"))
+        self.assertNotIn(66, [entry["value"] for entry in host.values("press", "Robot 1/Speed")])
+        self.check(host)
+
+    def test_the_primary_host(self) -> None:
+        """While it is away nothing is sent; of what the buffer has no room for alarms are the last to go."""
+        broker, press = self.broker(), self.controller("--state-period", "20")
+        host = self.host(broker)
+        lines = ['primary_host = "scada"\nbuffer = 0.02\n[defaults]\nrate = 50']
+        bridge = self.bridge(self.configuration(broker, {"press": press}, *lines))
+
+        def is_there(online: bool) -> None:
+            state = json.dumps({"online": online, "timestamp": int(time.time() * 1000)})
+            host.publish("spBv1.0/STATE/scada", text=state, retain=True)
+
+        until(lambda: bridge.said("press: connected") and bridge.said("the broker is there"))
+        is_there(True)
+        until(lambda: host.messages("DBIRTH"), lambda: bridge.lines)
+        is_there(False)
+        until(lambda: host.messages("NDEATH"))
+        sent = len(host.messages(node="hall"))
+        press.raise_error(4711, "the gripper is jammed")
+        deadline = time.monotonic() + 3
+        value = 0
+        while time.monotonic() < deadline:
+            value += 1
+            for port in range(1, 17):
+                press.set_analog_input(port, value)
+            time.sleep(0.02)
+        self.assertEqual(len(host.messages(node="hall")), sent)
+        is_there(True)
+        until(lambda: host.last("press", "Analog Inputs/16") == value)
+        until(lambda: host.last("", "Bridge/Dropped Values"))
+        history = [entry for entry in host.values("press", "Analog Inputs/16") if entry.get("isHistorical")]
+        values = [entry["value"] for entry in history]
+        self.assertEqual(values, sorted(values))
+        alarms = [entry["value"] for entry in host.values("press", "Robot 1/Alarm/Text") if entry.get("isHistorical")]
+        self.assertIn("the gripper is jammed", alarms)
+        self.assertEqual(self.check(host)["NDEATH"], 1)
+
+    def test_two_bridges_share_a_list(self) -> None:
+        broker = self.broker()
+        host = self.host(broker)
+        controllers = {name: self.controller() for name in ("press", "saw", "lathe")}
+        files = [
+            self.configuration(broker, controllers, f'shard = "{shard}/2"\nstandby = true', node=f"hall{shard}")
+            for shard in (1, 2)
+        ]
+        bridges = [self.bridge(file) for file in files]
+
+        def owners() -> "Dict[str, List[str]]":
+            """Which nodes each device lives at now."""
+            alive: "Dict[str, List[str]]" = {}
+            for message in host.messages():
+                node, device = message.get("node", ""), message.get("device", "")
+                nodes = alive.setdefault(device, []) if device else []
+                if message["kind"] == "DBIRTH" and node not in nodes:
+                    nodes.append(node)
+                if message["kind"] == "DDEATH" and node in nodes:
+                    nodes.remove(node)
+                if message["kind"] in ("NDEATH", "NBIRTH"):
+                    for each in alive.values():
+                        each[:] = [one for one in each if one != node]
+            return alive
+
+        def what() -> Any:
+            return owners(), [bridge.lines for bridge in bridges]
+
+        until(lambda: len(owners()) == 3 and all(len(nodes) == 1 for nodes in owners().values()), what)
+        before = owners()
+        self.assertEqual({node for nodes in before.values() for node in nodes}, {"hall1", "hall2"}, before)
+
+        bridges[0].end(signal.SIGKILL)
+        until(lambda: all(nodes == ["hall2"] for nodes in owners().values()), what)
+        bridges[0] = self.bridge(files[0])
+        until(lambda: owners() == before, what)
+
+        command = [KYT, "fleet", f"mqtt://127.0.0.1:{broker.port}", "--count", "1", "--json"]
+        seen = json.loads(subprocess.run(command, capture_output=True, text=True, timeout=LIMIT, check=True).stdout)
+        robots = {robot["controller"]: robot for robot in seen["robots"]}
+        self.assertEqual({name: [robot["node"][len("plant/") :]] for name, robot in robots.items()}, before)
+        state = [robots["press"][key] for key in ("robot", "line", "servo", "mode", "speed", "alarm")]
+        self.assertEqual(state, [1, "alive", "stop", "teach", 50, ""])
+
+        # A controller is added and another one is taken out: nobody else notices.
+        births = {name: len(host.messages("DBIRTH", device=name)) for name in controllers}
+        more = {**controllers, "drill": self.controller()}
+        gone = next(name for name, nodes in before.items() if nodes == ["hall1"])
+        del more[gone]
+        for shard in (1, 2):
+            self.configuration(broker, more, f'shard = "{shard}/2"\nstandby = true', node=f"hall{shard}")
+            bridges[shard - 1].process.send_signal(signal.SIGHUP)
+        until(lambda: owners()[gone] == [] and len(owners().get("drill", [])) == 1, what)
+        self.assertEqual(births, {name: len(host.messages("DBIRTH", device=name)) for name in controllers})
+        files[0].write_text("group = ")
+        bridges[0].process.send_signal(signal.SIGHUP)
+        until(lambda: bridges[0].said("the configuration stays as it was"))
+        for bridge in bridges:
+            self.assertEqual(bridge.end(), 0)
+        self.check(host)
 
     def certificates(self) -> None:
         """An authority, and what it says of the broker, the bridge and the host."""

@@ -41,6 +41,12 @@ void require(int result, const char* what) {
 
 const char* orNull(const std::string& text) { return text.empty() ? nullptr : text.c_str(); }
 
+// What libmosquitto does not look at while it waits for an answer: that the connection was refused.
+bool hasEnded(int descriptor) {
+  pollfd connection{descriptor, 0, 0};
+  return poll(&connection, 1, 0) > 0 && (connection.revents & POLLHUP) != 0;
+}
+
 std::string passwordOf(const BrokerSettings& settings) {
   if (settings.passwordFile.empty()) {
     const char* given = std::getenv("KYT_MQTT_PASSWORD");
@@ -135,6 +141,8 @@ std::string Broker::connection(const BrokerUrl& url) {
   const auto deadline = Clock::now() + patience;
   while (!ready_) {
     require(mosquitto_loop(client.get(), static_cast<int>(beat.count()), 1), "connecting");
+    if (hasEnded(mosquitto_socket(client.get())))
+      return url.host + ":" + std::to_string(url.port) + ": nobody is there";
     if (!refused_.empty()) return refused_;
     if (Clock::now() > deadline) return "no answer within " + std::to_string(patience.count()) + " s";
     if (ending_) return "ended";

@@ -17,6 +17,8 @@ struct LeftOut : Command {
 
 }  // namespace
 
-void addFleetCommands(const Family& kyt) { kyt.add<LeftOut>("bridge", "(left out of this kyt)"); }
+void addFleetCommands(const Family& kyt) {
+  for (const char* name : {"bridge", "fleet"}) kyt.add<LeftOut>(name, "(left out of this kyt)");
+}
 
 }  // namespace tool
