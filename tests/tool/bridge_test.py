@@ -433,6 +433,10 @@ class Bridge(unittest.TestCase):
         is_there(True)
         until(lambda: host.last("press", "Analog Inputs/16") == value)
         until(lambda: host.last("", "Bridge/Dropped Values"))
+        sent = len(host.messages(node="hall"))
+        while len(host.messages(node="hall")) < sent + 300:  # beyond the last sequence number, and on from the first
+            press.set_analog_input(1, time.monotonic())
+            time.sleep(0.02)
         history = [entry for entry in host.values("press", "Analog Inputs/16") if entry.get("isHistorical")]
         values = [entry["value"] for entry in history]
         self.assertEqual(values, sorted(values))

@@ -63,6 +63,8 @@ void Bridge::run() {
   sigset_t awaited;
   sigemptyset(&awaited);
   for (const int each : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&awaited, each);
+  arrange();
+  broker_->start();  // who is commanded from there is there by then
   for (;;) {
     arrange();
     tellAboutItself();
@@ -163,7 +165,7 @@ BrokerClient Bridge::client() {
     node_.disconnected();
   };
   client.message = [this](const std::string& topic, const std::string& payload, bool retained) {
-    take(topic, payload, retained);
+    return take(topic, payload, retained);
   };
   client.next = [this] { return next(); };
   client.extra = [this] { return extra(); };
@@ -183,7 +185,7 @@ std::optional<Message> Bridge::next() {
   return message || !saysGoodbye_ ? message : node_.death();
 }
 
-void Bridge::take(const std::string& topic, const std::string& payload, bool retained) {
+bool Bridge::take(const std::string& topic, const std::string& payload, bool retained) {
   if (!configuration_.primaryHost.empty() && topic == stateTopic(configuration_.primaryHost)) return takeHost(payload);
   if (topic.rfind(claims(configuration_.group), 0) == 0) return takeClaim(topic, payload);
   const auto parts = Topic::of(topic);
@@ -192,9 +194,10 @@ void Bridge::take(const std::string& topic, const std::string& payload, bool ret
   if (parts->kind == "DCMD") return takeCommands(*parts, *content, retained);
   for (const WireMetric& metric : content->metrics)
     if (metric.name == rebirthControl && metric.value == Datum(true) && !retained) node_.rebirth();
+  return false;
 }
 
-void Bridge::takeCommands(const Topic& topic, const Payload& payload, bool retained) {
+bool Bridge::takeCommands(const Topic& topic, const Payload& payload, bool retained) {
   const std::lock_guard lock(mutex_);
   const auto found = stations_.find(topic.device);
   if (found == stations_.end() || payload.metrics.size() > mostOrdersOfMessage) return malformed(topic.text());
@@ -202,21 +205,22 @@ void Bridge::takeCommands(const Topic& topic, const Payload& payload, bool retai
     const auto target = node_.find(topic.device, metric);
     found->second->order({target, metric.value, metric.time ? metric.time : payload.time, retained});
   }
+  return false;
 }
 
-void Bridge::takeHost(const std::string& payload) {
+bool Bridge::takeHost(const std::string& payload) {
   const auto state = hostState(payload);
   if (!state) return malformed("STATE");
-  if (!node_.host(*state)) return;
+  if (!node_.host(*state)) return false;
   tell("the primary host is not there");
   if (auto death = node_.death()) {
     const std::lock_guard lock(mutex_);
     extras_.push_back(std::move(*death));
   }
-  broker_->giveUp();
+  return true;
 }
 
-void Bridge::takeClaim(const std::string& topic, const std::string& payload) {
+bool Bridge::takeClaim(const std::string& topic, const std::string& payload) {
   const auto claim = nlohmann::json::parse(payload, nullptr, false);
   const std::string shard = topic.substr(claims(configuration_.group).size());
   constexpr std::size_t digits = 3;
@@ -228,12 +232,14 @@ void Bridge::takeClaim(const std::string& topic, const std::string& payload) {
   constexpr std::uint64_t most = 1000;
   shards_.heard(static_cast<unsigned int>(std::stoul(shard)), static_cast<unsigned int>(std::min(holder, most)),
                 Shards::Clock::now());
+  return false;
 }
 
-void Bridge::malformed(const std::string& topic) {
+bool Bridge::malformed(const std::string& topic) {
   const std::size_t count = ++malformed_;
   const bool isPowerOfTwo = (count & (count - 1)) == 0;
   if (isPowerOfTwo) tell("a message that cannot be used, " + std::to_string(count) + " so far: " + topic);
+  return false;
 }
 
 }  // namespace tool::bridge

@@ -35,11 +35,12 @@ class Bridge {
   void arrange();
   void readAgain();
   void tellAboutItself();
-  void take(const std::string& topic, const std::string& payload, bool retained);
-  void takeCommands(const Topic& topic, const Payload& payload, bool retained);
-  void takeHost(const std::string& payload);
-  void takeClaim(const std::string& topic, const std::string& payload);
-  void malformed(const std::string& topic);
+  // What has come; whether the connection has to be given up.
+  bool take(const std::string& topic, const std::string& payload, bool retained);
+  bool takeCommands(const Topic& topic, const Payload& payload, bool retained);
+  bool takeHost(const std::string& payload);
+  bool takeClaim(const std::string& topic, const std::string& payload);
+  bool malformed(const std::string& topic);
   std::optional<Message> extra();
   std::optional<Message> next();
 

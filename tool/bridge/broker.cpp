@@ -29,7 +29,7 @@ constexpr std::chrono::milliseconds firstPause{250};
 constexpr std::chrono::milliseconds lastPause{4000};
 constexpr std::chrono::milliseconds beat{100};
 constexpr std::chrono::milliseconds goodbye{1000};
-constexpr std::size_t longestPayload = 16 * 1024 * 1024;
+constexpr std::size_t longestPayload = 256 * 1024;
 
 struct Freed {
   void operator()(mosquitto* client) const { mosquitto_destroy(client); }
@@ -70,6 +70,9 @@ Broker::Broker(BrokerSettings settings, BrokerClient client)
   if (wake_ < 0) throw Failure("no descriptors are left");
   for (const std::string& file : {settings_.ca, settings_.certificate, settings_.key})
     if (!file.empty() && access(file.c_str(), R_OK) != 0) throw Failure(file + ": cannot be read");
+}
+
+void Broker::start() {
   thread_ = std::thread([this] {
     pthread_setname_np(pthread_self(), "broker");
     run();
@@ -79,7 +82,7 @@ Broker::Broker(BrokerSettings settings, BrokerClient client)
 Broker::~Broker() {
   ending_ = true;
   wake();
-  thread_.join();
+  if (thread_.joinable()) thread_.join();
   close(wake_);
 }
 
@@ -210,12 +213,13 @@ void Broker::onSubscribe(mosquitto* /*client*/, void* self, int /*id*/, int /*co
 }
 
 void Broker::onMessage(mosquitto* /*client*/, void* self, const mosquitto_message* message) {
-  const auto& its = *static_cast<Broker*>(self);
+  auto& its = *static_cast<Broker*>(self);
   const auto size = static_cast<std::size_t>(std::max(message->payloadlen, 0));
   if (size > longestPayload) return;
   const auto* bytes = static_cast<const char*>(message->payload);
   try {
-    its.client_.message(message->topic, std::string(bytes == nullptr ? "" : bytes, size), message->retain);
+    if (its.client_.message(message->topic, std::string(bytes == nullptr ? "" : bytes, size), message->retain))
+      its.givenUp_ = true;
   } catch (const std::exception&) {  // libmosquitto is C: nothing may pass through it
   }
 }

@@ -22,7 +22,8 @@ struct BrokerClient {
   std::function<std::vector<std::string>()> topics;  ///< that are subscribed to
   std::function<void()> connected;                   ///< the broker has taken all subscriptions
   std::function<void(const std::string& why)> lost;  ///< or never came to be
-  std::function<void(const std::string& topic, const std::string& payload, bool retained)> message;
+  /// @return whether the connection is to be given up, behind what `extra` has, and made anew
+  std::function<bool(const std::string& topic, const std::string& payload, bool retained)> message;
   std::function<std::optional<Message>()> next;   ///< what is to be sent, at most once
   std::function<std::optional<Message>()> extra;  ///< and before that: what may be sent at any time
 };
@@ -39,10 +40,10 @@ class Broker {
   Broker(const Broker&) = delete;
   Broker& operator=(const Broker&) = delete;
 
+  /// Begins. To be called once.
+  void start();
   /// Tells that `next` has something. From any thread.
   void wake();
-  /// Lets this connection go and make another one. From the client's functions.
-  void giveUp() { givenUp_ = true; }
 
  private:
   void run();

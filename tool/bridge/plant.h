@@ -1,7 +1,6 @@
 #pragma once
 
 #include <map>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -20,8 +19,6 @@ class Plant {
   /// Robots whose births have not come yet are not among them.
   std::vector<Value> robots(Time now) const;
 
-  const std::set<std::string>& groups() const { return groups_; }
-
  private:
   struct Device {
     std::map<std::uint64_t, std::string> names;  // by alias
@@ -35,7 +32,6 @@ class Plant {
   void update(Device& device, const Payload& payload, bool isBirth) const;
 
   std::map<std::string, Node> nodes_;  // GROUP/NODE
-  std::set<std::string> groups_;
 };
 
 }  // namespace tool::bridge

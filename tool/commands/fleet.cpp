@@ -80,6 +80,7 @@ struct Fleet : Command {
     for (const std::string& url : broker.urls) bridge::BrokerUrl{url};
     const Interruption interruption;
     bridge::Broker connection(broker, client());
+    connection.start();
     // What is there at first has to be asked for, and comes in pieces.
     constexpr kyt::Seconds asking{0.1};
     constexpr int patience = 50;
@@ -106,9 +107,9 @@ struct Fleet : Command {
     client.message = [this](const std::string& topic, const std::string& bytes, bool /*retained*/) {
       const auto parts = bridge::Topic::of(topic);
       const auto payload = parts && parts->kind != "STATE" ? bridge::decode(bytes.data(), bytes.size()) : std::nullopt;
-      if (!payload) return;
       const std::lock_guard lock(mutex_);
-      if (!plant_.take(*parts, *payload).empty()) ask(parts->group, parts->node);
+      if (payload && !plant_.take(*parts, *payload).empty()) ask(parts->group, parts->node);
+      return false;
     };
     client.extra = [this]() -> std::optional<bridge::Message> {
       const std::lock_guard lock(mutex_);
