@@ -67,18 +67,22 @@ def main() -> None:
         bridge = subprocess.Popen([build / "bin" / "kyt", "bridge", str(folder / "plant.toml")], stderr=quiet)
         time.sleep(20)
         before, cpus = threads(bridge.pid), {each.pid: cpu(Path(f"/proc/{each.pid}")) for each in (broker, plant, bridge)}
-        at_first = memory(bridge.pid)
-        subscriber = subprocess.run(
+        at_first, began = memory(bridge.pid), time.monotonic()
+        subscriber = subprocess.Popen(
             ["node", str(Path(__file__).with_suffix(".js")), f"mqtt://127.0.0.1:{port}", str(seconds)],
-            capture_output=True,
+            stdout=subprocess.PIPE,
             text=True,
-            check=True,
             env={**os.environ, "NODE_PATH": modules},
         )
+        sizes = [at_first]
+        while subscriber.poll() is None:
+            time.sleep(0.1)
+            if time.monotonic() > began + 60 * len(sizes):
+                sizes.append(memory(bridge.pid))
         spent = {each.pid: cpu(Path(f"/proc/{each.pid}")) - cpus[each.pid] for each in (broker, plant, bridge)}
         after = threads(bridge.pid)
         print(f"{count} controllers, {moving} of them moving, {seconds} s")
-        for key, value in json.loads(subscriber.stdout).items():
+        for key, value in json.loads(subscriber.communicate()[0]).items():
             print(f"  {key:12} {value:8.1f}")
         for what, process in {"bridge": bridge, "broker": broker, "controllers": plant}.items():
             print(f"  CPU of the {what}: {spent[process.pid] / seconds * 100:.1f} % of a core")
@@ -86,7 +90,9 @@ def main() -> None:
             used = (after[thread] - before.get(thread, 0)) / seconds * 100
             if used >= 0.05:
                 print(f"    its threads {thread}: {used:.1f} %")
-        print(f"  memory of the bridge: {at_first:.1f} MB, then {memory(bridge.pid):.1f} MB, {len(os.listdir(f'/proc/{bridge.pid}/task'))} threads")
+        sizes.append(memory(bridge.pid))
+        print("  memory of the bridge, MB, minute by minute:", *(f"{size:.1f}" for size in sizes))
+        print(f"  threads of the bridge: {len(os.listdir(f'/proc/{bridge.pid}/task'))}")
         for process in (bridge, plant, broker):
             process.terminate()
             process.wait()

@@ -9,6 +9,7 @@
 
 #include <unistd.h>
 
+#include <malloc.h>
 #include <signal.h>
 
 #include "tool/bridge/bridge.h"
@@ -47,6 +48,8 @@ struct Bridge : Command {
       std::cout << file << ": " << configuration.controllers.size() << " controllers, no faults\n";
       return;
     }
+    mallopt(M_ARENA_MAX,
+            2);  // a thread for each controller, and no heap for each: what they hand on is freed by another
     sigset_t awaited;
     sigemptyset(&awaited);
     for (const int each : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&awaited, each);
