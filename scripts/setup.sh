@@ -5,6 +5,7 @@
 #   abi        comparing binary interfaces
 #   mono       C#, to call the library from there
 #   page       the web page of kyt: its server, three.js, and a browser that tests it
+#   fleet      kyt bridge and kyt fleet: MQTT and protobuf; a broker and Node for their test
 #   wireshark  tshark, with which the dissector is tested
 #   bench      other client libraries, to be measured beside ours
 set -euo pipefail
@@ -18,6 +19,10 @@ for group in "$@"; do
     page) packages+=(libmicrohttpd-dev libjs-three chromium chromium-driver python3-selenium) ;;
     bench) packages+=(libmodbus-dev libhiredis-dev redis-server) ;;
     wireshark) packages+=(tshark) ;;
+    fleet)
+      packages+=(libmosquitto-dev libprotobuf-dev protobuf-compiler mosquitto openssl)
+      command -v npm >/dev/null || packages+=(nodejs npm)
+      ;;
     abi) packages+=(abigail-tools xz-utils) ;;
     *)
       echo "setup: no group is called $group" >&2

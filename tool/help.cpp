@@ -9,18 +9,18 @@
 namespace tool {
 namespace {
 
-// The commands alone, one a line.
+// The commands alone, one a line, as many as the screen has; the last line tells of those about kyt itself.
 class OneScreen : public CLI::Formatter {
  public:
   std::string make_help(const CLI::App* app, std::string name, CLI::AppFormatMode mode) const override {
     if (app->get_parent() != nullptr) return CLI::Formatter::make_help(app, name, mode);
     std::string help = "kyt COMMAND ... [--host HOST[:PORT]] [--json]: robots from the command line\n";
     for (const CLI::App* command : app->get_subcommands(nullptr)) {
-      if (command->get_group().empty()) continue;
+      if (command->get_group().empty() || command->get_group() == aboutItself) continue;
       const std::string column = "  " + command->get_name();
       help += column + std::string(14 - column.size(), ' ') + command->get_description() + "\n";
     }
-    return help + "kyt COMMAND --help tells the rest. The environment's KYT_HOST is the usual host.\n";
+    return help + "kyt COMMAND --help tells the rest, kyt manual all. KYT_HOST is the usual host.\n";
   }
 };
 

@@ -6,6 +6,9 @@
 
 namespace tool {
 
+/// The group of commands that are about kyt, not about robots: its help leaves them to its last line.
+constexpr const char* aboutItself = "about kyt itself";
+
 /// Gives kyt its version, and a help that fits one screen.
 void explain(CLI::App& app);
 

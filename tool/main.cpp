@@ -21,8 +21,9 @@ constexpr int usage = 2;
 
 // Everything that kyt knows, in the order of its help.
 constexpr void (*commandGroups[])(const tool::Family& kyt) = {
-    tool::addStateCommands, tool::addMovingCommands, tool::addPathCommands, tool::addIoCommands,   tool::addJobCommands,
-    tool::addView,          tool::addSimulation,     tool::addWireCommands, tool::addHelpCommands,
+    tool::addStateCommands, tool::addMovingCommands, tool::addPathCommands, tool::addIoCommands,
+    tool::addJobCommands,   tool::addFleetCommands,  tool::addView,         tool::addSimulation,
+    tool::addWireCommands,  tool::addHelpCommands,
 };
 
 /// What has failed is told by the commands; the library's own lines tell what else has gone wrong.

@@ -15,6 +15,9 @@ class Output {
  public:
   void describe(CLI::App& app) { app.add_flag("--json", json_, "for scripts: one JSON object a line"); }
 
+  /// Whether it is JSON that is wanted.
+  bool isForScripts() const { return json_; }
+
   /// As a table, or as a line of JSON.
   void show(const Value& values) const;
   /// One of many, on one line.

@@ -18,13 +18,10 @@ std::vector<Number> read(const char* operation, int (*query)(SOCKETFD, std::vect
   return values;
 }
 
-// The open job and where it is; not every controller tells.
-Value jobOf(SOCKETFD handle, int robot) {
-  std::string name;
-  int line = 0;
-  if (job_get_current_file_robot(handle, robot, name) != SUCCESS || name.empty()) return nullptr;
-  if (job_get_current_line_robot(handle, robot, line) != SUCCESS) return {{"name", name}};
-  return {{"name", name}, {"line", line}};
+Value jobOf(const RobotReading& robot) {
+  if (!robot.job) return nullptr;
+  if (!robot.line) return {{"name", *robot.job}};
+  return {{"name", *robot.job}, {"line", *robot.line}};
 }
 
 }  // namespace
@@ -57,7 +54,8 @@ std::vector<int> robotsOf(const kyt::Controller& controller, int& lastMessage) {
 }
 
 Value robotState(const kyt::Controller& controller, int number) {
-  const kyt::State state = controller.robot(number).state();
+  const RobotReading reading = readRobot(controller, number);
+  const kyt::State& state = reading.state;
   return {{"robot", number},
           {"servo", to_string(state.servo)},
           {"running", to_string(state.running)},
@@ -65,12 +63,28 @@ Value robotState(const kyt::Controller& controller, int number) {
           {"speed", state.speed},
           {"joints", state.joints},
           {"pose", state.pose.values()},
-          {"job", jobOf(controller.handle(), number)}};
+          {"job", jobOf(reading)}};
 }
 
 int errorOf(const kyt::Controller& controller, int number) {
   RobotStateReport report;
   return get_robot_state_robot(controller.handle(), number, report) == SUCCESS ? report.errorCode : 0;
+}
+
+RobotReading readRobot(const kyt::Controller& controller, int number) {
+  RobotReading reading{controller.robot(number).state(), {}, {}};
+  std::string name;
+  int line = 0;
+  if (job_get_current_file_robot(controller.handle(), number, name) != SUCCESS || name.empty()) return reading;
+  reading.job = name;
+  if (job_get_current_line_robot(controller.handle(), number, line) == SUCCESS) reading.line = line;
+  return reading;
+}
+
+PortsReading readPorts(const kyt::Controller& controller) {
+  const SOCKETFD handle = controller.handle();
+  return {read("io", get_digital_input, handle), read("io", get_digital_output, handle),
+          read("io", get_analog_input, handle), read("io", get_analog_output, handle)};
 }
 
 Value portsOf(const kyt::Controller& controller) {
@@ -81,10 +95,11 @@ Value portsOf(const kyt::Controller& controller) {
   kyt::check("io", get_force_digital_input(handle, ports, levels));
   for (std::size_t i = 0; i < ports.size() && i < levels.size(); ++i)
     forced.push_back({{"port", ports[i]}, {"level", static_cast<int>(levels[i])}});
-  return {{"inputs", read("io", get_digital_input, handle)},
-          {"outputs", read("io", get_digital_output, handle)},
-          {"analog_inputs", read("io", get_analog_input, handle)},
-          {"analog_outputs", read("io", get_analog_output, handle)},
+  const PortsReading reading = readPorts(controller);
+  return {{"inputs", reading.inputs},
+          {"outputs", reading.outputs},
+          {"analog_inputs", reading.analogInputs},
+          {"analog_outputs", reading.analogOutputs},
           {"forced", forced}};
 }
 

@@ -14,6 +14,7 @@ void addMovingCommands(const Family& kyt);
 void addPathCommands(const Family& kyt);
 void addIoCommands(const Family& kyt);
 void addJobCommands(const Family& kyt);
+void addFleetCommands(const Family& kyt);
 void addView(const Family& kyt);
 void addSimulation(const Family& kyt);
 void addWireCommands(const Family& kyt);

@@ -42,6 +42,7 @@ struct Manual : HelpCommand {
 void addHelpCommands(const Family& kyt) {
   kyt.add<Completion>("completion", "for the shell: bash or zsh");
   kyt.add<Manual>("manual", "print the man page: kyt manual | man -l -");
+  for (const char* name : {"completion", "manual"}) kyt.app().get_subcommand(name)->group(aboutItself);
 }
 
 }  // namespace tool
