@@ -81,14 +81,6 @@ struct Exchange : Request {
   }
 };
 
-/// What a stream is sending.
-struct Sending {
-  Stream next;
-  MHD_Connection* connection = nullptr;
-  std::string part;
-  std::size_t sent = 0;
-};
-
 }  // namespace
 
 Content text(unsigned int status, const std::string& text) {
@@ -202,16 +194,17 @@ class HttpServer::Implementation {
 
   // --- streams
 
-  struct OneStream : Sending {
-    Implementation* server = nullptr;
+  struct OneStream {
+    Implementation* server;
+    MHD_Connection* connection;
+    Stream next;
+    std::string part;
+    std::size_t sent = 0;
   };
 
   MHD_Result start(MHD_Connection* connection, Stream next) {
     constexpr std::size_t block = 16 * 1024;
-    auto stream = std::make_unique<OneStream>();
-    stream->server = this;
-    stream->connection = connection;
-    stream->next = std::move(next);
+    auto stream = std::unique_ptr<OneStream>(new OneStream{this, connection, std::move(next), {}});
     return send(connection, MHD_HTTP_OK, "text/event-stream",
                 MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, block, &onRead, stream.release(), &onStreamEnd));
   }
@@ -238,7 +231,7 @@ class HttpServer::Implementation {
       }
     }
     const std::size_t size = std::min(room, stream.part.size() - stream.sent);
-    std::memcpy(buffer, stream.part.data() + stream.sent, size);
+    stream.part.copy(buffer, size, stream.sent);
     stream.sent += size;
     return static_cast<ssize_t>(size);
   }
