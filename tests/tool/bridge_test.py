@@ -345,6 +345,7 @@ class Bridge(unittest.TestCase):
         topic = "spBv1.0/plant/DCMD/hall/press"
         speed = {"name": "Robot 1/Command/Speed", "type": "Int32", "value": 99}
         host.publish(topic, metrics=[speed], timestamp=time.time() * 1000, retain=True)
+        until(lambda: host.messages("DCMD"))  # the broker has it
         bridge = self.bridge(file)
         until(lambda: host.last("press", "Command/Count") == 1, lambda: (host.lines, bridge.lines))  # and refused, see below
 
@@ -395,8 +396,10 @@ class Bridge(unittest.TestCase):
         self.assertEqual(command("Robot 1/Command/Speed", "Int32", 38), done)
 
         bridge.end(signal.SIGKILL)  # what comes meanwhile is for nobody
+        commands = len(host.messages("DCMD"))
         host.publish(topic, metrics=[{**speed, "value": 66}], timestamp=time.time() * 1000)
         host.publish(topic, hex="", retain=True)
+        until(lambda: len(host.messages("DCMD")) == commands + 2)
         births = len(host.messages("DBIRTH"))
         bridge = self.bridge(file)
         until(lambda: len(host.messages("DBIRTH")) > births)
