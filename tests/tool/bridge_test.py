@@ -278,6 +278,7 @@ class Bridge(unittest.TestCase):
             {"press": press, "saw": saw},
             f'broker = ["mqtts://127.0.0.1:{free_port()}", "mqtts://127.0.0.1:{broker.port}"]  # the first is not there',
             f'ca = "{files["ca"]}"\ncertificate = "{files["hall"]}"\nkey = "{files["hall-key"]}"',
+            "[defaults]\nstale_after = 2",
         )
         bridge = self.bridge(file)
 
@@ -298,6 +299,14 @@ class Bridge(unittest.TestCase):
         press.raise_error(4711, "the gripper is jammed")
         until(lambda: host.last("press", "Robot 1/Alarm/Text") == "the gripper is jammed")
         self.assertEqual((host.last("press", "Robot 1/Alarm/Active"), host.last("saw", "Robot 1/Alarm/Active")), (True, False))
+
+        def quality() -> Any:
+            return host.values("saw", "Analog Inputs/1")[-1].get("properties", {}).get("Quality", {}).get("value")
+
+        saw.silence("all", -1)  # its connection stands
+        until(lambda: quality() == 500)
+        saw.clear_script()
+        until(lambda: quality() == 192)
 
         press.stop()
         until(lambda: host.messages("DDEATH", device="press"))
@@ -345,6 +354,7 @@ class Bridge(unittest.TestCase):
         topic = "spBv1.0/plant/DCMD/hall/press"
         speed = {"name": "Robot 1/Command/Speed", "type": "Int32", "value": 99}
         host.publish(topic, metrics=[speed], timestamp=time.time() * 1000, retain=True)
+        until(lambda: host.messages("DCMD"))  # the broker has it
         bridge = self.bridge(file)
         until(lambda: host.last("press", "Command/Count") == 1, lambda: (host.lines, bridge.lines))  # and refused, see below
 
@@ -395,8 +405,10 @@ class Bridge(unittest.TestCase):
         self.assertEqual(command("Robot 1/Command/Speed", "Int32", 38), done)
 
         bridge.end(signal.SIGKILL)  # what comes meanwhile is for nobody
+        commands = len(host.messages("DCMD"))
         host.publish(topic, metrics=[{**speed, "value": 66}], timestamp=time.time() * 1000)
         host.publish(topic, hex="", retain=True)
+        until(lambda: len(host.messages("DCMD")) == commands + 2)
         births = len(host.messages("DBIRTH"))
         bridge = self.bridge(file)
         until(lambda: len(host.messages("DBIRTH")) > births)
