@@ -79,10 +79,10 @@ FileServer::Answers FileServer::beginUpload(Client& client, const std::string& t
   client.upload.reset();
   const auto request = parsed(text);
   const auto name = nameIn(request);
-  const auto size = value(request, {"size"}).get<std::int64_t>();
+  const auto size = toNumber(value(request, {"size"}), "size");
   const auto place = data_.toWrite(name);
-  if (!place || size < 1 || size > maxFileSize) return {refusal(Strategy::UploadRequestReply)};
-  client.upload = std::make_unique<Upload>(*place, name, size);
+  if (!place || size < 1 || size > static_cast<double>(maxFileSize)) return {refusal(Strategy::UploadRequestReply)};
+  client.upload = std::make_unique<Upload>(*place, name, static_cast<std::int64_t>(size));
   if (!client.upload->isOpen()) return {refusal(Strategy::UploadRequestReply)};
   return {answer(Strategy::UploadRequestReply, {{"answer", "yes"}})};
 }

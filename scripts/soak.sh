@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# Uses the library without rest, with faults of the line, and fails when it grows: scripts/soak.sh HOURS
+# Fractions of an hour will do. What was measured goes into build/soak, as a table and as a picture: soak.csv, soak.svg.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+if [[ ! ${1:-} =~ ^[0-9]*\.?[0-9]+$ ]]; then
+  echo "usage: scripts/soak.sh HOURS" >&2
+  exit 2
+fi
+scripts/setup.sh
+scripts/build.sh release soak virtual_controller_program
+mkdir -p build/soak
+PYTHONPATH=python VIRTUAL_CONTROLLER=$PWD/build/release/bin/virtual_controller \
+  exec scripts/soak.py "$1" build/release/bin/soak build/soak
