@@ -44,6 +44,8 @@ def build_wheel(
     config_settings: Optional[Dict[str, str]] = None,
     metadata_directory: Optional[str] = None,
 ) -> str:
+    if sysconfig.get_config_var("Py_GIL_DISABLED"):
+        raise SystemExit(f"kyt_host needs a Python with an interpreter lock: {sys.executable} is free-threaded")
     missing = [program for program in ("cmake", "swig", "c++") if shutil.which(program) is None]
     if missing:
         raise SystemExit(f"kyt_host: building needs {', '.join(missing)}; on Debian: apt install cmake g++ swig")
