@@ -99,6 +99,7 @@ def configure(build: str) -> None:
     # What an earlier build found out about its interpreter is forgotten.
     forget = ["-U", "Python3_*", "-U", "_Python3_*", f"-DPython3_EXECUTABLE={sys.executable}"]
     options = ["-DCMAKE_BUILD_TYPE=Release", "-DBUILD_SHARED_LIBS=OFF", "-DKYT_HOST_PYTHON=ON"]
+    options += ["-DKYT_HOST_VIEW=OFF", "-DKYT_HOST_BRIDGE=OFF"]
     options += shlex.split(os.environ.get("CMAKE_ARGS", ""))
     generator = ["-G", "Ninja"] if shutil.which("ninja") else []
     subprocess.run(["cmake", "-S", str(ROOT), "-B", build, *generator, *options, *forget], check=True)
