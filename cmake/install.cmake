@@ -7,8 +7,9 @@ install(TARGETS kyt_host EXPORT kyt_hostTargets)
 install(DIRECTORY kyt_host DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT headers FILES_MATCHING PATTERN "*.h"
         PATTERN "c" EXCLUDE PATTERN "detail" EXCLUDE PATTERN "codec" EXCLUDE PATTERN "exchange" EXCLUDE PATTERN "exchanges.h" EXCLUDE)
 
-# What the headers refer to.
+# What the headers refer to, and programs that build as they lie.
 install(FILES docs/conventions.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 # The component virtual_controller, in a file of its own: not every installation has it. State is what tests look at.
 if(TARGET virtual_controller)

@@ -18,6 +18,7 @@
 #include "python/lock.h"
 %}
 
+%include "module.i"
 %include <stdint.i>
 %include <exception.i>
 

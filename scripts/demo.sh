@@ -2,12 +2,18 @@
 # Shows whole sessions over TCP, with the virtual controller on loopback: examples/first_session.cpp, the same in Python,
 # examples/first_session.py, and one in C, examples/first_session.c; then examples/moving_robot.cpp and
 # examples/programs_and_io.cpp. What they write (a picture of the motion, jobs, a backup) goes into build/demo.
+# scripts/demo.sh FOLDER takes the examples' programs from there; virtual controller and module are those installed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/setup.sh
-scripts/build.sh release virtual_controller_program first_session first_session_c moving_robot programs_and_io _kyt_host
-
-bin=$PWD/build/release/bin
+if [[ ${1:-} ]]; then
+  bin=$1
+else
+  bin=$PWD/build/release/bin
+  scripts/setup.sh
+  scripts/build.sh release virtual_controller_program first_session first_session_c moving_robot programs_and_io _kyt_host
+  PATH=$bin:$PATH
+  export PYTHONPATH=$PWD/build/release/python
+fi
 host=127.0.0.5  # files go over port 5000: on an address of its own, nobody else has it
 log=$(mktemp)
 controller=
@@ -26,7 +32,7 @@ trap 'exit 143' TERM
 # start_controller PORT [OPTION...]: 0 lets the system choose; the port is then in $port.
 start_controller() {
   : >"$log"
-  "$bin/virtual_controller" --host "$host" --servo-port 0 --port "$@" >"$log" &
+  virtual_controller --host "$host" --servo-port 0 --port "$@" >"$log" &
   controller=$!
   until port=$(sed -n "s/^virtual controller: listening on $host:\([0-9]*\),.*/\1/p" "$log") && [[ $port ]]; do
     kill -0 "$controller" || exit 1
@@ -59,7 +65,7 @@ run_session() {
 start_controller 0
 run_session stdbuf -oL "$bin/first_session" "$host" "$port"
 echo
-PYTHONPATH=build/release/python run_session python3 -u examples/first_session.py "$host" "$port"
+run_session python3 -u examples/first_session.py "$host" "$port"
 echo
 restart_controller 0
 "$bin/first_session_c" "$host" "$port"

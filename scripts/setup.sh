@@ -6,6 +6,8 @@
 #   mono       C#, to call the library from there
 #   page       the web page of kyt: its server, three.js, and a browser that tests it
 #   fleet      kyt bridge and kyt fleet: MQTT and protobuf; a broker and Node for their test
+#   docs       the documentation site
+#   packages   Debian packages, and wheels that need nothing else
 #   wireshark  tshark, with which the dissector is tested
 #   bench      other client libraries, to be measured beside ours
 set -euo pipefail
@@ -15,6 +17,8 @@ packages=(g++ cmake ninja-build pkg-config libasio-dev nlohmann-json3-dev libjso
 for group in "$@"; do
   case $group in
     checks) packages+=(clang clang-format clang-tidy libclang-rt-14-dev llvm shellcheck mypy ccache) ;;
+    docs) packages+=(doxygen python3-sphinx python3-breathe python3-myst-parser furo) ;;
+    packages) packages+=(debhelper dh-python dpkg-dev lintian mmdebstrap patchelf) ;;
     mono) packages+=(mono-mcs mono-runtime) ;;
     page) packages+=(libmicrohttpd-dev libjs-three chromium chromium-driver python3-selenium) ;;
     bench) packages+=(libmodbus-dev libhiredis-dev redis-server) ;;

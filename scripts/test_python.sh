@@ -5,24 +5,11 @@
 # builds it for anybody.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/interpreters.sh
 scripts/setup.sh
 root=$PWD
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-
-# find_interpreters: one line for each.
-find_interpreters() {
-  local candidate
-  local -a candidates=()
-  mapfile -t candidates < <(type -aP python3 python3.{8..20} 2>/dev/null || true)
-  candidates+=("${PYENV_ROOT:-$HOME/.pyenv}"/versions/*/bin/python3)
-  for candidate in "${candidates[@]}"; do
-    "$candidate" -c '
-import os, platform, sys
-if sys.version_info >= (3, 8) and platform.python_implementation() == "CPython":
-    print(os.path.realpath(sys.executable))' 2>/dev/null || true
-  done | sort -u
-}
 
 first=$(python3 -c 'import os, sys; print(os.path.realpath(sys.executable))')
 

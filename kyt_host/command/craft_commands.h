@@ -19,7 +19,8 @@ class KYT_HOST_API WeldCommand : public Command {
   WeldCommand(CmdType lineType, int id) : Command(lineType), arcParameterId_(id) {}
 
   /// TIG on, by length.
-  /// @param l1,l2  the line's two lengths, mm
+  /// @param l1  the line's first length, mm
+  /// @param l2  its second length, mm
   WeldCommand(CmdType lineType, int id, double l1, double l2);
 
   /// A spot, by time.

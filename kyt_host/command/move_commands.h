@@ -71,7 +71,8 @@ class KYT_HOST_API MoveCommCommand : public Command {
  public:
   /// @param moveType  the move, such as "MOVJ" or "MOVL". One that ends with J is a joint move.
   /// @param velocity  percent for a joint move, mm/s for others
-  /// @param acc,dec   percent
+  /// @param acc       percent
+  /// @param dec       percent
   /// @param pl        smoothing level, 0..5
   /// @param time      time parameter of the line
   MoveCommCommand(std::string moveType, double velocity, double acc, double dec, int pl, int time);

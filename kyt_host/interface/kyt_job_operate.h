@@ -188,7 +188,8 @@ inline int job_insert_imove(SOCKETFD socketFd, int lineNum, const MoveCmd& cmd) 
 /// A move whose target a communication partner names at run time.
 /// @param moveType  "MOVJ" or "MOVL"; one that ends with J is a joint move
 /// @param velocity  percent for a joint move, mm/s for others
-/// @param acc,dec   percent
+/// @param acc       percent
+/// @param dec       percent
 /// @param pl        smoothing level, 0..5
 /// @param time      time parameter of the line, written as it is
 KYT_HOST_API int job_insert_moveComm_rbobt(SOCKETFD socketFd, int robotNum, int lineNum, std::string moveType,

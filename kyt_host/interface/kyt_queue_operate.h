@@ -286,7 +286,8 @@ inline int queue_motion_push_back_wave_off(SOCKETFD socketFd, int id) {
 
 /// Begins to weld with TIG, by length.
 /// @param id     number of the set of parameters
-/// @param l1,l2  the line's two lengths, mm
+/// @param l1  the line's first length, mm
+/// @param l2  its second length, mm
 KYT_HOST_API int queue_motion_push_back_tigweld_on_robot(SOCKETFD socketFd, int robotNum, int id, double l1, double l2);
 inline int queue_motion_push_back_tigweld_on(SOCKETFD socketFd, int id, double l1, double l2) {
   return queue_motion_push_back_tigweld_on_robot(socketFd, const_robot, id, l1, l2);

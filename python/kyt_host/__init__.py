@@ -13,6 +13,11 @@
 What it is made of, and everything else that a controller does, is in ``_kyt_host``: ``controller.handle`` is for that.
 """
 
+import sys
+
+if "t" in sys.abiflags:
+    raise ImportError("kyt_host needs a Python with an interpreter lock, and this one is free-threaded")
+
 from .controller import Controller, connect
 from .errors import BadArgument, Error, MotionFailed, NoReply, NotConnected, Refused, TimedOut, Unreachable
 from .files import Files

@@ -278,7 +278,39 @@ FORKS = {
         still_served()
     """,
 }
+# In a sub-interpreter nobody gets the module, before and after the main one has it, and all goes on as if nobody had asked.
+SUB_INTERPRETERS = """
+import os, sys
+try:
+    import _interpreters as interpreters
+except ImportError:
+    import _xxsubinterpreters as interpreters
+def refusal():
+    reading, writing = os.pipe()
+    program = "import os\\ntry: import _kyt_host\\nexcept ImportError as error: text = str(error)\\nelse: text = 'imported'\\n"
+    interpreter = interpreters.create()
+    interpreters.run_string(interpreter, program + f"os.write({writing}, text.encode())")
+    interpreters.destroy(interpreter)
+    return os.read(reading, 1000).decode()
+assert "_kyt_host" in refusal() and "interpreter" in refusal(), refusal()
+import _kyt_host as kyt
+assert "_kyt_host" in refusal() and "interpreter" in refusal(), refusal()
+robot = kyt.connect_robot("127.0.0.1", sys.argv[1])
+assert kyt.get_speed(robot, 0)[0] == kyt.SUCCESS
+del sys.modules["_kyt_host"]
+import _kyt_host as again
+assert again is kyt
+sys.abiflags = "t"
+try:
+    import kyt_host
+except ImportError as error:
+    assert "free-threaded" in str(error)
+else:
+    raise AssertionError("kyt_host lets itself be imported")
+"""
+
 PROGRAMS = {
+    "sub-interpreters": SUB_INTERPRETERS,
     "clean-ups from before the import": CLEAN_UPS,
     "Ctrl-C": CTRL_C,
     **{name: STREAM + textwrap.dedent(case) for name, case in CASES.items()},

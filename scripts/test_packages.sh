@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Installs the packages of scripts/packages.sh in a root of its own, with nothing else of ours in it, does there what
+# their users do, and removes them: scripts/test_packages.sh
+# The root is made anew, from the Debian sources that this machine has, and thrown away.
+# shellcheck disable=SC2016  # apt and mmdebstrap put their own in
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/setup.sh packages
+log=$PWD/build/packages/test.log
+sources=$(mktemp --suffix=.list)
+trap 'rm -f "$sources"' EXIT
+apt-get indextargets --format 'deb $(SITE) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' 'Origin: Debian' |
+  sort -u >"$sources"
+. /etc/os-release
+
+echo "testing packages in a clean root (log: build/packages/test.log) ..."
+if ! mmdebstrap --variant=minbase --include=g++,cmake,make,pkg-config \
+  --customize-hook='mkdir "$1/project"' \
+  --customize-hook="copy-in $(echo build/packages/*.deb) tests/consumer/project tests/consumer/in_root.sh /project" \
+  --customize-hook='mkdir "$1/project/scripts"' \
+  --customize-hook='copy-in scripts/demo.sh /project/scripts' \
+  --chrooted-customize-hook='/project/in_root.sh' \
+  "$VERSION_CODENAME" /dev/null "$sources" >"$log" 2>&1; then
+  tail -n 60 "$log" >&2
+  exit 1
+fi
+sed -n 's/^in_root: //p' "$log"
+echo "tested in $SECONDS s"
