@@ -7,8 +7,14 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh packages
 log=$PWD/build/packages/test.log
-sources=$(mktemp --suffix=.list)
-trap 'rm -f "$sources"' EXIT
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+chmod a+rx "$work"
+if ! (cd "$work" && apt-get download -q base-files) >"$log" 2>&1; then
+  echo "NOT TESTED: packages in a clean root, which takes a Debian mirror, and none is in reach (log: build/packages/test.log)" >&2
+  exit 0
+fi
+sources=$work/sources.list
 apt-get indextargets --format 'deb $(SITE) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' 'Origin: Debian' |
   sort -u >"$sources"
 . /etc/os-release
