@@ -196,7 +196,7 @@ struct Fleet : Command {
 }  // namespace
 
 void addFleetCommands(const Family& kyt) {
-  kyt.add<Bridge>("bridge", "controllers on a broker: bridge plant.toml, bridge check plant.toml");
+  kyt.add<Bridge>("bridge", "controllers on a broker: bridge plant.toml");
   kyt.add<Fleet>("fleet", "all robots on a broker, live: fleet mqtt://broker");
 }
 
