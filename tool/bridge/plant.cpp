@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "tool/snapshot.h"
+
 namespace tool::bridge {
 namespace {
 
@@ -29,6 +31,21 @@ std::string printable(std::string text) {
   return text;
 }
 
+// Those of Joints/J1, Joints/J2 and so on, or of Inputs/1 and so on.
+Value list(const std::map<std::string, Datum>& values, const std::string& start) {
+  Value list = Value::array();
+  for (int i = 1;; ++i) {
+    const auto found = values.find(start + std::to_string(i));
+    if (found == values.end()) return list;
+    const auto* level = std::get_if<bool>(&found->second);
+    const auto* number = std::get_if<double>(&found->second);
+    if (level != nullptr)
+      list.push_back(*level ? 1 : 0);
+    else
+      list.push_back(number != nullptr ? Value(*number) : Value(nullptr));
+  }
+}
+
 Value number(const Datum& value) {
   const auto* integer = std::get_if<std::int64_t>(&value);
   return integer == nullptr ? Value(nullptr) : Value(*integer);
@@ -44,7 +61,10 @@ std::string Plant::take(const Topic& topic, const Payload& payload) {
   if (nodes_.count(name) == 0 && nodes_.size() >= mostNodes) return "";
   if (what == "BIRTH" && kind[0] == 'N') nodes_[name].clear();
   if (what == "DEATH" && kind[0] == 'N')
-    for (auto& [device, its] : nodes_[name]) its.alive = false;
+    for (auto& [device, its] : nodes_[name]) {
+      its.alive = false;
+      news_.emplace(name, device);
+    }
   if (kind == "NDEATH") return "";
   Node& node = nodes_[name];
   if (what != "BIRTH" && node.count("") == 0) return what == "DATA" || what == "DEATH" ? topic.node : "";
@@ -53,6 +73,7 @@ std::string Plant::take(const Topic& topic, const Payload& payload) {
   if (what == "DEATH") device.alive = false;
   if (what == "BIRTH") device = Device{{}, {}, true, false, 0};
   if (what == "BIRTH" || what == "DATA") update(device, payload, what == "BIRTH");
+  news_.emplace(name, topic.device);
   return "";
 }
 
@@ -78,7 +99,7 @@ std::vector<Value> Plant::robots(Time now) const {
   std::vector<Value> robots;
   for (const auto& [node, devices] : nodes_)
     for (const auto& [name, device] : devices)
-      for (int robot = 1; !name.empty() && robot <= 4; ++robot) {
+      for (int robot = 1; !name.empty() && robot <= lastRobot; ++robot) {
         const std::string folder = "Robot " + std::to_string(robot) + "/";
         if (device.values.count(folder + "Servo") == 0) continue;
         const auto of = [&, &its = device.values](const char* metric) -> const Datum& {
@@ -101,6 +122,72 @@ std::vector<Value> Plant::robots(Time now) const {
                           {"age", static_cast<double>(now - std::min(now, device.time)) / milli}});
       }
   return robots;
+}
+
+std::vector<Value> Plant::takeNews(const std::string& lost) {
+  std::vector<Value> controllers;
+  for (const auto& [node, name] : news_) {
+    const auto its = nodes_.find(node);
+    if (name.empty() || its == nodes_.end()) continue;
+    if (const auto device = its->second.find(name); device != its->second.end())
+      controllers.push_back(snapshotOf(node, name, device->second, lost));
+  }
+  news_.clear();
+  return controllers;
+}
+
+void Plant::allIsNews() {
+  for (const auto& [node, devices] : nodes_)
+    for (const auto& [name, device] : devices) news_.emplace(node, name);
+}
+
+Value Plant::snapshotOf(const std::string& node, const std::string& name, const Device& device,
+                        const std::string& lost) {
+  constexpr double milli = 1000;
+  const double time = static_cast<double>(device.time) / milli;
+  Value robots = Value::array();
+  Value messages = Value::array();
+  for (int robot = 1; robot <= lastRobot; ++robot) {
+    const std::string folder = "Robot " + std::to_string(robot) + "/";
+    if (device.values.count(folder + "Servo") == 0) continue;
+    const auto of = [&](const char* metric) -> const Datum& { return find(device.values, folder + metric); };
+    Value pose = Value::array();
+    for (const char* axis : {"Pose/X", "Pose/Y", "Pose/Z", "Pose/A", "Pose/B", "Pose/C"}) {
+      const auto* value = std::get_if<double>(&of(axis));
+      pose.push_back(value != nullptr ? Value(*value) : Value(nullptr));
+    }
+    const std::string job = printable(text(of("Job/Name")));
+    robots.push_back({{"robot", robot},
+                      {"servo", printable(text(of("Servo")))},
+                      {"running", printable(text(of("Running")))},
+                      {"mode", printable(text(of("Mode")))},
+                      {"speed", number(of("Speed"))},
+                      {"joints", list(device.values, folder + "Joints/J")},
+                      {"pose", pose},
+                      {"job", job.empty() ? Value(nullptr) : Value{{"name", job}, {"line", number(of("Job/Line"))}}}});
+    if (of("Alarm/Active") == Datum(true))
+      messages.push_back({{"number", messages.size() + 1},
+                          {"time", time},
+                          {"robot", robot},
+                          {"code", number(of("Alarm/Code"))},
+                          {"text", printable(text(of("Alarm/Text")))},
+                          {"kind", "error"}});
+  }
+  Value values = {{"name", printable(node + "/" + name)},
+                  {"controller", printable(name)},
+                  {"time", time},
+                  {"robots", robots},
+                  {"inputs", list(device.values, "Inputs/")},
+                  {"outputs", list(device.values, "Outputs/")},
+                  {"analog_inputs", list(device.values, "Analog Inputs/")},
+                  {"analog_outputs", list(device.values, "Analog Outputs/")},
+                  {"messages", messages}};
+  const std::string why = !lost.empty()   ? lost
+                          : !device.alive ? "its bridge says that it is gone"
+                          : device.stale  ? "it has fallen silent"
+                                          : "";
+  if (!why.empty()) values["lost"] = {{"since", time}, {"reason", why}};
+  return values;
 }
 
 }  // namespace tool::bridge

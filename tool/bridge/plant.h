@@ -1,7 +1,9 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tool/bridge/payload.h"
@@ -19,6 +21,11 @@ class Plant {
   /// Robots whose births have not come yet are not among them.
   std::vector<Value> robots(Time now) const;
 
+  /// An object for each controller of which something has been told since the last call, in the form of a snapshot.
+  /// @param lost  why none of it can be trusted at present; or ""
+  std::vector<Value> takeNews(const std::string& lost);
+  void allIsNews();
+
  private:
   struct Device {
     std::map<std::uint64_t, std::string> names;  // by alias
@@ -29,9 +36,12 @@ class Plant {
   };
   using Node = std::map<std::string, Device>;  // devices by name
 
+  static Value snapshotOf(const std::string& node, const std::string& name, const Device& device,
+                          const std::string& lost);
   void update(Device& device, const Payload& payload, bool isBirth) const;
 
-  std::map<std::string, Node> nodes_;  // GROUP/NODE
+  std::map<std::string, Node> nodes_;                   // GROUP/NODE
+  std::set<std::pair<std::string, std::string>> news_;  // node and device
 };
 
 }  // namespace tool::bridge

@@ -3,6 +3,10 @@
 #include "tool/commands/commands.h"
 #ifdef KYT_VIEW_FOLDER
 #include "tool/view/view.h"
+#ifdef KYT_BRIDGE
+#include "tool/bridge/watched_plant.h"
+#define KYT_VIEW_OF_PLANTS
+#endif
 #endif
 
 namespace tool {
@@ -14,6 +18,9 @@ struct View : Command {
   std::vector<std::string> hosts;
   std::string listen = usualPlace;
   bool control = false;
+#ifdef KYT_VIEW_OF_PLANTS
+  bridge::BrokerSettings broker;
+#endif
 
   void describe(CLI::App& app) override {
     app.add_option("HOST", hosts, "the controllers: HOST or HOST:PORT; otherwise that of KYT_HOST")
@@ -22,10 +29,17 @@ struct View : Command {
     app.add_option("--listen", listen, "where the page is; beyond this PC it wants the token")
         ->type_name("ADDRESS[:PORT]")
         ->capture_default_str();
-    app.add_flag("--control", control, "with buttons, for those who have the token");
+    [[maybe_unused]] CLI::Option* buttons =
+        app.add_flag("--control", control, "with buttons, for those who have the token");
+#ifdef KYT_VIEW_OF_PLANTS
+    bridge::describeBroker(app, "--broker", broker)->excludes(buttons);
+#endif
   }
 
   void run() override {
+#ifdef KYT_VIEW_OF_PLANTS
+    if (!broker.urls.empty()) return view::serve(broker, Address::toListenAt(listen));
+#endif
     if (hosts.empty()) throw CLI::ValidationError("HOST", "which controllers? Name them here, or in KYT_HOST");
     std::vector<Address> controllers;
     for (const std::string& host : hosts) controllers.emplace_back(host);

@@ -2,6 +2,7 @@
 
 #include "tool/view/view.h"
 
+#include <functional>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -15,6 +16,9 @@
 #include "tool/view/http_server.h"
 #include "tool/view/page_files.h"
 #include "tool/view/pollers.h"
+#ifdef KYT_BRIDGE
+#include "tool/view/plant_source.h"
+#endif
 #include "tool/view/remote_control.h"
 
 namespace tool::view {
@@ -26,8 +30,9 @@ constexpr unsigned int notAllowed = 405;
 /// Who answers what.
 class Site {
  public:
-  Site(Pollers& pollers, bool open, bool control) : access_(open), feed_(pollers, control) {
-    if (control) control_.emplace(pollers);
+  /// @param control  what buttons reach; null: there are none
+  Site(Source& source, bool open, const Pollers* control) : access_(open), feed_(source, control != nullptr) {
+    if (control != nullptr) control_.emplace(*control);
   }
 
   const std::string& token() const { return access_.token(); }
@@ -68,22 +73,34 @@ std::string nameOf(const Address& listen, unsigned int port) {
   return where.text();
 }
 
-}  // namespace
-
-void serve(const std::vector<Address>& controllers, const Address& listen, bool control) {
+// Until Ctrl-C.
+void serve(Source& source, const Address& listen, const Pollers* control, const std::function<void()>& end) {
   const Interruption interruption;
-  silenceDiagnostics();
-  Pollers pollers(controllers);
-  Site site(pollers, listen.isHere(), control);
+  Site site(source, listen.isHere(), control);
   HttpServer server(listen.host, listen.port, [&](const Request& request) { return site.answer(request); });
-  pollers.onNews([&] { server.wake(); });
-  const bool tokenNeeded = control || !listen.isHere();
+  source.onNews([&] { server.wake(); });
+  const bool tokenNeeded = control != nullptr || !listen.isHere();
   std::cout << "kyt: the page is at http://" << nameOf(listen, server.port()) << "/"
             << (tokenNeeded ? "#token=" + site.token() : "") << std::endl;
   while (!interruption.wait(kyt::Seconds(60))) {
   }
   site.end();
-  pollers.disconnect();
+  end();
 }
+
+}  // namespace
+
+void serve(const std::vector<Address>& controllers, const Address& listen, bool control) {
+  silenceDiagnostics();
+  Pollers pollers(controllers);
+  serve(pollers, listen, control ? &pollers : nullptr, [&] { pollers.disconnect(); });
+}
+
+#ifdef KYT_BRIDGE
+void serve(const bridge::BrokerSettings& broker, const Address& listen) {
+  PlantSource plant(broker);
+  serve(plant, listen, nullptr, [&] { plant.end(); });
+}
+#endif
 
 }  // namespace tool::view
