@@ -76,6 +76,6 @@ if [[ ! $base ]]; then
 fi
 echo "clang-tidy (${#sources[@]} sources in ${#units[@]} units) ..."
 ((${#units[@]} == 0)) || printf '%s\0' "${units[@]}" |
-  xargs -0 -n1 -P"$(nproc)" clang-tidy -p "build/$preset" --quiet "${options[@]}" \
+  xargs -0 -n1 -P"$(nproc)" clang-tidy -p "build/$preset" --quiet --extra-arg=-Wno-unknown-warning-option "${options[@]}" \
     2> >(grep -vE '^[0-9]+ warnings? generated' >&2)
 echo "checked in $SECONDS s"

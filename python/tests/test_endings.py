@@ -7,7 +7,7 @@ import textwrap
 import unittest
 from concurrent.futures import ThreadPoolExecutor
 
-from support import VirtualController, run
+from support import ROOT, VirtualController, run
 
 # A connection under a stream of messages of both kinds, and callbacks that count them.
 STREAM = """
@@ -301,6 +301,7 @@ del sys.modules["_kyt_host"]
 import _kyt_host as again
 assert again is kyt
 sys.abiflags = "t"
+sys.path.append(sys.argv[2])  # of what is installed the package comes first
 try:
     import kyt_host
 except ImportError as error:
@@ -323,7 +324,7 @@ SAID = {"clean-ups from before the import": "joined\njoined\n",
 class Endings(unittest.TestCase):
     def test_nothing_hangs_and_nothing_crashes(self):
         def end(program):
-            return run("-X", "faulthandler", "-c", program, controller.port, timeout=30)
+            return run("-X", "faulthandler", "-c", program, controller.port, str(ROOT / "python"), timeout=30)
 
         with VirtualController("--state-period", "1") as controller, ThreadPoolExecutor(4) as several:
             running = {name: several.submit(end, program) for name, program in PROGRAMS.items()}

@@ -11,8 +11,9 @@ import tempfile
 import threading
 import time
 import unittest
+import urllib.request
 from pathlib import Path
-from typing import Any, Callable, Dict, List, Optional
+from typing import Any, Callable, Dict, List, Optional, Set
 
 ROOT = Path(__file__).resolve().parents[2]
 sys.path.append(str(ROOT / "python"))
@@ -500,6 +501,7 @@ class Bridge(unittest.TestCase):
         self.assertEqual({name: [robot["node"][len("plant/") :]] for name, robot in robots.items()}, before)
         state = [robots["press"][key] for key in ("robot", "line", "servo", "mode", "speed", "alarm")]
         self.assertEqual(state, [1, "alive", "stop", "teach", 50, ""])
+        self.look_at_page(broker, {f"{robot['node']}/{name}" for name, robot in robots.items()})
 
         # A controller is added and another one is taken out: nobody else notices.
         births = {name: len(host.messages("DBIRTH", device=name)) for name in controllers}
@@ -517,6 +519,26 @@ class Bridge(unittest.TestCase):
         for bridge in bridges:
             self.assertEqual(bridge.end(), 0)
         self.check(host)
+
+    def look_at_page(self, broker: Broker, expected: Set[str]) -> None:
+        """The same plant on a web page, where that was built."""
+        if "--broker" not in subprocess.run([KYT, "view", "--help"], capture_output=True, text=True).stdout:
+            return
+        command = [KYT, "view", "--broker", f"mqtt://127.0.0.1:{broker.port}", "--listen", "127.0.0.1:0"]
+        page = Program(command)
+        self.addCleanup(page.end)
+        until(lambda: page.said("the page is at "))
+        address = page.lines[0].split()[-1]
+        robots: Dict[str, Any] = {}
+        with urllib.request.urlopen(address + "feed", timeout=LIMIT) as feed:
+            deadline = time.monotonic() + LIMIT
+            while set(robots) != expected and time.monotonic() < deadline:
+                line = feed.readline().decode()
+                state = json.loads(line[len("data: ") :]) if line.startswith("data: ") else {}
+                if state.get("robots") and "servo" in state["robots"][0]:
+                    robots[state["name"]] = (state["robots"][0]["mode"], len(state["robots"][0]["joints"]), "lost" in state)
+        self.assertEqual(robots, dict.fromkeys(expected, ("teach", 7, False)))
+        self.assertEqual(page.end(signal.SIGINT), 0)
 
     def certificates(self) -> None:
         """An authority, and what it says of the broker, the bridge and the host."""
