@@ -62,12 +62,14 @@ if [[ $base ]]; then
   preset=release
 fi
 cmake --preset "$preset" >/dev/null # for the compile commands
-cmake --build "build/$preset" --target kyt_host_c_header >/dev/null
+for header in kyt_host_c_header kyt_payload_header; do # what sources include that programs write
+  cmake --build "build/$preset" --target "$header" >/dev/null
+done
 units=("${sources[@]}")
 options=()
 if [[ ! $base ]]; then
   mapfile -t units < <(sed -n 's/^ *"file": "\(.*\)",\?$/\1/p' build/lint/compile_commands.json |
-    grep -vE '_wrap\.cxx$|/generated/|\.c$' | sort -u) # C, and what programs write, have a style of their own
+    grep -vE '_wrap\.cxx$|\.pb\.cc$|/generated/|\.c$' | sort -u) # C, and what programs write, have a style of their own
   # The units stand outside the sources' folders, and include sources.
   config=build/lint/clang-tidy
   sed -e 's/^  readability-identifier-naming$/&,\n  -bugprone-suspicious-include/' \

@@ -7,7 +7,7 @@
 namespace tool::view {
 namespace {
 
-constexpr auto period = std::chrono::milliseconds(50);
+constexpr auto newsPeriod = std::chrono::milliseconds(50);
 
 // Nobody on a broker tells it: the page draws the tool's path, and no arm.
 Value withoutGeometry(const Value& controller) {
@@ -56,7 +56,7 @@ void PlantSource::onNews(std::function<void()> tell) {
 // What comes while nobody looks waits in the plant, once for each controller.
 void PlantSource::run(const std::function<void()>& tell) {
   for (std::unique_lock lock(mutex_);;) {
-    changed_.wait_for(lock, period, [this] { return ending_; });
+    changed_.wait_for(lock, newsPeriod, [this] { return ending_; });
     changed_.wait(lock, [this] { return ending_ || watched_; });
     if (ending_) return;
     lock.unlock();
