@@ -18,6 +18,7 @@ sources=$work/sources.list
 apt-get indextargets --format 'deb $(SITE) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' 'Origin: Debian' |
   sort -u >"$sources"
 . /etc/os-release
+unset CMAKE_CXX_COMPILER_LAUNCHER CMAKE_C_COMPILER_LAUNCHER # of this machine, and not there
 
 echo "testing packages in a clean root (log: build/packages/test.log) ..."
 if ! mmdebstrap --variant=minbase --include=g++,cmake,make,pkg-config \
