@@ -65,6 +65,9 @@ TEST(Disconnecting, LeavesABusyControllerTheTimeToReadTheLastCommand) {
   const RawListener listener;
   const SOCKETFD robot = connect_robot(listener.host(), listener.port());
   const Descriptor controller = listener.accept();
+  // Of a host that has closed with no room left for more, a system may hear at its next look alone, minutes later.
+  const timeval patience{20, 0};
+  ASSERT_EQ(::setsockopt(controller, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience), 0);
   std::string received;
   std::thread busy([&] {
     const std::string frame = assemblySendMessage(Strategy::VfdState, std::string(10'000, ' '));
