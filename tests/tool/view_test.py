@@ -347,6 +347,9 @@ class Browser(WithController):
 
     browser: Any
 
+    def setUp(self) -> None:
+        self.complaints()  # those of the test before, whose page has lost its server at the end, are none of this one
+
     def run_there(self, script: str, *arguments: Any) -> Any:
         return self.browser.execute_script(script, *arguments)
 
