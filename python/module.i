@@ -12,7 +12,7 @@ extern "C" PyObject* SWIG_init();
 
 namespace {
 
-PyObject* createModule(PyObject* /*spec*/, PyModuleDef* /*definition*/) {
+PyObject* createModule(PyObject* /*wanted*/, PyModuleDef* /*definition*/) {
   static PyObject* module = nullptr;
   if (PyThreadState_Get()->interp != PyInterpreterState_Main()) {
     PyErr_SetString(PyExc_ImportError, "_kyt_host cannot be imported in a sub-interpreter, only in the main interpreter");

@@ -76,6 +76,7 @@ void WatchedPlant::ask(const std::string& group, const std::string& node) {
   constexpr std::size_t most = 1000;
   const std::string topic = Topic{group, "NCMD", node, ""}.text();
   const Time time = timeNow();
+  if (questions_.size() >= most) return;  // whoever may write to the broker may invent nodes
   if (asked_.size() > most) asked_.clear();
   Time& last = asked_[topic];
   if (time - last < pause) return;

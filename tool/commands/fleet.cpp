@@ -45,8 +45,8 @@ struct Bridge : Command {
       std::cout << file << ": " << configuration.controllers.size() << " controllers, no faults\n";
       return;
     }
-    mallopt(M_ARENA_MAX,
-            2);  // a thread for each controller, and no heap for each: what they hand on is freed by another
+    // A thread for each controller, and no heap for each: what they hand on is freed by another.
+    mallopt(M_ARENA_MAX, 2);
     sigset_t awaited;
     sigemptyset(&awaited);
     for (const int each : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&awaited, each);
