@@ -3,6 +3,7 @@
 
 import json
 import math
+import os
 import sys
 from pathlib import Path
 from typing import Dict
@@ -22,7 +23,7 @@ def sums() -> Dict[str, Dict[str, float]]:
     """Percent reached, by room and kind."""
     counts = {room: {kind: [0, 0] for kind in KINDS} for room in ROOMS.values()}
     for file in json.load(sys.stdin)["data"][0]["files"]:
-        path = Path(file["filename"])
+        path = Path(os.path.normpath(file["filename"]))  # compilers may have been told it from the folder of the build
         if ROOT not in path.parents or ROOT / "build" in path.parents:
             continue
         place = path.relative_to(ROOT).as_posix()

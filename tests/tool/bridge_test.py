@@ -13,7 +13,7 @@ import time
 import unittest
 import urllib.request
 from pathlib import Path
-from typing import Any, Callable, Dict, List, Optional, Set
+from typing import Any, Callable, Dict, List, Optional
 
 ROOT = Path(__file__).resolve().parents[2]
 sys.path.append(str(ROOT / "python"))
@@ -23,6 +23,7 @@ from kyt_host_testing import VirtualController  # type: ignore[import]  # noqa: 
 KYT = os.environ["KYT"]
 WORK = Path(os.environ["WORK"])  # a folder of the build's, for what npm installs
 HOST_PROGRAM = ROOT / "tests" / "tool" / "sparkplug"
+PAYLOAD = ["payload_mass", "payload_inertia", "payload_mass_center_X", "payload_mass_center_Y", "payload_mass_center_Z"]
 LIMIT = 40.0  # seconds for anything to happen
 
 
@@ -240,8 +241,13 @@ class Bridge(unittest.TestCase):
 
     def bridge(self, file: Path) -> Program:
         bridge = Program([KYT, "bridge", str(file)], error=True)
-        self.addCleanup(bridge.end, signal.SIGKILL)
+        self.addCleanup(bridge.end)
         return bridge
+
+    def send(self, controller: Any, code: str, text: str, *more: str) -> str:
+        """What it answers, or nothing."""
+        command = [KYT, "raw", code, text, *more, "--host", f"{controller.host}:{controller.port}"]
+        return subprocess.run(command, capture_output=True, text=True, timeout=LIMIT, check=True).stdout
 
     def check(self, host: Host) -> "Dict[str, int]":
         return Listener(self).check(host.messages())
@@ -405,7 +411,7 @@ class Bridge(unittest.TestCase):
         until(lambda: bridge.said("cannot be used, 8 so far"))
         self.assertEqual(command("Robot 1/Command/Speed", "Int32", 38), done)
 
-        bridge.end(signal.SIGKILL)  # what comes meanwhile is for nobody
+        bridge.end()  # what comes meanwhile is for nobody
         commands = len(host.messages("DCMD"))
         host.publish(topic, metrics=[{**speed, "value": 66}], timestamp=time.time() * 1000)
         host.publish(topic, hex="", retain=True)
@@ -462,6 +468,10 @@ class Bridge(unittest.TestCase):
         broker = self.broker()
         host = self.host(broker)
         controllers = {name: self.controller() for name in ("press", "saw", "lathe")}
+        for controller in controllers.values():
+            tool = {"x": 1, "y": 2, "z": 120, "A": 0, "B": 30, "C": 90, **dict.fromkeys(PAYLOAD, 0)}
+            self.send(controller, "SetToolHandParam", json.dumps({"robot": 1, "toolNum": 2, "tool": tool}))
+            self.send(controller, "SetToolHandNumber", json.dumps({"robot": 1, "curToolNum": 2}))
         files = [
             self.configuration(broker, controllers, f'shard = "{shard}/2"\nstandby = true', node=f"hall{shard}")
             for shard in (1, 2)
@@ -501,7 +511,10 @@ class Bridge(unittest.TestCase):
         self.assertEqual({name: [robot["node"][len("plant/") :]] for name, robot in robots.items()}, before)
         state = [robots["press"][key] for key in ("robot", "line", "servo", "mode", "speed", "alarm")]
         self.assertEqual(state, [1, "alive", "stop", "teach", 50, ""])
-        self.look_at_page(broker, {f"{robot['node']}/{name}" for name, robot in robots.items()})
+        shown = subprocess.run(command[:-1], capture_output=True, text=True, timeout=LIMIT).stdout
+        for robot in robots.values():  # a line each, for people
+            self.assertRegex(shown, rf"{robot['node']} +{robot['controller']} +1 +alive +stop")
+        self.look_at_page(broker, {f"{robot['node']}/{name}": controllers[name] for name, robot in robots.items()})
 
         # A controller is added and another one is taken out: nobody else notices.
         births = {name: len(host.messages("DBIRTH", device=name)) for name in controllers}
@@ -520,7 +533,7 @@ class Bridge(unittest.TestCase):
             self.assertEqual(bridge.end(), 0)
         self.check(host)
 
-    def look_at_page(self, broker: Broker, expected: Set[str]) -> None:
+    def look_at_page(self, broker: Broker, expected: Dict[str, Any]) -> None:
         """The same plant on a web page, where that was built."""
         if "--broker" not in subprocess.run([KYT, "view", "--help"], capture_output=True, text=True).stdout:
             return
@@ -530,14 +543,21 @@ class Bridge(unittest.TestCase):
         until(lambda: page.said("the page is at "))
         address = page.lines[0].split()[-1]
         robots: Dict[str, Any] = {}
+        arms: Dict[str, Any] = {}
         with urllib.request.urlopen(address + "feed", timeout=LIMIT) as feed:
             deadline = time.monotonic() + LIMIT
-            while set(robots) != expected and time.monotonic() < deadline:
+            while not (set(robots) == set(arms) == set(expected)) and time.monotonic() < deadline:
                 line = feed.readline().decode()
                 state = json.loads(line[len("data: ") :]) if line.startswith("data: ") else {}
                 if state.get("robots") and "servo" in state["robots"][0]:
                     robots[state["name"]] = (state["robots"][0]["mode"], len(state["robots"][0]["joints"]), "lost" in state)
+                elif state.get("robots"):
+                    arms[state["name"]] = state["robots"][0]
         self.assertEqual(robots, dict.fromkeys(expected, ("teach", 7, False)))
+        for name, controller in expected.items():
+            told = json.loads(self.send(controller, "GetRobotDhParam", '{"robot":1}', "--reply", "RobotDhParamReply", "--json"))
+            self.assertEqual(arms[name]["links"], told["content"]["Link"])
+            self.assertEqual(arms[name]["tool"], {"number": 2, "pose": [1, 2, 120, 0, 30, 90]})
         self.assertEqual(page.end(signal.SIGINT), 0)
 
     def certificates(self) -> None:

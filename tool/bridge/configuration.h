@@ -10,9 +10,9 @@
 namespace tool::bridge {
 
 /// Metrics that are told, and told as often, together.
-enum class Group { State, Motion, Torque, Io, Line };
-constexpr std::size_t groups = 5;
-constexpr std::array<const char*, groups> groupNames = {"state", "motion", "torque", "io", "line"};
+enum class Group { State, Motion, Torque, Io, Line, Geometry };
+constexpr std::size_t groups = 6;
+constexpr std::array<const char*, groups> groupNames = {"state", "motion", "torque", "io", "line", "geometry"};
 
 /// What has a dead band of its own.
 enum class Band { None, Joints, Pose, Torque, Analog };
@@ -29,7 +29,7 @@ struct ControllerSettings {
   std::string port = "6001";
   std::set<int> robots = {1};
   std::set<std::string> metrics = {groupNames.begin(), groupNames.end()};
-  std::array<double, groups> rate = {10, 10, 10, 10, 1};        ///< times a second at most
+  std::array<double, groups> rate = {10, 10, 10, 10, 1, 1};     ///< times a second at most
   std::array<double, bands> band = {0, 0.01, 0.01, 0.5, 0.01};  ///< see `Band`
   double staleAfter = 3;                                        ///< seconds without a word
   bool ask = false;                                             ///< also where it pushes its states

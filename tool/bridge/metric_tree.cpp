@@ -13,22 +13,51 @@ using Seen = ControllerSeen;
 /// What there is one of for each controller, or for each robot.
 enum class Of { Controller, Robot };
 
+using Read = Datum (*)(const Seen&, const RobotSeen&, std::size_t element);
+
 /// One row of the table: a metric, or as many as there are joints or ports.
 struct Row {
-  const char* name;  // "Joints/J" with a number behind it, where there are several
-  const char* meaning;
   Of of;
   Group group;
+  const char* name;  // "Joints/J" with a number behind it, where there are several
   Type type;
   const char* unit;
-  Datum low;
-  Datum high;
-  Band band;
-  bool alarm;
-  std::size_t (*count)(const Seen&, const RobotSeen&);  // null: one, without a number
-  Datum (*read)(const Seen&, const RobotSeen&, std::size_t element);
+  const char* meaning;
+  Read read;
+
+  // what only some have
+  std::size_t (*count)(const Seen&, const RobotSeen&) = nullptr;  // null: one, without a number
+  Band band = Band::None;
+  std::optional<double> low = std::nullopt;
+  std::optional<double> high = std::nullopt;
+  bool alarm = false;
   const char* command = "";  // of `allow_commands`, that writing it takes
   const char* action = "";
+
+  Row each(std::size_t (*number)(const Seen&, const RobotSeen&), Band its = Band::None) const {
+    Row row = *this;
+    row.count = number;
+    row.band = its;
+    return row;
+  }
+  Row within(Band its) const { return each(nullptr, its); }
+  Row from(double least, double most) const {
+    Row row = *this;
+    row.low = least;
+    row.high = most;
+    return row;
+  }
+  Row urgent() const {
+    Row row = *this;
+    row.alarm = true;
+    return row;
+  }
+  Row takes(const char* permission, const char* what) const {
+    Row row = *this;
+    row.command = permission;
+    row.action = what;
+    return row;
+  }
 };
 
 Datum told(int number) { return number == notTold ? Datum() : Datum(std::int64_t{number}); }
@@ -54,413 +83,111 @@ std::size_t sizeOf(const Seen& /*seen*/, const RobotSeen& robot) {
 
 Datum nothing(const Seen& /*seen*/, const RobotSeen& /*robot*/, std::size_t /*element*/) { return {}; }
 
+std::size_t links(const Seen& /*seen*/, const RobotSeen& robot) { return robot.arm.links.size(); }
+
+Link link(const RobotSeen& robot, std::size_t element) {
+  return element < robot.arm.links.size() ? robot.arm.links[element] : Link{};
+}
+
 using Report = RobotStateReport;
-constexpr auto none = Band::None;
-#define READ [](const Seen& seen, const RobotSeen& robot, std::size_t i) -> Datum
-#define UNUSED (void)seen, (void)robot, (void)i
-#define READS(what)     \
-  READ {                \
-    UNUSED;             \
-    return Datum(what); \
+#define READS(what)                                                      \
+  [](const Seen& seen, const RobotSeen& robot, std::size_t i) -> Datum { \
+    (void)seen, (void)robot, (void)i;                                    \
+    return Datum(what);                                                  \
   }
 
 // Every metric there is.
-const Row rows[] = {
-    {"Identity",
-     "what the controller says that it is",
-     Of::Controller,
-     Group::Line,
-     Type::String,
-     "",
-     {},
-     {},
-     none,
-     false,
-     nullptr,
-     READS(seen.id)},
-    {"Line/Round Trip",
-     "how long a small question takes",
-     Of::Controller,
-     Group::Line,
-     Type::Double,
-     "ms",
-     {},
-     {},
-     none,
-     false,
-     nullptr,
-     READS(seen.roundTrip)},
-    {"Line/Reconnections",
-     "how often the connection has been restored",
-     Of::Controller,
-     Group::Line,
-     Type::Int64,
-     "",
-     {},
-     {},
-     none,
-     false,
-     nullptr,
-     READS(seen.reconnections)},
-    {"Inputs/",
-     "digital inputs, from 1",
-     Of::Controller,
-     Group::Io,
-     Type::Boolean,
-     "",
-     {},
-     {},
-     none,
-     false,
-     sizeOf<&Report::inputs>,
-     READS(level(robot.state.inputs, i))},
-    {"Outputs/",
-     "digital outputs, from 1; may be written",
-     Of::Controller,
-     Group::Io,
-     Type::Boolean,
-     "",
-     {},
-     {},
-     none,
-     false,
-     sizeOf<&Report::outputs>,
-     READS(level(robot.state.outputs, i)),
-     "outputs",
-     "output"},
-    {"Analog Inputs/",
-     "analog inputs, from 1",
-     Of::Controller,
-     Group::Io,
-     Type::Double,
-     "",
-     {},
-     {},
-     Band::Analog,
-     false,
-     sizeOf<&Report::analogInputs>,
-     READS(at(robot.state.analogInputs, i))},
-    {"Analog Outputs/",
-     "analog outputs, from 1; may be written",
-     Of::Controller,
-     Group::Io,
-     Type::Double,
-     "",
-     {},
-     {},
-     Band::Analog,
-     false,
-     sizeOf<&Report::analogOutputs>,
-     READS(at(robot.state.analogOutputs, i)),
-     "outputs",
-     "analog output"},
-    {"Command/Count",
-     "commands so far, those refused too",
-     Of::Controller,
-     Group::State,
-     Type::Int64,
-     "",
-     {},
-     {},
-     none,
-     true,
-     nullptr,
-     READS(seen.acknowledgement.count)},
-    {"Command/Name",
-     "the metric that the last one was for",
-     Of::Controller,
-     Group::State,
-     Type::String,
-     "",
-     {},
-     {},
-     none,
-     true,
-     nullptr,
-     READS(seen.acknowledgement.name)},
-    {"Command/Accepted",
-     "whether it was carried out",
-     Of::Controller,
-     Group::State,
-     Type::Boolean,
-     "",
-     {},
-     {},
-     none,
-     true,
-     nullptr,
-     READS(seen.acknowledgement.accepted)},
-    {"Command/Reason",
-     "and why not",
-     Of::Controller,
-     Group::State,
-     Type::String,
-     "",
-     {},
-     {},
-     none,
-     true,
-     nullptr,
-     READS(seen.acknowledgement.reason)},
+const std::vector<Row>& table() {
+  constexpr auto line = Group::Line, io = Group::Io, state = Group::State, motion = Group::Motion,
+                 torque = Group::Torque, geometry = Group::Geometry;
+  constexpr auto text = Type::String, truth = Type::Boolean, decimal = Type::Double, whole = Type::Int32;
+  constexpr auto controller = Of::Controller, anyRobot = Of::Robot;
+  static const std::vector<Row> rows = {
+      Row{controller, line, "Identity", text, "", "what the controller says that it is", READS(seen.id)},
+      Row{controller, line, "Line/Round Trip", decimal, "ms", "how long a small question takes", READS(seen.roundTrip)},
+      Row{controller, line, "Line/Reconnections", Type::Int64, "", "how often the connection has been restored",
+          READS(seen.reconnections)},
+      Row{controller, io, "Inputs/", truth, "", "digital inputs, from 1", READS(level(robot.state.inputs, i))}.each(
+          sizeOf<&Report::inputs>),
+      Row{controller, io, "Outputs/", truth, "", "digital outputs, from 1; may be written",
+          READS(level(robot.state.outputs, i))}
+          .each(sizeOf<&Report::outputs>)
+          .takes("outputs", "output"),
+      Row{controller, io, "Analog Inputs/", decimal, "", "analog inputs, from 1",
+          READS(at(robot.state.analogInputs, i))}
+          .each(sizeOf<&Report::analogInputs>, Band::Analog),
+      Row{controller, io, "Analog Outputs/", decimal, "", "analog outputs, from 1; may be written",
+          READS(at(robot.state.analogOutputs, i))}
+          .each(sizeOf<&Report::analogOutputs>, Band::Analog)
+          .takes("outputs", "analog output"),
+      Row{controller, state, "Command/Count", Type::Int64, "", "commands so far, those refused too",
+          READS(seen.acknowledgement.count)}
+          .urgent(),
+      Row{controller, state, "Command/Name", text, "", "the metric that the last one was for",
+          READS(seen.acknowledgement.name)}
+          .urgent(),
+      Row{controller, state, "Command/Accepted", truth, "", "whether it was carried out",
+          READS(seen.acknowledgement.accepted)}
+          .urgent(),
+      Row{controller, state, "Command/Reason", text, "", "and why not", READS(seen.acknowledgement.reason)}.urgent(),
 
-    {"Servo",
-     "stop, ready, error, running",
-     Of::Robot,
-     Group::State,
-     Type::String,
-     "",
-     {},
-     {},
-     none,
-     false,
-     nullptr,
-     READS(named<ServoState>(robot.state.servoState))},
-    {"Running",
-     "stopped, paused, running",
-     Of::Robot,
-     Group::State,
-     Type::String,
-     "",
-     {},
-     {},
-     none,
-     false,
-     nullptr,
-     READS(named<RunningState>(robot.state.runningState))},
-    {"Mode",
-     "teach, run, remote",
-     Of::Robot,
-     Group::State,
-     Type::String,
-     "",
-     {},
-     {},
-     none,
-     false,
-     nullptr,
-     READS(named<OperatingMode>(robot.state.mode))},
-    {"Speed", "of what is commanded", Of::Robot, Group::State, Type::Int32, "%", 0., 100., none, false, nullptr,
-     READS(told(robot.state.speed))},
-    {"Job/Name",
-     "the job that is open",
-     Of::Robot,
-     Group::State,
-     Type::String,
-     "",
-     {},
-     {},
-     none,
-     false,
-     nullptr,
-     READS(robot.state.job)},
-    {"Job/Line",
-     "the line that it is at",
-     Of::Robot,
-     Group::State,
-     Type::Int32,
-     "",
-     {},
-     {},
-     none,
-     false,
-     nullptr,
-     READS(told(robot.state.line))},
-    {"Alarm/Active",
-     "whether there is an error",
-     Of::Robot,
-     Group::State,
-     Type::Boolean,
-     "",
-     {},
-     {},
-     none,
-     true,
-     nullptr,
-     READS(robot.alarm)},
-    {"Alarm/Code",
-     "the controller's number for it",
-     Of::Robot,
-     Group::State,
-     Type::Int32,
-     "",
-     {},
-     {},
-     none,
-     true,
-     nullptr,
-     READS(told(robot.alarmCode))},
-    {"Alarm/Text",
-     "in the controller's words",
-     Of::Robot,
-     Group::State,
-     Type::String,
-     "",
-     {},
-     {},
-     none,
-     true,
-     nullptr,
-     READS(robot.alarmText)},
-    {"Alarm/Warning",
-     "the last warning",
-     Of::Robot,
-     Group::State,
-     Type::String,
-     "",
-     {},
-     {},
-     none,
-     true,
-     nullptr,
-     READS(robot.warning)},
-    {"Joints/J",
-     "where the joints are",
-     Of::Robot,
-     Group::Motion,
-     Type::Double,
-     "deg",
-     {},
-     {},
-     Band::Joints,
-     false,
-     sizeOf<&Report::position>,
-     READS(at(robot.state.position, i))},
-    {"Pose/X",
-     "where the tool is, in the base",
-     Of::Robot,
-     Group::Motion,
-     Type::Double,
-     "mm",
-     {},
-     {},
-     Band::Pose,
-     false,
-     nullptr,
-     READS(at(robot.state.pose, 0))},
-    {"Pose/Y",
-     "",
-     Of::Robot,
-     Group::Motion,
-     Type::Double,
-     "mm",
-     {},
-     {},
-     Band::Pose,
-     false,
-     nullptr,
-     READS(at(robot.state.pose, 1))},
-    {"Pose/Z",
-     "",
-     Of::Robot,
-     Group::Motion,
-     Type::Double,
-     "mm",
-     {},
-     {},
-     Band::Pose,
-     false,
-     nullptr,
-     READS(at(robot.state.pose, 2))},
-    {"Pose/A", "and how it is turned, about X", Of::Robot, Group::Motion, Type::Double, "deg", -180., 180., Band::Pose,
-     false, nullptr, READS(at(robot.state.pose, 3))},
-    {"Pose/B", "about Y", Of::Robot, Group::Motion, Type::Double, "deg", -180., 180., Band::Pose, false, nullptr,
-     READS(at(robot.state.pose, 4))},
-    {"Pose/C", "about Z", Of::Robot, Group::Motion, Type::Double, "deg", -180., 180., Band::Pose, false, nullptr,
-     READS(at(robot.state.pose, 5))},
-    {"Torque/J",
-     "what the motors give",
-     Of::Robot,
-     Group::Torque,
-     Type::Double,
-     "Nm",
-     {},
-     {},
-     Band::Torque,
-     false,
-     sizeOf<&Report::torque>,
-     READS(at(robot.state.torque, i))},
-    {"Command/Speed", "write it: percent", Of::Robot, Group::State, Type::Int32, "%", 0., 100., none, false, nullptr,
-     nothing, "speed", "speed"},
-    {"Command/Run",
-     "write it: the name of a job",
-     Of::Robot,
-     Group::State,
-     Type::String,
-     "",
-     {},
-     {},
-     none,
-     false,
-     nullptr,
-     nothing,
-     "run",
-     "run"},
-    {"Command/Stop",
-     "write true",
-     Of::Robot,
-     Group::State,
-     Type::Boolean,
-     "",
-     {},
-     {},
-     none,
-     false,
-     nullptr,
-     nothing,
-     "stop",
-     "stop"},
-    {"Command/Clear",
-     "write true",
-     Of::Robot,
-     Group::State,
-     Type::Boolean,
-     "",
-     {},
-     {},
-     none,
-     false,
-     nullptr,
-     nothing,
-     "clear",
-     "clear"},
-    {"Command/Power Off",
-     "write true",
-     Of::Robot,
-     Group::State,
-     Type::Boolean,
-     "",
-     {},
-     {},
-     none,
-     false,
-     nullptr,
-     nothing,
-     "power_off",
-     "power off"},
-    {"Command/Power On",
-     "write true",
-     Of::Robot,
-     Group::State,
-     Type::Boolean,
-     "",
-     {},
-     {},
-     none,
-     false,
-     nullptr,
-     nothing,
-     "power_on",
-     "power on"},
-};
+      Row{anyRobot, state, "Servo", text, "", "stop, ready, error, running",
+          READS(named<ServoState>(robot.state.servoState))},
+      Row{anyRobot, state, "Running", text, "", "stopped, paused, running",
+          READS(named<RunningState>(robot.state.runningState))},
+      Row{anyRobot, state, "Mode", text, "", "teach, run, remote", READS(named<OperatingMode>(robot.state.mode))},
+      Row{anyRobot, state, "Speed", whole, "%", "of what is commanded", READS(told(robot.state.speed))}.from(0, 100),
+      Row{anyRobot, state, "Job/Name", text, "", "the job that is open", READS(robot.state.job)},
+      Row{anyRobot, state, "Job/Line", whole, "", "the line that it is at", READS(told(robot.state.line))},
+      Row{anyRobot, state, "Alarm/Active", truth, "", "whether there is an error", READS(robot.alarm)}.urgent(),
+      Row{anyRobot, state, "Alarm/Code", whole, "", "the controller's number for it", READS(told(robot.alarmCode))}
+          .urgent(),
+      Row{anyRobot, state, "Alarm/Text", text, "", "in the controller's words", READS(robot.alarmText)}.urgent(),
+      Row{anyRobot, state, "Alarm/Warning", text, "", "the last warning", READS(robot.warning)}.urgent(),
+      Row{anyRobot, motion, "Joints/J", decimal, "deg", "where the joints are", READS(at(robot.state.position, i))}
+          .each(sizeOf<&Report::position>, Band::Joints),
+      Row{anyRobot, motion, "Pose/X", decimal, "mm", "where the tool is, in the base", READS(at(robot.state.pose, 0))}
+          .within(Band::Pose),
+      Row{anyRobot, motion, "Pose/Y", decimal, "mm", "", READS(at(robot.state.pose, 1))}.within(Band::Pose),
+      Row{anyRobot, motion, "Pose/Z", decimal, "mm", "", READS(at(robot.state.pose, 2))}.within(Band::Pose),
+      Row{anyRobot, motion, "Pose/A", decimal, "deg", "and how it is turned, about X", READS(at(robot.state.pose, 3))}
+          .within(Band::Pose)
+          .from(-180, 180),
+      Row{anyRobot, motion, "Pose/B", decimal, "deg", "about Y", READS(at(robot.state.pose, 4))}
+          .within(Band::Pose)
+          .from(-180, 180),
+      Row{anyRobot, motion, "Pose/C", decimal, "deg", "about Z", READS(at(robot.state.pose, 5))}
+          .within(Band::Pose)
+          .from(-180, 180),
+      Row{anyRobot, torque, "Torque/J", decimal, "Nm", "what the motors give", READS(at(robot.state.torque, i))}.each(
+          sizeOf<&Report::torque>, Band::Torque),
+      Row{anyRobot, geometry, "Link/D", decimal, "mm", "the arm by Denavit and Hartenberg, base first",
+          READS(link(robot, i).d)}
+          .each(links),
+      Row{anyRobot, geometry, "Link/A", decimal, "mm", "", READS(link(robot, i).a)}.each(links),
+      Row{anyRobot, geometry, "Link/Alpha", decimal, "deg", "", READS(link(robot, i).alpha)}.each(links),
+      Row{anyRobot, geometry, "Link/Theta", decimal, "deg", "", READS(link(robot, i).theta)}.each(links),
+      Row{anyRobot, geometry, "Tool/Number", whole, "", "of the selected tool; 0: the flange",
+          READS(told(robot.arm.toolNumber))},
+      Row{anyRobot, geometry, "Tool/X", decimal, "mm", "its centre point, from the flange",
+          READS(at(robot.arm.tool, 0))},
+      Row{anyRobot, geometry, "Tool/Y", decimal, "mm", "", READS(at(robot.arm.tool, 1))},
+      Row{anyRobot, geometry, "Tool/Z", decimal, "mm", "", READS(at(robot.arm.tool, 2))},
+      Row{anyRobot, geometry, "Tool/A", decimal, "deg", "and how it is turned, about X", READS(at(robot.arm.tool, 3))},
+      Row{anyRobot, geometry, "Tool/B", decimal, "deg", "about Y", READS(at(robot.arm.tool, 4))},
+      Row{anyRobot, geometry, "Tool/C", decimal, "deg", "about Z", READS(at(robot.arm.tool, 5))},
+      Row{anyRobot, state, "Command/Speed", whole, "%", "write it: percent", nothing}.from(0, 100).takes("speed",
+                                                                                                         "speed"),
+      Row{anyRobot, state, "Command/Run", text, "", "write it: the name of a job", nothing}.takes("run", "run"),
+      Row{anyRobot, state, "Command/Stop", truth, "", "write true", nothing}.takes("stop", "stop"),
+      Row{anyRobot, state, "Command/Clear", truth, "", "write true", nothing}.takes("clear", "clear"),
+      Row{anyRobot, state, "Command/Power Off", truth, "", "write true", nothing}.takes("power_off", "power off"),
+      Row{anyRobot, state, "Command/Power On", truth, "", "write true", nothing}.takes("power_on", "power on"),
+  };
+  return rows;
+}
 
 #undef READS
-#undef UNUSED
-#undef READ
-
-std::optional<double> limit(const Datum& value) {
-  const auto* number = std::get_if<double>(&value);
-  return number != nullptr ? std::optional(*number) : std::nullopt;
-}
 
 }  // namespace
 
@@ -472,15 +199,15 @@ RobotStateReport unknownState() {
 }
 
 MetricTree::MetricTree(const ControllerSettings& settings, const ControllerSeen& seen) {
-  for (std::size_t row = 0; row < std::size(rows); ++row) {
-    const bool each = rows[row].of == Of::Robot;
+  for (std::size_t row = 0; row < table().size(); ++row) {
+    const bool each = table()[row].of == Of::Robot;
     for (std::size_t robot = 0; robot < (each ? seen.robots.size() : 1); ++robot) add(settings, row, robot, seen);
   }
 }
 
 void MetricTree::add(const ControllerSettings& settings, std::size_t row, std::size_t robot,
                      const ControllerSeen& seen) {
-  const Row& from = rows[row];
+  const Row& from = table()[row];
   const bool isWritten = from.read == nothing;
   if (isWritten ? settings.allow.count(from.command) == 0
                 : settings.metrics.count(groupNames[static_cast<std::size_t>(from.group)]) == 0)
@@ -491,7 +218,7 @@ void MetricTree::add(const ControllerSettings& settings, std::size_t row, std::s
   const std::size_t count = from.count == nullptr ? 1 : std::min(from.count(seen, its), most);
   for (std::size_t i = 0; i < count; ++i) {
     const std::string name = from.count == nullptr ? from.name : from.name + std::to_string(i + 1);
-    metrics_.push_back({folder + name, from.type, from.unit, limit(from.low), limit(from.high),
+    metrics_.push_back({folder + name, from.type, from.unit, from.low, from.high,
                         settings.band[static_cast<std::size_t>(from.band)], from.alarm});
     entries_.push_back({from.group, row, robot, i, from.of == Of::Robot ? number : static_cast<int>(i) + 1});
   }
@@ -499,7 +226,7 @@ void MetricTree::add(const ControllerSettings& settings, std::size_t row, std::s
 
 Datum MetricTree::value(std::size_t metric, const ControllerSeen& seen) const {
   const Entry& entry = entries_[metric];
-  return rows[entry.row].read(seen, seen.robots[entry.robot].second, entry.element);
+  return table()[entry.row].read(seen, seen.robots[entry.robot].second, entry.element);
 }
 
 std::vector<Datum> MetricTree::values(const ControllerSeen& seen) const {
@@ -509,14 +236,14 @@ std::vector<Datum> MetricTree::values(const ControllerSeen& seen) const {
 }
 
 MetricTree::Command MetricTree::commandOf(std::size_t metric) const {
-  const Row& row = rows[entries_[metric].row];
+  const Row& row = table()[entries_[metric].row];
   return {row.command, row.action, entries_[metric].number};
 }
 
 std::string MetricTree::documentation() {
   std::ostringstream text;
   text << "| metric | type | unit | group | |\n| --- | --- | --- | --- | --- |\n";
-  for (const Row& row : rows) {
+  for (const Row& row : table()) {
     const char* folder = row.of == Of::Robot ? "Robot N/" : "";
     text << "| `" << folder << row.name << (row.count != nullptr ? "1`, ..." : "`") << " | " << to_string(row.type)
          << " | " << row.unit << " | " << (row.read == nothing ? "" : groupNames[static_cast<std::size_t>(row.group)])

@@ -7,6 +7,7 @@
 
 #include "tool/bridge/configuration.h"
 #include "tool/bridge/metric.h"
+#include "tool/geometry.h"
 
 namespace tool::bridge {
 
@@ -16,6 +17,7 @@ constexpr int notTold = -2147483647 - 1;
 /// A robot as it was last seen.
 struct RobotSeen {
   RobotStateReport state;
+  Arm arm;
   bool alarm = false;
   int alarmCode = 0;
   std::string alarmText;

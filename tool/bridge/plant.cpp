@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tool/geometry.h"
 #include "tool/snapshot.h"
 
 namespace tool::bridge {
@@ -44,6 +45,33 @@ Value list(const std::map<std::string, Datum>& values, const std::string& start)
     else
       list.push_back(number != nullptr ? Value(*number) : Value(nullptr));
   }
+}
+
+// Of X, Y, Z, A, B and C behind a name.
+Value pose(const std::map<std::string, Datum>& values, const std::string& start) {
+  Value pose = Value::array();
+  for (const char* axis : {"X", "Y", "Z", "A", "B", "C"}) {
+    const auto* value = std::get_if<double>(&find(values, start + axis));
+    pose.push_back(value != nullptr ? Value(*value) : Value(nullptr));
+  }
+  return pose;
+}
+
+// All of it, or none: nobody should see half an arm.
+Value links(const std::map<std::string, Datum>& values, const std::string& folder) {
+  const std::map<const char*, Value> columns = {{"d", list(values, folder + "Link/D")},
+                                                {"a", list(values, folder + "Link/A")},
+                                                {"alpha", list(values, folder + "Link/Alpha")},
+                                                {"theta", list(values, folder + "Link/Theta")}};
+  Value links = Value::array();
+  for (std::size_t i = 0; i < columns.begin()->second.size(); ++i) {
+    Value& link = links.emplace_back();
+    for (const auto& [name, column] : columns) {
+      if (i >= mostLinks || i >= column.size() || !column[i].is_number_float()) return Value::array();
+      link[name] = column[i];
+    }
+  }
+  return links;
 }
 
 Value number(const Datum& value) {
@@ -151,20 +179,21 @@ Value Plant::snapshotOf(const std::string& node, const std::string& name, const 
     const std::string folder = "Robot " + std::to_string(robot) + "/";
     if (device.values.count(folder + "Servo") == 0) continue;
     const auto of = [&](const char* metric) -> const Datum& { return find(device.values, folder + metric); };
-    Value pose = Value::array();
-    for (const char* axis : {"Pose/X", "Pose/Y", "Pose/Z", "Pose/A", "Pose/B", "Pose/C"}) {
-      const auto* value = std::get_if<double>(&of(axis));
-      pose.push_back(value != nullptr ? Value(*value) : Value(nullptr));
-    }
     const std::string job = printable(text(of("Job/Name")));
-    robots.push_back({{"robot", robot},
-                      {"servo", printable(text(of("Servo")))},
-                      {"running", printable(text(of("Running")))},
-                      {"mode", printable(text(of("Mode")))},
-                      {"speed", number(of("Speed"))},
-                      {"joints", list(device.values, folder + "Joints/J")},
-                      {"pose", pose},
-                      {"job", job.empty() ? Value(nullptr) : Value{{"name", job}, {"line", number(of("Job/Line"))}}}});
+    robots.push_back(
+        {{"robot", robot},
+         {"servo", printable(text(of("Servo")))},
+         {"running", printable(text(of("Running")))},
+         {"mode", printable(text(of("Mode")))},
+         {"speed", number(of("Speed"))},
+         {"joints", list(device.values, folder + "Joints/J")},
+         {"pose", pose(device.values, folder + "Pose/")},
+         {"job", job.empty() ? Value(nullptr) : Value{{"name", job}, {"line", number(of("Job/Line"))}}},
+         {"arm",
+          {{"robot", robot},
+           {"links", links(device.values, folder)},
+           {"tool", {{"number", number(of("Tool/Number"))}, {"pose", pose(device.values, folder + "Tool/")}}},
+           {"user", {{"number", 0}, {"pose", Value::array()}}}}}});
     if (of("Alarm/Active") == Datum(true))
       messages.push_back({{"number", messages.size() + 1},
                           {"time", time},

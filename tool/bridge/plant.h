@@ -21,7 +21,8 @@ class Plant {
   /// Robots whose births have not come yet are not among them.
   std::vector<Value> robots(Time now) const;
 
-  /// An object for each controller of which something has been told since the last call, in the form of a snapshot.
+  /// An object for each controller of which something has been told since the last call, in the form of a snapshot;
+  /// with what each robot's arm looks like.
   /// @param lost  why none of it can be trusted at present; or ""
   std::vector<Value> takeNews(const std::string& lost);
   void allIsNews();

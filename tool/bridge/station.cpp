@@ -21,6 +21,7 @@ constexpr std::chrono::milliseconds firstRetry{500};
 constexpr std::chrono::milliseconds lastRetry{5000};
 constexpr std::chrono::milliseconds firstState{1000};  // within that, who pushes has pushed
 constexpr std::chrono::milliseconds probing{1000};
+constexpr std::chrono::milliseconds surveying{10000};
 constexpr std::size_t mostOrders = 16;
 
 std::chrono::nanoseconds periodOf(double rate) {
@@ -131,10 +132,13 @@ void Station::converse(const kyt::Controller& controller) {
   bool pushes = hasPushed();
   if (!pushes) ask(controller);
   probe(controller);
+  std::vector<ArmReader> arms(settings_.robots.size());
+  survey(controller, arms);
   beBorn();
 
   const auto asking = periodOf(*std::max_element(settings_.rate.begin(), settings_.rate.end()));
   auto toProbe = Clock::now() + probing;
+  auto toSurvey = Clock::now() + surveying;
   auto toAsk = Clock::now() + asking;
   for (;;) {
     waitUntil(pushes ? toProbe : std::min(toProbe, toAsk));
@@ -162,6 +166,10 @@ void Station::converse(const kyt::Controller& controller) {
       if (Clock::now() >= toProbe) {
         toProbe = Clock::now() + probing;
         probe(controller);
+      }
+      if (Clock::now() >= toSurvey) {
+        toSurvey = Clock::now() + surveying;
+        survey(controller, arms);
       }
     } catch (const kyt::NotConnected&) {
       throw;
@@ -256,6 +264,18 @@ void Station::probe(const kyt::Controller& controller) {
   controller.id();
   const std::lock_guard lock(mutex_);
   seen_.roundTrip = std::chrono::duration<double, std::milli>(Clock::now() - began).count();
+}
+
+// What the arms look like: it seldom changes.
+void Station::survey(const kyt::Controller& controller, std::vector<ArmReader>& arms) {
+  if (settings_.metrics.count(groupNames[static_cast<std::size_t>(Group::Geometry)]) == 0) return;
+  for (std::size_t i = 0; i < arms.size(); ++i) {
+    const int number = *std::next(settings_.robots.begin(), static_cast<std::ptrdiff_t>(i));
+    const Arm& arm = arms[i].look(controller, number);
+    const std::lock_guard lock(mutex_);
+    seen_.robots[i].second.arm = arm;
+    report(i);
+  }
 }
 
 void Station::beBorn() {

@@ -55,6 +55,7 @@ class Station {
   void listen(const kyt::Controller& controller);
   void ask(const kyt::Controller& controller);
   void probe(const kyt::Controller& controller);
+  void survey(const kyt::Controller& controller, std::vector<ArmReader>& arms);
   void take(const std::string& pushed);
   void take(const kyt::Alarm& alarm);
   void beBorn();

@@ -6,6 +6,7 @@
 
 #include <kyt_host/robot.h>
 
+#include "tool/geometry.h"
 #include "tool/output.h"
 
 namespace tool::view {
@@ -19,16 +20,14 @@ class Details {
 
  private:
   struct OfRobot {
-    Value links;
-    int toolNumber = 0;
+    ArmReader arm;
     int userNumber = 0;
-    bool hasTool = false;
     bool hasUser = false;
     std::string job;
     Value lines = Value::array();
   };
 
-  void readFrames(const kyt::Controller& controller, int robot, Value& values);
+  void readUserFrame(const kyt::Controller& controller, int robot, Value& values);
   void readJob(const kyt::Controller& controller, int robot, Value& values);
 
   std::map<int, OfRobot> robots_;

@@ -9,14 +9,13 @@ namespace {
 
 constexpr auto newsPeriod = std::chrono::milliseconds(50);
 
-// Nobody on a broker tells it: the page draws the tool's path, and no arm.
-Value withoutGeometry(const Value& controller) {
+// Takes what seldom changes out of what always does.
+Value takeDetails(Value& controller) {
   Value robots = Value::array();
-  for (const Value& robot : controller["robots"])
-    robots.push_back({{"robot", robot["robot"]},
-                      {"links", Value::array()},
-                      {"tool", {{"number", 0}, {"pose", {0, 0, 0, 0, 0, 0}}}},
-                      {"user", {{"number", 0}, {"pose", Value::array()}}}});
+  for (Value& robot : controller["robots"]) {
+    robots.push_back(robot["arm"]);
+    robot.erase("arm");
+  }
   return {{"name", controller["name"]}, {"controller", controller["controller"]}, {"robots", robots}};
 }
 
@@ -60,16 +59,16 @@ void PlantSource::run(const std::function<void()>& tell) {
     changed_.wait(lock, [this] { return ending_ || watched_; });
     if (ending_) return;
     lock.unlock();
-    const std::vector<Value> news = plant_.takeNews();
-    for (const Value& controller : news) learn(controller);
+    std::vector<Value> news = plant_.takeNews();
+    for (Value& controller : news) learn(std::move(controller));
     if (!news.empty()) tell();
     lock.lock();
   }
 }
 
-void PlantSource::learn(const Value& controller) {
+void PlantSource::learn(Value controller) {
+  std::string details = jsonOf(takeDetails(controller));
   std::string state = jsonOf(controller);
-  std::string details = jsonOf(withoutGeometry(controller));
   const std::string name = controller["name"];
   const std::lock_guard lock(mutex_);
   const std::size_t place = places_.emplace(name, known_.size()).first->second;

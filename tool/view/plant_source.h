@@ -29,7 +29,7 @@ class PlantSource : public Source {
 
  private:
   void run(const std::function<void()>& tell);
-  void learn(const Value& controller);
+  void learn(Value controller);
 
   mutable std::mutex mutex_;  // guards these
   std::condition_variable changed_;
