@@ -350,7 +350,9 @@ class Bridge(unittest.TestCase):
         self.assertEqual(bridge.end(), 0)
         until(lambda: len(host.messages("NDEATH")) == 2)  # as it tells itself
         kinds = self.check(host)
-        self.assertEqual((kinds["NBIRTH"], kinds["NDEATH"]), (4, 2), kinds)
+        self.assertEqual(kinds["NDEATH"], 2, kinds)
+        self.assertEqual(sum("the broker is there" in line for line in bridge.lines), 2, bridge.lines)
+        self.assertIn(kinds["NBIRTH"], (3, 4), kinds)  # the bridge may be back at the broker before the host is
 
     def test_commands(self) -> None:
         broker, press = self.broker(), self.controller()
@@ -410,6 +412,22 @@ class Bridge(unittest.TestCase):
                 host.publish(where, hex=noise)
         until(lambda: bridge.said("cannot be used, 8 so far"))
         self.assertEqual(command("Robot 1/Command/Speed", "Int32", 38), done)
+
+        def overtakes() -> bool:
+            """Whether a stop is sent while another command waits for the controller's answer, which does not come."""
+            count = host.last("press", "Command/Count")
+            press.silence("0x3D02", 1)
+            began = time.monotonic()
+            for name, kind, value, code in [("Speed", "Int32", 38, "0x2601"), ("Stop", "Boolean", True, "0x2503")]:
+                seen = len(press.requests(code))
+                metric = {"name": "Robot 1/Command/" + name, "type": kind, "value": value}
+                host.publish(topic, metrics=[metric], timestamp=time.time() * 1000)
+                until(lambda: len(press.requests(code)) > seen)
+            sent = time.monotonic() - began
+            until(lambda: host.last("press", "Command/Count") == count + 2)
+            return sent < (time.monotonic() - began) / 2
+
+        self.assertTrue(any(overtakes() for _ in range(5)))  # a machine may be that slow
 
         bridge.end()  # what comes meanwhile is for nobody
         commands = len(host.messages("DCMD"))

@@ -74,10 +74,20 @@ bool Station::ending() const {
   return ending_;
 }
 
-// Whether nothing has come between.
-bool Station::waitUntil(Clock::time_point time) {
+// Until something comes between.
+void Station::rest(Clock::time_point time) {
+  finishStop();
   std::unique_lock lock(mutex_);
-  return !changed_.wait_until(lock, time, [this] { return ending_ || lost_ || !orders_.empty(); });
+  const auto* controller = std::exchange(busy_, nullptr);
+  changed_.wait_until(lock, time, [this] { return ending_ || lost_ || !orders_.empty(); });
+  busy_ = controller;
+}
+
+// The future's destructor waits for it.
+void Station::finishStop() {
+  std::future<void> stop;
+  const std::lock_guard lock(mutex_);
+  stop = std::move(stop_);
 }
 
 void Station::run() {
@@ -136,12 +146,25 @@ void Station::converse(const kyt::Controller& controller) {
   survey(controller, arms);
   beBorn();
 
+  struct Busy {
+    explicit Busy(Station& whose, const kyt::Controller& controller) : its(whose) { set(&controller); }
+    ~Busy() {
+      set(nullptr);
+      its.finishStop();
+    }
+    void set(const kyt::Controller* controller) {
+      const std::lock_guard lock(its.mutex_);
+      its.busy_ = controller;
+    }
+    Station& its;
+  };
+  const Busy busy(*this, controller);
   const auto asking = periodOf(*std::max_element(settings_.rate.begin(), settings_.rate.end()));
   auto toProbe = Clock::now() + probing;
   auto toSurvey = Clock::now() + surveying;
   auto toAsk = Clock::now() + asking;
   for (;;) {
-    waitUntil(pushes ? toProbe : std::min(toProbe, toAsk));
+    rest(pushes ? toProbe : std::min(toProbe, toAsk));
     std::unique_lock lock(mutex_);
     if (ending_) return;
     if (lost_) throw Failure("the connection has broken");
@@ -322,7 +345,10 @@ void Station::order(Order order) {
       refusal = "it has no such metric, or one that is not among allow_commands";
     } else if (isStop(tree_->commandOf(order.target->metric))) {  // nothing that was meant before it comes after it
       overtaken = std::exchange(orders_, {});
-      orders_.push_back(order);
+      if (busy_ != nullptr && !stop_.valid())
+        stop_ = std::async(std::launch::async, [this, its = busy_, order] { obey(*its, order); });
+      else
+        orders_.push_back(order);
     } else if (orders_.size() >= mostOrders) {
       refusal = "too many commands are waiting";
     } else {

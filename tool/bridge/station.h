@@ -4,6 +4,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -41,7 +42,7 @@ class Station {
   const ControllerSettings& settings() const { return settings_; }
   DeviceId device() const { return device_; }
 
-  /// Lets it do something, when its turn has come; or says at once why not.
+  /// Lets it do something, when its turn has come, and a stop at once; or says at once why not.
   void order(Order order);
   /// Lets it end, which the destructor waits for.
   void end();
@@ -65,7 +66,8 @@ class Station {
   void acknowledge(const Order& order, const std::string& refusal);
   void perform(const kyt::Controller& controller, const MetricTree::Command& command, const Datum& value) const;
   bool ending() const;
-  bool waitUntil(Clock::time_point time);
+  void rest(Clock::time_point time);
+  void finishStop();
 
   const ControllerSettings settings_;
   EdgeNode& node_;
@@ -80,6 +82,8 @@ class Station {
   std::optional<MetricTree> tree_;                          // while it is born
   std::vector<std::array<Clock::time_point, groups>> due_;  // of each robot
   std::deque<Order> orders_;
+  const kyt::Controller* busy_ = nullptr;  // who is asked or told something at present, for long perhaps
+  std::future<void> stop_;                 // one that does not wait for that
 
   std::thread thread_;
 };
