@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Checks that docs/operations.md has every operation of the public headers, with the codes that the sources send.
+"""Checks that docs/operations.md has every operation of the public headers, with the codes that the sources send, and the
+units that stand above its declaration and in the records that it takes.
 
     check_operations.py [--fix]
 
@@ -26,12 +27,17 @@ CODE = re.compile(r"\b(\w+) = (0x[0-9A-Fa-f]{4}|\w+)\s*,")
 EXCHANGES = ROOT / "kyt_host/communication/exchanges.h"
 RECEIVED = re.compile(r"Strategy::(\w+)\),")
 ROW = re.compile(r"row<\w+>\(Strategy::(\w+), Strategy::(\w+)\)")
+UNIT = re.compile(r"(?<![\w`/])(mm/s|mm|degrees/s|degrees|radians|percent|ms|seconds|Nm|kg)(?![\w`/])")
+TIMES = ("ms", "seconds")  # which a comment may also speak of in passing
+RECORD = re.compile(r"^struct (\w+) \{(.*?)^\};", re.MULTILINE | re.DOTALL)
+COMMENTED = re.compile(r"((?:^///.*\n)*)^KYT_HOST_API ([^;{]*)", re.MULTILINE)
 
 
 class Operation(NamedTuple):
     name: str  # of the plain form, if there is one
     suffix: str  # of the form with a robot's number
     codes: List[str]
+    units: str
 
 
 def read(path: Path) -> str:
@@ -80,25 +86,52 @@ def exchanged(name: str, bodies: Dict[str, str], public: List[str]) -> List[str]
     return [*found, f"→ {number['RobotState']}"] if "awaitState(" in bodies.get(name, "") else found
 
 
+def units(text: str) -> List[str]:
+    parameters = text[text.find("@param") :] if "@param" in text else ""
+    return [unit for unit in dict.fromkeys(UNIT.findall(text)) if unit not in TIMES or unit in UNIT.findall(parameters)]
+
+
+def records() -> Dict[str, str]:
+    """The units in each record's comments."""
+    found = {}
+    for header in sorted((ROOT / "kyt_host/records").glob("*.h")):
+        for name, body in RECORD.findall(read(header)):
+            found[name] = ", ".join(dict.fromkeys(UNIT.findall(body)))
+    return found
+
+
+def units_of(text: str) -> Dict[str, str]:
+    """What each operation of a header takes and gives, where its comments say so."""
+    of_records = records()
+    found: Dict[str, str] = {}
+    for comment, declaration in COMMENTED.findall(text):
+        name = DECLARED.match("KYT_HOST_API " + declaration)
+        told = [", ".join(units(comment))]
+        told += [f"`{record}`: {of_records[record]}" for record in re.findall(r"\w+", declaration) if of_records.get(record)]
+        if name:
+            found.setdefault(name[1], "; ".join(filter(None, told)))
+    return found
+
+
 def operations(header: Path) -> List[Operation]:
     text = read(header)
     declared = list(dict.fromkeys(DECLARED.findall(text)))
     plain = PLAIN.findall(text)
     bodies = definitions(read(header.with_suffix(".cpp")))
+    of_all = units_of(text)
     found = []
     for name in declared:
         suffix = SUFFIX.search(name)
         short = SUFFIX.sub("", name)
         both = suffix is not None and short in plain
-        found.append(
-            Operation(short if both else name, suffix[0] if suffix and both else "", exchanged(name, bodies, declared))
-        )
+        codes_of_it = exchanged(name, bodies, declared)
+        found.append(Operation(short if both else name, suffix[0] if suffix and both else "", codes_of_it, of_all[name]))
     return found
 
 
 def row(operation: Operation) -> str:
     suffix = f" `{operation.suffix}`" if operation.suffix else ""
-    return f"| `{operation.name}`{suffix} | {', '.join(operation.codes)} |".replace("|  |", "| |")
+    return f"| `{operation.name}`{suffix} | {', '.join(operation.codes)} | {operation.units} |".replace("|  ", "| ")
 
 
 def tables() -> Dict[str, List[Operation]]:
@@ -116,7 +149,7 @@ def main() -> int:
     offered = tables()
     parts = []
     for header, all_ in offered.items():
-        parts += [f"\n### {header}\n\n| operation | codes |\n| --- | --- |", *map(row, all_)]
+        parts += [f"\n### {header}\n\n| operation | codes | units |\n| --- | --- | --- |", *map(row, all_)]
     now = before + BEGIN + "\n".join(parts) + "\n\n" + END + after
     if "--fix" in sys.argv[1:]:
         PAGE.write_text(now, encoding="utf-8")
