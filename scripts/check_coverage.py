@@ -1,5 +1,8 @@
 #!/usr/bin/env python3
-"""Sums llvm-cov's figures by room, and holds them against the floors: llvm-cov export ... | check_coverage.py [--raise]"""
+"""Sums llvm-cov's figures by room, and holds them against the floors, together with those of the layer in Python:
+
+llvm-cov export ... | check_coverage.py PYTHON [--raise], where PYTHON is what `coverage json` has written
+"""
 
 import json
 import math
@@ -11,7 +14,7 @@ from typing import Dict
 ROOT = Path(__file__).resolve().parent.parent
 FLOORS = ROOT / "tests/coverage.json"
 ROOMS = {  # the first whose path a file begins with
-    "kyt_host/robot": "layer for people",
+    "kyt_host/robot": "layer in C++",
     "kyt_host": "library",
     "tool": "tool",
     "virtual_controller": "virtual controller",
@@ -33,6 +36,11 @@ def sums() -> Dict[str, Dict[str, float]]:
         for kind in KINDS:
             counts[room][kind][0] += file["summary"][kind]["covered"]
             counts[room][kind][1] += file["summary"][kind]["count"]
+    python = json.loads(Path(sys.argv[1]).read_text())["totals"]
+    counts["layer in Python"] = {
+        "lines": [python["covered_lines"], python["num_statements"]],
+        "branches": [python["covered_branches"], python["num_branches"]],
+    }
     return {
         room: {kind: 100 * covered / max(count, 1) for kind, (covered, count) in kinds.items()}
         for room, kinds in counts.items()

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that are missing: scripts/setup.sh [GROUP...]
 # Besides what building and testing take, by group:
-#   checks     static analysis and fuzzing, and ccache, with which a second build of anything is quick
+#   checks     static analysis, fuzzing and coverage, and ccache, with which a second build of anything is quick
 #   abi        comparing binary interfaces
 #   mono       C#, to call the library from there
 #   page       the web page of kyt: its server, three.js, and a browser that tests it
@@ -16,7 +16,7 @@ packages=(g++ cmake ninja-build pkg-config libasio-dev nlohmann-json3-dev libjso
   libgtest-dev swig python3-dev python3-venv)
 for group in "$@"; do
   case $group in
-    checks) packages+=(clang clang-format clang-tidy libclang-rt-14-dev llvm shellcheck mypy ccache) ;;
+    checks) packages+=(clang clang-format clang-tidy libclang-rt-14-dev llvm shellcheck mypy ccache python3-coverage) ;;
     docs) packages+=(doxygen python3-sphinx python3-breathe python3-myst-parser furo) ;;
     packages) packages+=(debhelper dh-python dpkg-dev lintian mmdebstrap patchelf) ;;
     mono) packages+=(mono-mcs mono-runtime) ;;
