@@ -222,6 +222,12 @@ class Tool(unittest.TestCase):
             terminal.type(answer + "\n")
             self.assertEqual((terminal.end(), "not confirmed" in terminal.seen), (status, status == 1), terminal.seen)
             self.assertAlmostEqual(elsewhere.state()["robots"][0]["position"][0], 0 if status else 2, delta=0.2)
+        for answer, deletions in {"n": 0, "y": 1}.items():
+            terminal = Terminal("jobs", "delete", "NONE", host=host)
+            terminal.until("delete job NONE of VC-0001 at " + host + "? [y/N]")
+            terminal.type(answer + "\n")
+            self.assertEqual(terminal.end(), 1, terminal.seen)  # it has no such job
+            self.assertEqual(len(elsewhere.requests("0x3111")), deletions)
         here = f"{elsewhere.host}:{elsewhere.port}"
         for terminal in (Terminal("jog", "1", "+", "--for", "0.1", host=here), Terminal("jog", "1", "+", "-y", host=host)):
             self.assertEqual((terminal.end(), "[y/N]" in terminal.seen), (0, False), terminal.seen)

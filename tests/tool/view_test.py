@@ -452,6 +452,12 @@ class Browser(WithController):
         until(lambda: robot()["runningState"] == 0)
         until(lambda: self.text("#told") == "stopped")
         self.assertEqual([line for line in self.complaints() if "409" not in line], [])
+        self.kyt(controller, "move", "joints", "150", "--speed", "1")
+        until(lambda: self.text("#state-motion") == "running")
+        self.press(".home")  # where all robots are
+        self.press("#halt .stop")
+        until(lambda: robot()["runningState"] == 0)
+        until(lambda: self.text("#halt .told") == "stopped")
 
         # A page from elsewhere reaches nothing, even with the token.
         elsewhere = HTTPServer(("127.0.0.1", 0), Elsewhere)

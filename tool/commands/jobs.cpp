@@ -102,7 +102,12 @@ struct JobsStop : RobotCommand {
 };
 
 struct JobsDelete : JobCommand<RobotCommand> {
+  Confirmation confirmation;
+
+  void takesMore(CLI::App& app) override { confirmation.describe(app); }
+
   void run() override {
+    confirmation.ask(controller(), address(), "delete job " + name);
     checked(controller(), "delete", [this](SOCKETFD handle) { return job_delete_robot(handle, number(), name); });
     out.show({{"deleted", name}});
   }
@@ -121,14 +126,17 @@ struct Backup : ControllerCommand {
 
 struct Restore : RobotCommand {
   std::string directory;
+  Confirmation confirmation;
 
   void takes(CLI::App& app) override {
     app.add_option("DIR", directory, "what backup has made; its jobs replace those of the same name")
         ->required()
         ->check(CLI::ExistingDirectory);
+    confirmation.describe(app);
   }
 
   void run() override {
+    confirmation.ask(controller(), address(), "replace jobs");
     Value jobs = Value::array();
     for (int robot = onlyOne() ? number() : 1; robot <= (onlyOne() ? number() : lastRobot); ++robot) {
       for (const fs::path& job : jobFiles(robot)) {

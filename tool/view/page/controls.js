@@ -5,12 +5,12 @@ import {$, element} from './panels.js';
 const JOG_AGAIN = 150;  // ms: the server lets go when it has heard nothing for 500
 
 export class Controls {
-  /** @param where  a function that gives {controller, robot} @param token  a function @param ask  a dialog */
+  /** @param where  a function that gives {controllers, robot} @param token  a function @param ask  a dialog */
   constructor(where, token, ask) {
     Object.assign(this, {where, token, ask});
-    $('#stop').addEventListener('click', () => this.stop());
+    for (const button of document.querySelectorAll('.stop')) button.addEventListener('click', () => this.stop());
     document.addEventListener('keydown', (event) => {
-      if (event.key === 'Escape' && this.shown) this.stop();
+      if (event.key === 'Escape' && this.may) this.stop();
     });
     for (const button of document.querySelectorAll('[data-command]')) button.addEventListener('click', () => this.press(button.dataset.command));
     $('#mode').addEventListener('change', (event) => this.send('mode', {mode: event.target.value}, `mode ${event.target.value}`));
@@ -23,10 +23,12 @@ export class Controls {
     });
   }
 
-  show(shown) {
-    this.shown = shown;
-    $('#control').hidden = !shown;
-    document.body.classList.toggle('controls-on', shown);
+  /** @param may  whether buttons may be pressed @param one  whether one robot is shown, and not all */
+  show(may, one) {
+    this.may = may;
+    $('#control').hidden = !may || !one;
+    $('#halt').hidden = !may || one;
+    document.body.classList.toggle('controls-on', may);
   }
 
   /** What the controller says now, unless somebody is changing it. */
@@ -39,14 +41,17 @@ export class Controls {
   }
 
   tell(text, bad = false) {
-    $('#told').textContent = text;
-    $('#told').classList.toggle('bad', bad);
+    for (const told of document.querySelectorAll('.told')) {
+      told.textContent = text;
+      told.classList.toggle('bad', bad);
+    }
   }
 
   async send(command, values, done) {
+    const {controllers, robot} = this.where();
     const headers = {Authorization: 'Bearer ' + this.token(), 'Content-Type': 'application/json'};
     try {
-      const answer = await fetch('command', {method: 'POST', headers, body: JSON.stringify({...this.where(), command, ...values}), keepalive: command === 'stop'});
+      const answer = await fetch('command', {method: 'POST', headers, body: JSON.stringify({controller: controllers[0], robot, command, ...values}), keepalive: command === 'stop'});
       const told = (answer.headers.get('Content-Type') ?? '').includes('json') ? await answer.json() : {error: (await answer.text()).trim()};
       if (told.error) this.tell(told.error, true);
       else if (done) this.tell(done);
@@ -59,8 +64,10 @@ export class Controls {
 
   async stop() {
     this.tell('stopping …');
-    const told = await this.send('stop', {}, 'stopped');
-    if (told.error) document.body.animate([{background: '#d3121b'}, {}], 600);
+    const all = await Promise.all(this.where().controllers.map((controller) => this.send('stop', {controller})));
+    const failed = all.some(({error}) => error !== undefined);
+    if (!failed) this.tell('stopped');
+    if (failed) document.body.animate([{background: '#d3121b'}, {}], 600);
   }
 
   press(command) {

@@ -43,7 +43,7 @@ async function askForToken() {
 
 const scene = new Scene($('#scene'), $('#scene-note'));
 const overview = new Overview($('#overview'));
-const controls = new Controls(() => ({controller: shown.name, robot: shown.robot}), token, ask);
+const controls = new Controls(() => ({controllers: shown.name ? [shown.name] : names, robot: shown.robot}), token, ask);
 const plots = {
   joints: new Plot($('#plots'), 'Joints', '°', 2),
   position: new Plot($('#plots'), 'Position', 'mm', 4),
@@ -103,6 +103,8 @@ function show() {
   showBanner();
   showWhere();
   $('#unlock').hidden = !mayControl || Boolean(token());
+  const touches = mayControl && Boolean(token());
+  controls.show(touches, Boolean(shown.name));
   if (!shown.name) {
     showQuality(null);
     return overview.show(names, states, details);
@@ -119,8 +121,6 @@ function show() {
   showJoints(robot, axes, scene.slides);
   showMessages(state.messages ?? [], state.robots);
   showJob(its?.job, robot.job);
-  const touches = mayControl && Boolean(token());
-  controls.show(touches);
   controls.update(robot, axes);
   showIo(state, touches ? (port, on) => controls.send('output', {port, on}, `output ${port} ${on ? 'on' : 'off'}`) : null);
   if (!state.lost) record(state, robot, axes);
