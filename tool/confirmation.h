@@ -9,8 +9,9 @@
 
 namespace tool {
 
-/// The question before a robot moves, or something is lost. It is asked where somebody sits at a terminal, but for --yes and for the virtual
-/// controller: one that says to be it, on this very PC. A machine elsewhere might bear any name.
+/// The question before a robot moves, or something is lost. It is asked where somebody sits at a terminal, but for
+/// --yes and for the virtual controller: one that says to be it, on this very PC. A machine elsewhere might bear any
+/// name.
 class Confirmation {
  public:
   void describe(CLI::App& app) { app.add_flag("--yes,-y", yes_, "ask nothing"); }
