@@ -76,7 +76,7 @@ class Recording:
         samples = self.samples
         times = [each.time - samples[0].time for each in samples]
         figure: Figure
-        figure, (joints, place) = pyplot.subplots(2, 1, sharex=True)
+        figure, (joints, place) = pyplot.subplots(2, 1, sharex=True, layout="constrained")
         for i in range(len(samples[0].joints) if samples else 0):
             joints.plot(times, [each.joints[i] for each in samples], label=f"joint {i + 1}")
         for i, name in enumerate("xyz"):
@@ -84,8 +84,8 @@ class Recording:
         joints.set_ylabel("degrees")
         place.set_ylabel("mm")
         place.set_xlabel("s")
-        joints.legend(loc="right")
-        place.legend(loc="right")
+        for axes in (joints, place):
+            axes.legend(loc="center left", bbox_to_anchor=(1.01, 0.5))
         return figure
 
     def _take(self) -> None:
