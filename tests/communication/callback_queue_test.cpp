@@ -36,14 +36,13 @@ TEST(CallbackQueue, HoldsSmallMessagesInAsLittleMemoryAsItSays) {
     });
   });
   int last = -1;
-  EXPECT_TRUE(eventually([&] {  // until there is no room
-    const bool blocked = published == last;
+  EXPECT_TRUE(eventually([&] {  // until there is no room; a busy machine lets the reader wait, too
+    const bool blocked = published == last && (sanitized || published > 80'000);
     last = published;
     std::this_thread::sleep_for(100ms);
     return blocked;
   }));
   if (!sanitized) {
-    EXPECT_GT(published, 80'000);
     EXPECT_LT(published, messages);
   }
   EXPECT_LT(ProcessState::residentBytes(), before + CallbackQueue::capacity + 2 * 1024 * 1024);

@@ -7,6 +7,7 @@
 
 #include "tests/support/connected_fixture.h"
 #include "tests/support/process_state.h"
+#include "tests/support/raw_peer.h"
 
 namespace {
 
@@ -65,6 +66,27 @@ TEST_F(StuckPeer, IsWaitedForAsLongAsItsSystemAnswers) {
   EXPECT_TRUE(sending.get());
   EXPECT_TRUE(eventually([&] { return speedOf(robot) == 50; }));  // the controller still has much to take in
   EXPECT_EQ(controller.connections(), 1U);
+}
+
+// It takes a little every now and then, less than it has room for: that is no sign that its system is gone.
+TEST(SlowPeer, IsWaitedForWhileItTakesALittle) {
+  const RawListener listener;
+  const SOCKETFD robot = connect_robot(listener.host(), listener.port());
+  const Descriptor peer = listener.accept();
+  std::string text;
+  text.resize(24'000'000, 'x');
+  auto sending =
+      std::async(std::launch::async, [&] { return ClientManager::getClient(robot)->sendPieces(0x7F01, text, 60'000); });
+  std::vector<char> taken(3'000);
+  const auto begun = std::chrono::steady_clock::now();
+  while (sending.wait_for(40ms) == std::future_status::timeout) {
+    const auto passed = std::chrono::steady_clock::now() - begun;
+    if (passed < 11s) continue;
+    if (passed > 18s) taken.resize(1'000'000);
+    while (::recv(peer, taken.data(), taken.size(), MSG_DONTWAIT) > 0 && passed > 18s) continue;
+  }
+  EXPECT_TRUE(sending.get());
+  disconnect_robot(robot);
 }
 
 TEST_F(StuckPeer, OrOneThatIsGoneIsNotReportedWithEveryCall) {

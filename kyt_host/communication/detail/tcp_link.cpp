@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #include <netinet/tcp.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -12,6 +14,7 @@
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
 #include <fcntl.h>
+#include <linux/sockios.h>
 #include <poll.h>
 
 #include "kyt_host/communication/detail/descriptor_limit.h"
@@ -165,14 +168,16 @@ std::error_code TcpLink::Writer::write(std::string_view bytes, const std::functi
 
 // Takes what it sends off the front of `bytes`.
 std::error_code TcpLink::send(std::string_view& bytes, Deadline deadline, const std::function<void()>& beforeWaiting) {
+  int onItsWay = 0;
+  if (waitingSince_ != Deadline() && ::ioctl(socket_, SIOCOUTQ, &onItsWay) == 0 && onItsWay == 0) {
+    waitingSince_ = {};
+    setUserTimeout(socket_, peerGoneTimeLimit);
+  }
   while (!bytes.empty()) {
     const ssize_t count = ::send(socket_, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
     if (count >= 0) {
       bytes.remove_prefix(static_cast<std::size_t>(count));
-      if (waitingSince_ != Deadline()) {
-        waitingSince_ = {};
-        setUserTimeout(socket_, peerGoneTimeLimit);
-      }
+      if (waitingSince_ != Deadline()) tookIn(static_cast<std::size_t>(count));
       continue;
     }
     if (errno == EINTR) continue;
@@ -191,7 +196,10 @@ std::error_code TcpLink::waitForRoom(Deadline deadline) {
   constexpr std::chrono::milliseconds betweenQuestions = 5s;  // this process may stand still for a while, too
   const auto now = std::chrono::steady_clock::now();
   if (now >= deadline) return asio::error::timed_out;
-  if (waitingSince_ == Deadline()) waitingSince_ = now;
+  if (waitingSince_ == Deadline()) {
+    waitingSince_ = takingSince_ = now;
+    takenIn_ = 0;
+  }
 
   tcp_info info{};
   socklen_t size = sizeof info;
@@ -206,6 +214,18 @@ std::error_code TcpLink::waitForRoom(Deadline deadline) {
   const bool givenUp = interrupted();
   if (givenUp || std::chrono::steady_clock::now() >= deadline) bePatient(peerGoneTimeLimit);  // nobody looks any more
   return givenUp ? make_error_code(asio::error::timed_out) : std::error_code();
+}
+
+// The user timeout runs from when the peer was full first, and on while it has room for less than a segment; it begins
+// anew once several segments have gone.
+void TcpLink::tookIn(std::size_t count) {
+  constexpr std::size_t severalSegments = 256 * 1024;
+  takenIn_ += count;
+  if (takenIn_ >= severalSegments) {
+    waitingSince_ = std::exchange(takingSince_, std::chrono::steady_clock::now());
+    takenIn_ = 0;
+  }
+  bePatient(peerGoneTimeLimit);
 }
 
 void TcpLink::bePatient(std::chrono::milliseconds time) {

@@ -106,6 +106,7 @@ class TcpLink {
  private:
   std::error_code send(std::string_view& bytes, Deadline deadline, const std::function<void()>& beforeWaiting);
   std::error_code waitForRoom(Deadline deadline);
+  void tookIn(std::size_t count);
   void bePatient(std::chrono::milliseconds time);
   void shutdown(int what);
 
@@ -116,7 +117,9 @@ class TcpLink {
 
   // The writers' alone.
   std::string unfinished_;   // the rest of a frame whose writer had no time left
-  Deadline waitingSince_{};  // for the peer to take something in; unset while it does
+  Deadline waitingSince_{};  // for the peer to take in what it is sent; unset when it has
+  Deadline takingSince_{};   // a while that begins no earlier
+  std::size_t takenIn_ = 0;  // bytes in that
 };
 
 }  // namespace kyt_host::detail
