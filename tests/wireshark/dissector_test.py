@@ -69,7 +69,12 @@ class Dissector(unittest.TestCase):
         with VirtualController("--host", HOST, "--file-port", "5000", "--time-scale", "20") as controller:
             environment = {**os.environ, "KYT_HOST_FRAMES": str(cls.capture)}
             command = [os.environ["SESSION"], HOST, str(controller.port)]
-            subprocess.run(command, cwd=folder.name, env=environment, stdout=subprocess.DEVNULL, timeout=120, check=True)
+            for attempts_left in (2, 1, 0):  # on a busy machine a reply may come too late for the session
+                ran = subprocess.run(command, cwd=folder.name, env=environment, stdout=subprocess.DEVNULL, timeout=120)
+                if ran.returncode == 0 or attempts_left == 0:
+                    break
+                cls.capture.unlink()
+            ran.check_returncode()
 
     def test_every_frame_is_dissected_and_followed(self) -> None:
         rows = dissected(self.capture)
