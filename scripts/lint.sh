@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-folders=(kyt_host virtual_controller tool examples benchmarks tests python)
+folders=(kyt_host virtual_controller tool command_line examples benchmarks tests python)
 fix=
 base=
 while (($#)); do

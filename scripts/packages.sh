@@ -10,7 +10,7 @@ log=$work/build.log
 
 rm -rf "$work"
 mkdir -p "$work/source"
-cp -r CMakeLists.txt CHANGELOG.md cmake docs examples kyt_host python tool virtual_controller packaging/debian "$work/source"
+cp -r CMakeLists.txt CHANGELOG.md cmake command_line docs examples kyt_host python tool virtual_controller packaging/debian "$work/source"
 cat >"$work/source/debian/changelog" <<END
 kyt-host ($version) unstable; urgency=medium
 
