@@ -48,6 +48,21 @@ with subprocess.Popen(command, stdout=subprocess.PIPE, universal_newlines=True) 
 END
 kyt bridge check "$examples/plant.toml"
 echo "in_root: kyt has its page, and its bridge"
+if compgen -G "kyt-host-doc_*.deb"; then # the build profile nodoc has none
+  python3 -W error - <<'END'
+import os
+import re
+from pathlib import Path
+
+checked = set()
+for page in Path("/usr/share/doc/kyt-host-doc/html").rglob("*.html"):
+    for name in re.findall(r'(?:href|src)="([^":#?]+)["#?]', page.read_text()):
+        checked.add(os.path.normpath(page.parent / name))
+assert not (missing := [each for each in checked if not os.path.exists(each)]), missing
+assert len(checked) > 100, checked
+print(f"in_root: {len(checked)} files that pages of the documentation refer to are there")
+END
+fi
 kyt completion bash | cmp - /usr/share/bash-completion/completions/kyt
 
 apt-get purge -y 'libkyt-host*' 'kyt-*' python3-kyt-host
