@@ -3,7 +3,7 @@
 # compiled alone.
 option(KYT_HOST_UNITY "Compile the sources a dozen at a time" OFF)
 if(KYT_HOST_UNITY)
-  foreach(target kyt_host_objects virtual_controller_objects kyt communication_test)
+  foreach(target kyt_host_objects virtual_controller_objects kyt_common kyt kyt_bridge communication_test)
     if(TARGET ${target})
       set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
     endif()

@@ -30,7 +30,7 @@ PROJECT = re.compile(r'project\(kyt_host VERSION (\S+) .*DESCRIPTION "(.*)"\)')
 NAME = f"kyt_host-{VERSION}"
 METADATA = f"Metadata-Version: 2.1\nName: kyt_host\nVersion: {VERSION}\nSummary: {SUMMARY}\nRequires-Python: >=3.8\n"
 COMMANDS = "".join(f"{name} = kyt_host_testing.programs:{name}\n" for name in ("kyt", "virtual_controller"))
-SDIST = ["CMakeLists.txt", "pyproject.toml", "cmake", "docs", "kyt_host", "python", "tool", "virtual_controller"]
+SDIST = ["CMakeLists.txt", "pyproject.toml", "cmake", "command_line", "docs", "kyt_host", "python", "tool", "virtual_controller"]
 # What every Linux has, as far as wheels are concerned; what else is needed comes along.
 SYSTEM = re.compile(r"(linux-vdso|ld-linux[-\w]*|libc|libm|libpthread|libgcc_s|libstdc\+\+)\.so")
 

@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-folders=(kyt_host virtual_controller tool examples benchmarks tests python)
+folders=(kyt_host virtual_controller tool command_line examples benchmarks tests python)
 fix=
 base=
 while (($#)); do
@@ -53,7 +53,7 @@ scripts/check_dissector.py
 shellcheck -x .ci/run scripts/*.sh tests/consumer/*.sh
 ((${#formatted[@]} == 0)) || clang-format --dry-run -Werror "${formatted[@]}"
 echo "mypy ..."
-mypy --strict --ignore-missing-imports python/kyt_host_testing cmake/headers.py kyt_host/c/generate.py python/docstrings.py python/stub.py python/build_wheel.py
+mypy --strict --ignore-missing-imports python/kyt_host_testing cmake/headers.py kyt_host/c/generate.py python/docstrings.py python/stub.py python/build_wheel.py docs/site/*.py
 mypy --strict scripts/*.py tests/*/*.py
 
 # All of them: several sources of a library in one go, so that what they include is looked at once.

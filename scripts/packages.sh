@@ -1,16 +1,20 @@
 #!/usr/bin/env bash
 # Builds the Debian packages into build/packages, and has lintian look at them: scripts/packages.sh
+# DEB_BUILD_PROFILES=nodoc leaves out the documentation site, and what that takes.
 # What a debugger would want to know goes into no package.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/setup.sh packages
+groups=(packages)
+[[ " ${DEB_BUILD_PROFILES:-} " == *" nodoc "* ]] || groups+=(docs)
+scripts/setup.sh "${groups[@]}"
 version=$(sed -n 's/^project(kyt_host VERSION \([0-9.]*\) .*/\1/p' CMakeLists.txt)
 work=$PWD/build/packages
 log=$work/build.log
 
 rm -rf "$work"
 mkdir -p "$work/source"
-cp -r CMakeLists.txt CHANGELOG.md cmake docs examples kyt_host python tool virtual_controller packaging/debian "$work/source"
+cp -r CMakeLists.txt ./*.md cmake command_line docs examples kyt_host python scripts tests tool virtual_controller packaging/debian \
+  "$work/source"
 cat >"$work/source/debian/changelog" <<END
 kyt-host ($version) unstable; urgency=medium
 

@@ -18,7 +18,10 @@ for group in "$@"; do
   case $group in
     checks) packages+=(clang clang-format clang-tidy libclang-rt-14-dev llvm shellcheck mypy ccache python3-coverage) ;;
     docs) packages+=(doxygen python3-sphinx python3-breathe python3-myst-parser furo) ;;
-    packages) packages+=(debhelper dh-python dpkg-dev lintian mmdebstrap patchelf) ;;
+    packages)
+      packages+=(debhelper dh-python dpkg-dev lintian mmdebstrap patchelf)
+      packages+=(libjs-three libmicrohttpd-dev libmosquitto-dev libprotobuf-dev protobuf-compiler)
+      ;;
     mono) packages+=(mono-mcs mono-runtime) ;;
     page) packages+=(libmicrohttpd-dev libjs-three chromium chromium-driver python3-selenium) ;;
     bench) packages+=(libmodbus-dev libhiredis-dev redis-server) ;;

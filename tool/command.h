@@ -113,6 +113,13 @@ class Family {
     app->callback([command] { command->run(); });
   }
 
+  /// A command that this kyt was built without, whatever is typed behind its name.
+  /// @param why  what it then says
+  void leaveOut(const std::string& name, const std::string& why) const {
+    CLI::App* app = app_.add_subcommand(name, "(left out of this kyt)")->allow_extras();
+    app->callback([why] { throw Failure(why); });
+  }
+
   Family group(const std::string& name, const std::string& summary) const {
     return Family(*app_.add_subcommand(name, summary));
   }

@@ -6,8 +6,12 @@
 
 #include <kyt_host/kyt_host.h>
 
+#include "command_line/manual.h"
+
 namespace tool {
 namespace {
+
+using namespace command_line;
 
 // The commands alone, one a line, as many as the screen has; the last line tells of those about kyt itself.
 class OneScreen : public CLI::Formatter {
@@ -73,17 +77,6 @@ _kyt() {
 if [[ $funcstack[1] == _kyt ]]; then _kyt "$@"; else compdef _kyt kyt; fi
 )sh";
 
-// As roff takes it.
-std::string roff(const std::string& text) {
-  std::string safe;
-  for (const char each : text) safe += each == '\\' ? "\\e" : each == '-' ? "\\-" : std::string(1, each);
-  return !safe.empty() && (safe.front() == '.' || safe.front() == '\'') ? "\\&" + safe : safe;
-}
-
-std::string entry(const std::string& term, const std::string& text) {
-  return ".TP\n.B " + roff(term) + "\n" + roff(text) + "\n";
-}
-
 }  // namespace
 
 void explain(CLI::App& app) {
@@ -102,26 +95,18 @@ std::string completionOf(const CLI::App& kyt, const std::string& shell) {
 }
 
 std::string manualOf(const CLI::App& kyt) {
-  std::string page = ".TH KYT 1 \"\" \"kyt_host " + get_library_version() +
-                     "\"\n.SH NAME\nkyt \\- robot controllers from the command line\n"
-                     ".SH SYNOPSIS\n.B kyt\n.I COMMAND\n[\n.I ARGUMENTS\n] [\n.I OPTIONS\n]\n.SH COMMANDS\n";
+  std::string page = heading("kyt", get_library_version(), "robot controllers from the command line",
+                             "COMMAND [ARGUMENTS] [OPTIONS]") +
+                     ".SH COMMANDS\n";
   forEach(kyt, "", [&](const CLI::App& command, const std::string& path) {
-    std::string usage = "kyt " + path;
-    std::string options;
-    for (const CLI::Option* option : command.get_options()) {
-      const std::string name = option->get_positional() ? option->get_name(true) : option->get_name(false, true);
-      if (option->get_positional()) usage += option->get_required() ? " " + name : " [" + name + "]";
-      const std::string value = option->get_default_str();
-      options += entry(name, option->get_description() + (value.empty() ? "" : " (" + value + ")"));
-    }
-    page += ".SS " + roff(usage) + "\n" + roff(command.get_description()) + "\n" + options;
+    page += ".SS " + roff("kyt " + path + positionals(command)) + "\n" + roff(command.get_description()) + "\n" +
+            options(command);
   });
   return page + ".SH ENVIRONMENT\n" +
          entry("KYT_HOST", "the controller, where --host does not say: HOST or HOST:PORT") +
          entry("KYT_HOST_FRAMES",
                "a file to which every frame is added: as text, or for Wireshark if it ends with .pcapng") +
-         ".SH EXIT STATUS\n" + entry("0", "done") + entry("1", "failed; standard error says why") +
-         entry("2", "what was typed cannot be");
+         exitStatus();
 }
 
 }  // namespace tool

@@ -9,7 +9,9 @@
 #include <CLI/CLI.hpp>
 #include <asio/io_context.hpp>
 #include <asio/signal_set.hpp>
+#include <kyt_host/kyt_host.h>
 
+#include "command_line/manual.h"
 #include "virtual_controller/outside/commands.h"
 #include "virtual_controller/outside/control_port.h"
 #include "virtual_controller/outside/standard_input.h"
@@ -44,6 +46,13 @@ void serve(const virtual_controller::Settings& settings, std::optional<unsigned 
     std::cout << perform(line) + "\n" << std::flush;
   });
   io.run();
+}
+
+std::string manualOf(const CLI::App& app) {
+  return command_line::heading("virtual_controller", get_library_version(), "a robot controller that runs on this PC",
+                               "[OPTIONS]") +
+         ".SH DESCRIPTION\n" + command_line::roff(app.get_description()) + "\n.SH OPTIONS\n" +
+         command_line::options(app) + command_line::exitStatus();
 }
 
 /// What the command line asks for; returns the exit code.
@@ -90,10 +99,16 @@ int run(int argc, char** argv) {
       ->expected(1)
       ->take_all();
   app.add_flag("--verbose", settings.verbose, "print each request, reply and event");
+  bool manual = false;
+  app.add_flag("--manual", manual, "print the man page: virtual_controller --manual | man -l -");
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? 0 : 2;
+  }
+  if (manual) {
+    std::cout << manualOf(app);
+    return 0;
   }
 
   settings.servoPort = servoPort;

@@ -12,6 +12,7 @@ copyright = author
 extensions = ["myst_parser", "breathe"]
 exclude_patterns = ["site"]
 default_role = "code"
+highlight_language = "none"  # what is a terminal's, unless it says what else it is
 toc_object_entries = False  # hundreds on a page, in the sidebar of every page
 nitpicky = False
 myst_heading_anchors = 3

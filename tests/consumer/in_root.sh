@@ -30,22 +30,39 @@ echo "in_root: programs build with CMake and with pkg-config"
 ln -s "$examples" examples
 scripts/demo.sh /tmp/examples/bin
 echo "in_root: the demo's sessions went through"
+said=$(python3 -W error project/session.py)
+echo "in_root: $said"
 python3 -W error - <<'END'
-import importlib.metadata
 import subprocess
+import urllib.request
 
-import kyt_host as kyt
-from kyt_host_testing import VirtualController
-
-with VirtualController() as virtual, kyt.connect(virtual.host, virtual.port) as controller:
-    robot = controller.robot(1)
-    robot.power_on()
-    robot.move_joints([20, 10, 0, 0, 0, 0], speed=80).wait(30)
-    shown = subprocess.run(["kyt", "status", f"{virtual.host}:{virtual.port}", "--json"], stdout=subprocess.PIPE, check=True)
-    assert b"[20.0,10.0," in shown.stdout.replace(b"20,10,", b"20.0,10.0,"), shown.stdout
-print(f"in_root: kyt_host {importlib.metadata.version('kyt_host')} has moved a robot, and kyt has seen it")
+command = ["kyt", "sim", "--port=0", "--file-port=0", "--servo-port=0", "--view", "--listen", "127.0.0.1:0"]
+with subprocess.Popen(command, stdout=subprocess.PIPE, universal_newlines=True) as kyt:
+    try:
+        address = next(line for line in kyt.stdout if "the page is at" in line).split()[-1].partition("#")[0]
+        for file in ("index.html", "scene.js", "three/build/three.module.js", "three/examples/jsm/controls/OrbitControls.js"):
+            with urllib.request.urlopen(address + file) as got, open("/usr/share/kyt_host/view/" + file, "rb") as installed:
+                assert got.read() == installed.read(), file
+    finally:
+        kyt.terminate()
 END
-kyt sim --help
+kyt bridge check "$examples/plant.toml"
+echo "in_root: kyt has its page, and its bridge"
+if compgen -G "kyt-host-doc_*.deb"; then # the build profile nodoc has none
+  python3 -W error - <<'END'
+import os
+import re
+from pathlib import Path
+
+checked = set()
+for page in Path("/usr/share/doc/kyt-host-doc/html").rglob("*.html"):
+    for name in re.findall(r'(?:href|src)="([^":#?]+)["#?]', page.read_text()):
+        checked.add(os.path.normpath(page.parent / name))
+assert not (missing := [each for each in checked if not os.path.exists(each)]), missing
+assert len(checked) > 100, checked
+print(f"in_root: {len(checked)} files that pages of the documentation refer to are there")
+END
+fi
 kyt completion bash | cmp - /usr/share/bash-completion/completions/kyt
 
 apt-get purge -y 'libkyt-host*' 'kyt-*' python3-kyt-host

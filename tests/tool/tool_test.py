@@ -391,6 +391,7 @@ class Tool(unittest.TestCase):
         manual = self.kyt("manual")
         for expected in (".TH KYT 1", ".SS kyt move joints JOINTS", ".B \\-\\-timeout", ".B KYT_HOST"):
             self.assertIn(expected, manual)
+        self.assertRegex(self.kyt("sim", "--manual"), r"\.TH VIRTUAL_CONTROLLER 1[^\0]*\.B \\-\\-port\n[^\n]*\(6001\)\n")
 
 
 if __name__ == "__main__":

@@ -10,7 +10,7 @@
 namespace tool::bridge {
 namespace {
 
-constexpr int mostMetrics = 100'000;
+constexpr int mostInMessage = 100'000;
 constexpr const char* prefix = "spBv1.0";
 
 template <class Field>  // a metric or a property; both have the same setters
@@ -84,7 +84,7 @@ WireMetric read(const wire::Metric& from) {
 std::optional<Payload> decode(const void* bytes, std::size_t size) {
   wire::Payload from;
   if (size > static_cast<std::size_t>(std::numeric_limits<int>::max()) ||
-      !from.ParseFromArray(bytes, static_cast<int>(size)) || from.metrics_size() > mostMetrics)
+      !from.ParseFromArray(bytes, static_cast<int>(size)) || from.metrics_size() > mostInMessage)
     return std::nullopt;
   Payload payload;
   if (from.has_timestamp()) payload.time = from.timestamp();

@@ -1,12 +1,10 @@
 // view: the robots on a web page.
 
-#include "tool/commands/commands.h"
-#ifdef KYT_VIEW_FOLDER
 #include "tool/view/view.h"
+
+#include "tool/commands/commands.h"
 #ifdef KYT_BRIDGE
 #include "tool/bridge/watched_plant.h"
-#define KYT_VIEW_OF_PLANTS
-#endif
 #endif
 
 namespace tool {
@@ -18,7 +16,7 @@ struct View : Command {
   std::vector<std::string> hosts;
   std::string listen = usualPlace;
   bool control = false;
-#ifdef KYT_VIEW_OF_PLANTS
+#ifdef KYT_BRIDGE
   bridge::BrokerSettings broker;
 #endif
 
@@ -31,13 +29,13 @@ struct View : Command {
         ->capture_default_str();
     [[maybe_unused]] CLI::Option* buttons =
         app.add_flag("--control", control, "with buttons, for those who have the token");
-#ifdef KYT_VIEW_OF_PLANTS
+#ifdef KYT_BRIDGE
     bridge::describeBroker(app, "--broker", broker)->excludes(buttons);
 #endif
   }
 
   void run() override {
-#ifdef KYT_VIEW_OF_PLANTS
+#ifdef KYT_BRIDGE
     if (!broker.urls.empty()) return view::serve(broker, Address::toListenAt(listen));
 #endif
     if (hosts.empty()) throw CLI::ValidationError("HOST", "which controllers? Name them here, or in KYT_HOST");
@@ -49,13 +47,8 @@ struct View : Command {
 
 }  // namespace
 
-void showPage([[maybe_unused]] const std::vector<Address>& controllers, [[maybe_unused]] const Address& listen,
-              [[maybe_unused]] bool control) {
-#ifdef KYT_VIEW_FOLDER
+void showPage(const std::vector<Address>& controllers, const Address& listen, bool control) {
   view::serve(controllers, listen, control);
-#else
-  throw Failure("the page was left out when this kyt was built: " KYT_VIEW_MISSING);
-#endif
 }
 
 void addView(const Family& kyt) { kyt.add<View>("view", "the robots on a web page: view HOST ..."); }

@@ -41,7 +41,7 @@ PageFiles::PageFiles() {
     std::ifstream file(entry.path(), std::ios::binary);
     const auto content =
         std::make_shared<const std::string>(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-    files_["/" + fs::relative(entry.path(), from).generic_string()] = {200, typeOf(entry.path()), content};
+    files_["/" + entry.path().lexically_relative(from).generic_string()] = {200, typeOf(entry.path()), content};
   }
 }
 
