@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Watches a program that uses the library without rest: soak.py HOURS PROGRAM FOLDER, as scripts/soak.sh starts it.
+"""Watches a program that uses the library without rest: soak.py HOURS PROGRAM FOLDER [BYTES], by scripts/soak.sh.
 
 Every few seconds its memory, threads and descriptors are noted, and those of the virtual controller that it talks to;
 meanwhile that has its faults. After the first fifth, in which buffers find their sizes, a straight line through the lows
@@ -121,9 +121,10 @@ def main() -> int:
     with tempfile.TemporaryDirectory() as files, VirtualController(
         "--host", host, "--file-port", "5000", "--state-period", "100", "--time-scale", "10"
     ) as controller:
-        command = [program, host, str(controller.port), files]
-        # With a heap for each few threads, as is usual, resident memory creeps up though nothing is kept.
-        heaps = {**os.environ, "MALLOC_ARENA_MAX": "2"}
+        command = [program, host, str(controller.port), files, *sys.argv[4:]]
+        # With a heap for each few threads, as is usual, resident memory creeps up though nothing is kept. And what each
+        # thread puts aside of what it frees, up to 200 KiB, would be counted as allocated.
+        heaps = {**os.environ, "MALLOC_ARENA_MAX": "2", "GLIBC_TUNABLES": "glibc.malloc.tcache_count=0"}
         soak = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, env=heaps)
         processes = {"library": soak.pid, "virtual controller": controller._process.pid}
         begin = time.monotonic()

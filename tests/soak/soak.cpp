@@ -1,7 +1,8 @@
-// A program that never rests: soak HOST PORT FOLDER, until its standard input ends. scripts/soak.sh watches it.
+// A program that never rests: soak HOST PORT FOLDER [BYTES], until its standard input ends. scripts/soak.sh watches it.
 //
 // Ten threads ask, command, move, listen and reconnect; some disconnect and connect again all the time. One more
-// carries files, and one switches logs and handlers on and off.
+// carries files, and one switches logs and handlers on and off. With BYTES it keeps as many of each connection, which
+// whoever watches has to notice.
 
 #include <atomic>
 #include <chrono>
@@ -9,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -26,6 +28,10 @@ std::filesystem::path folder;
 std::atomic<bool> over{false};
 std::atomic<long> calls{0}, failures{0}, heard{0}, connections{0}, files{0};
 
+std::mutex leaking;
+std::vector<std::string> leaked;  // of `leak` characters each
+std::size_t leak = 0;
+
 void count(int status) {
   ++calls;
   if (status != SUCCESS) ++failures;
@@ -38,6 +44,10 @@ SOCKETFD connect(int number) {
     return robot;
   }
   ++connections;
+  if (leak > 0) {
+    const std::lock_guard lock(leaking);
+    leaked.emplace_back(leak, 'x');
+  }
   const auto hear = [](auto&&...) { ++heard; };
   set_frame_callback(robot, hear);
   set_message_callback(robot, hear);
@@ -71,10 +81,11 @@ void ask(SOCKETFD robot, int number) {
   move.velocity = 50;
   move.acc = move.dec = 50;
   const int robotNum = 1 + number % 4;
-  count(queue_motion_push_back_moveJ_robot(robot, robotNum, move));
-  const int sent = queue_motion_send_to_controller_robot(robot, robotNum, 1, true);
-  count(sent);
-  if (sent != SUCCESS) queue_motion_clear_Data_robot(robot, robotNum);  // or the lines would be kept for the next time
+  // Lines that could not be sent are kept for the next time; while the connection is broken nothing takes them away.
+  if (queue_motion_clear_Data_robot(robot, robotNum) == SUCCESS) {
+    count(queue_motion_push_back_moveJ_robot(robot, robotNum, move));
+    count(queue_motion_send_to_controller_robot(robot, robotNum, 1, true));
+  }
   count(robot_movej_robot(robot, robotNum, move));
 }
 
@@ -137,10 +148,11 @@ void noteHeap() {
 
 }  // namespace
 
-int main(int /*count*/, char** arguments) {
+int main(int argumentCount, char** arguments) {
   host = arguments[1];
   port = arguments[2];
   folder = arguments[3];
+  if (argumentCount > 4) leak = std::stoul(arguments[4]);
   set_diagnostics_handler([](int, const char*) {});  // there is much to say
   std::vector<std::thread> threads;
   for (int number = 0; number < 10; ++number) threads.emplace_back(beRobot, number);
