@@ -12,7 +12,6 @@ namespace {
 
 constexpr std::chrono::milliseconds round{200};
 constexpr std::size_t mostOrdersOfMessage = 32;
-constexpr const char* rebirthControl = "Node Control/Rebirth";
 
 EdgeNode::Settings settingsOf(const Configuration& configuration) {
   constexpr double mebibyte = 1024 * 1024;
@@ -193,7 +192,7 @@ bool Bridge::take(const std::string& topic, const std::string& payload, bool ret
   if (!parts || !content) return malformed(topic);
   if (parts->kind == "DCMD") return takeCommands(*parts, *content, retained);
   for (const WireMetric& metric : content->metrics)
-    if (metric.name == rebirthControl && metric.value == Datum(true) && !retained) node_.rebirth();
+    if (metric.name == rebirthName && metric.value == Datum(true) && !retained) node_.rebirth();
   return false;
 }
 

@@ -252,11 +252,7 @@ Message EdgeNode::nodeBirth() {
   seq_ = 0;
   Payload payload;
   payload.metrics.push_back(bdSeq());
-  WireMetric rebirthControl;
-  rebirthControl.name = "Node Control/Rebirth";
-  rebirthControl.type = Type::Boolean;
-  rebirthControl.value = false;
-  payload.metrics.push_back(rebirthControl);
+  payload.metrics.push_back(rebirthControl(false));
   addMetrics(payload, 0);
   return message("NBIRTH", 0, std::move(payload));
 }

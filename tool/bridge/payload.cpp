@@ -81,6 +81,14 @@ WireMetric read(const wire::Metric& from) {
 
 }  // namespace
 
+WireMetric rebirthControl(bool value) {
+  WireMetric metric;
+  metric.name = rebirthName;
+  metric.type = Type::Boolean;
+  metric.value = value;
+  return metric;
+}
+
 std::optional<Payload> decode(const void* bytes, std::size_t size) {
   wire::Payload from;
   if (size > static_cast<std::size_t>(std::numeric_limits<int>::max()) ||

@@ -28,6 +28,10 @@ struct Payload {
   std::vector<WireMetric> metrics;
 };
 
+/// What a node tells of itself, and by which it is asked to tell its births anew.
+constexpr const char* rebirthName = "Node Control/Rebirth";
+WireMetric rebirthControl(bool value);
+
 /// @return nothing for what is no payload, or has more than 100,000 metrics
 std::optional<Payload> decode(const void* bytes, std::size_t size);
 std::string encode(const Payload& payload);

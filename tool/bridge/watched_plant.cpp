@@ -81,13 +81,9 @@ void WatchedPlant::ask(const std::string& group, const std::string& node) {
   Time& last = asked_[topic];
   if (time - last < pause) return;
   last = time;
-  WireMetric rebirth;
-  rebirth.name = "Node Control/Rebirth";
-  rebirth.type = Type::Boolean;
-  rebirth.value = true;
   Payload payload;
   payload.time = time;
-  payload.metrics.push_back(rebirth);
+  payload.metrics.push_back(rebirthControl(true));
   questions_.push_back({topic, encode(payload)});
 }
 
