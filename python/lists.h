@@ -48,7 +48,7 @@ class List {
     const std::size_t place = within(values, index);
     if constexpr (std::is_class_v<T> && !std::is_same_v<T, std::string>) {
       Reference object(checked(newObject(&values[place], typeInfo<T>(), 0)));
-      if (!Part::attach(object.get(), self, index, findElement<T>)) throw PythonError();
+      if (!Part::attach(object.get(), self, static_cast<Py_ssize_t>(place), findElement<T>)) throw PythonError();
       return object.release();
     } else {
       return wrap(values[place]);
@@ -75,6 +75,23 @@ class List {
     return static_cast<std::size_t>(index);
   }
 
+  static void remove(PyObject* self, PyObject* value) {
+    const std::size_t place = find(self, value);
+    Vector& values = of(self);  // which comparing may have changed
+    if (place < values.size()) values.erase(values.begin() + static_cast<std::ptrdiff_t>(place));
+  }
+
+  static void extend(PyObject* self, PyObject* iterable) {
+    Vector added = fromIterable(iterable);
+    Vector& values = of(self);
+    values.insert(values.end(), added.begin(), added.end());
+  }
+
+  static void assign(PyObject* self, PyObject* iterable) {
+    Vector values = fromIterable(iterable);
+    of(self) = std::move(values);
+  }
+
   // --- for the slots of the class
 
   static Py_ssize_t length(PyObject* self) {
@@ -91,12 +108,11 @@ class List {
 
   static PyObject* subscript(PyObject* self, PyObject* key) {
     return guarded<PyObject*>(nullptr, [&]() -> PyObject* {
-      if (PySlice_Check(key) == 0) return element(self, static_cast<Py_ssize_t>(within(of(self), indexOf(key))));
-      const Vector& values = of(self);
-      const Slice slice(key, values);
+      if (PySlice_Check(key) == 0) return element(self, indexOf(key));
+      const Slice slice(key, self);
       Vector chosen;
       chosen.reserve(static_cast<std::size_t>(slice.count));
-      for (Py_ssize_t i = 0; i < slice.count; ++i) chosen.push_back(values[slice.at(i)]);
+      for (Py_ssize_t i = 0; i < slice.count; ++i) chosen.push_back((*slice.values)[slice.at(i)]);
       return newObject(new Vector(std::move(chosen)), typeInfo<Vector>(), SWIG_POINTER_OWN);
     });
   }
@@ -122,9 +138,7 @@ class List {
 
   static PyObject* inplaceConcat(PyObject* self, PyObject* iterable) {
     return guarded<PyObject*>(nullptr, [&] {
-      Vector added = fromIterable(iterable);
-      Vector& values = of(self);
-      values.insert(values.end(), added.begin(), added.end());
+      extend(self, iterable);
       Py_INCREF(self);
       return self;
     });
@@ -153,18 +167,22 @@ class List {
   static constexpr const char* outOfRange = "list assignment index out of range";
 
   struct Slice {
-    Slice(PyObject* key, const Vector& values) {
+    Slice(PyObject* key, PyObject* self) {
       Py_ssize_t stop = 0;
       if (PySlice_Unpack(key, &start, &stop, &step) != 0) throw PythonError();
-      count = PySlice_AdjustIndices(static_cast<Py_ssize_t>(values.size()), &start, &stop, step);
+      values = &of(self);
+      count = PySlice_AdjustIndices(static_cast<Py_ssize_t>(values->size()), &start, &stop, step);
     }
     std::size_t at(Py_ssize_t i) const { return static_cast<std::size_t>(start + i * step); }
 
+    Vector* values = nullptr;
     Py_ssize_t start = 0;
     Py_ssize_t step = 0;
     Py_ssize_t count = 0;
   };
 
+  // Whatever calls into Python (an index, an iterator, a comparison) may change the list, and the whole that it is a
+  // part of: it is looked up afterwards.
   static Vector& of(PyObject* self) {
     Vector* values = nullptr;
     if (const int code = kyt_py::find(self, values); !SWIG_IsOK(code)) {
@@ -186,8 +204,8 @@ class List {
   }
 
   static void replace(PyObject* self, PyObject* key, Vector added) {
-    Vector& values = of(self);
-    const Slice slice(key, values);
+    const Slice slice(key, self);
+    Vector& values = *slice.values;
     if (slice.step == 1) {
       const auto first = values.begin() + slice.start;
       values.insert(values.erase(first, first + slice.count), added.begin(), added.end());
@@ -202,8 +220,8 @@ class List {
   }
 
   static void erase(PyObject* self, PyObject* key) {
-    Vector& values = of(self);
-    const Slice slice(key, values);
+    const Slice slice(key, self);
+    Vector& values = *slice.values;
     // From the back, so that the places ahead stay what they are.
     for (Py_ssize_t i = 0; i < slice.count; ++i) {
       const std::size_t place = slice.at(slice.step > 0 ? slice.count - 1 - i : i);

@@ -22,10 +22,7 @@ class vector {
 
     void append(T value) { self->push_back(std::move(value)); }
     void push_back(T value) { self->push_back(std::move(value)); }
-    void extend(PyObject* elements) {
-      const std::vector<T> added = kyt_py::List<T>::fromIterable(elements);
-      self->insert(self->end(), added.begin(), added.end());
-    }
+    void extend(PyObject* elements, PyObject** PYTHON_SELF) { kyt_py::List<T>::extend(*PYTHON_SELF, elements); }
     void insert(long index, T value) {
       self->insert(self->begin() + kyt_py::List<T>::clamped(*self, index), std::move(value));
     }
@@ -40,9 +37,7 @@ class vector {
       if (self->empty()) throw std::out_of_range("pop from empty list");
       self->pop_back();
     }
-    void remove(PyObject* value, PyObject** PYTHON_SELF) {
-      self->erase(self->begin() + static_cast<long>(kyt_py::List<T>::find(*PYTHON_SELF, value)));
-    }
+    void remove(PyObject* value, PyObject** PYTHON_SELF) { kyt_py::List<T>::remove(*PYTHON_SELF, value); }
     std::size_t index(PyObject* value, PyObject** PYTHON_SELF) { return kyt_py::List<T>::find(*PYTHON_SELF, value); }
     std::size_t count(PyObject* value, PyObject** PYTHON_SELF) {
       const Py_ssize_t times = PySequence_Count(*PYTHON_SELF, value);
@@ -55,7 +50,7 @@ class vector {
     PyObject* back(PyObject** PYTHON_SELF) {
       return kyt_py::List<T>::element(*PYTHON_SELF, static_cast<Py_ssize_t>(self->size()) - 1);
     }
-    void assign(PyObject* elements) { *self = kyt_py::List<T>::fromIterable(elements); }
+    void assign(PyObject* elements, PyObject** PYTHON_SELF) { kyt_py::List<T>::assign(*PYTHON_SELF, elements); }
     void assign(std::size_t size, T value) { self->assign(size, value); }
     void resize(std::size_t size) { self->resize(size); }
     void resize(std::size_t size, T value) { self->resize(size, value); }

@@ -29,6 +29,13 @@
   $1 = static_cast<$1_ltype>(address);
 }
 
+// Reading the other arguments may have moved it: a part of another object, which an `__index__` has changed.
+%typemap(check) SWIGTYPE *self {
+  const int code = kyt_py::find(self, $descriptor, address$argnum);
+  if (!SWIG_IsOK(code)) { %argument_fail(code, "$type", $symname, $argnum); }
+  $1 = static_cast<$1_ltype>(address$argnum);
+}
+
 // A field that is a record or list is assigned by value.
 %typemap(in) SWIGTYPE * ($*1_ltype value) {
   const int code = kyt_py::load($input, value);

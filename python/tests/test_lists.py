@@ -113,3 +113,30 @@ class Lists(unittest.TestCase):
                 self.assertEqual(ours, elements)
         with self.assertRaises(OverflowError):
             kyt.VectorInt([0, 2**31])
+
+    def test_arguments_that_take_away_what_they_are_for(self):
+        class Clearing:
+            def __index__(self):
+                whole.clear()
+                return 1
+
+            def __eq__(self, other):
+                return self.__index__() == 1
+
+        operations = (
+            "part[it]; part[it:]; part.__setitem__(it, 1); part.__setitem__(0, it); part.__setitem__(slice(it), [1]); "
+            "part.__delitem__(it); part.__delitem__(slice(it)); part.append(it); part.extend([it]); part.insert(0, it); "
+            "part.insert(it, 1); part.pop(it); part.remove(it); part.assign([it]); part += [it]"
+        )
+        for operation in operations.split("; "):
+            whole = kyt.VectorVectorInt([[1] * 100] * 9)
+            with self.subTest(operation), self.assertRaises(IndexError):
+                exec(operation, {"part": whole[5], "it": Clearing()})
+            self.assertEqual(whole, [])
+        whole = kyt.VectorInt([1])
+        whole.remove(Clearing())
+        whole = kyt.VectorVisionCalibrationPoint(1)
+        for change in (lambda: points.append(Clearing()), lambda: setattr(whole[0], "pixelPos", [Clearing()])):
+            whole.resize(1)
+            points = whole[0].pixelPos
+            self.assertRaises(IndexError, change)
