@@ -137,10 +137,13 @@ void switchLogs() {
   }
 }
 
-// What is allocated, which the system's figures do not tell: freed memory may stay with the process.
+// What is allocated, which the system's figures do not tell: freed memory may stay with the process. What can be given
+// back is given back first; or else what was needed at one moment, however seldom, would be resident from then on.
 void noteHeap() {
   while (!over) {
-    std::ofstream(folder / "heap.new") << ::mallinfo2().uordblks / 1024;
+    ::malloc_trim(0);
+    const auto heap = ::mallinfo2();
+    std::ofstream(folder / "heap.new") << (heap.uordblks + heap.hblkhd) / 1024;
     std::filesystem::rename(folder / "heap.new", folder / "heap");
     std::this_thread::sleep_for(500ms);
   }
