@@ -455,6 +455,7 @@ class Browser(WithController):
         self.kyt(controller, "move", "joints", "150", "--speed", "1")
         until(lambda: self.text("#state-motion") == "running")
         self.press(".home")  # where all robots are
+        until(lambda: self.run_there("return !document.querySelector('#halt').hidden"))
         self.press("#halt .stop")
         until(lambda: robot()["runningState"] == 0)
         until(lambda: self.text("#halt .told") == "stopped")

@@ -10,7 +10,7 @@
 namespace tool::bridge {
 namespace {
 
-constexpr std::chrono::milliseconds round{200};
+constexpr std::chrono::milliseconds tick{200};
 constexpr std::size_t mostOrdersOfMessage = 32;
 
 EdgeNode::Settings settingsOf(const Configuration& configuration) {
@@ -67,7 +67,7 @@ void Bridge::run() {
   for (;;) {
     arrange();
     tellAboutItself();
-    const timespec time{0, std::chrono::nanoseconds(round).count()};
+    const timespec time{0, std::chrono::nanoseconds(tick).count()};
     const int signal = sigtimedwait(&awaited, nullptr, &time);
     if (signal == SIGHUP) readAgain();
     if (signal == SIGINT || signal == SIGTERM) return;
