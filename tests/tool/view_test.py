@@ -300,7 +300,7 @@ class Server(WithController):
 
     def test_the_virtual_controller_with_its_page(self) -> None:
         ports = ("--port", "0", "--file-port", "0", "--servo-port", "0")
-        page = Page(self, "sim", "--view", "--listen", "127.0.0.1:0", *ports, "--robots", "3")
+        page = Page(self, "sim", "--view", "--listen=127.0.0.1:0", *ports, "--robots", "3")
         state = next(page.states())
         self.assertEqual((state["controller"], len(state["robots"]), len(page.token or "")), ("VC-0001", 3, 24))
         self.assertEqual(page.end(), 0)

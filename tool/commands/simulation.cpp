@@ -117,10 +117,13 @@ struct Simulation : Command {
 
   /// What is ours among them is not the virtual controller's. @param value  receives what stands behind it
   bool take(const std::string& option, std::string* value = nullptr) {
-    const auto found = std::find(arguments.begin(), arguments.end(), option);
+    const std::string assigned = option + "=";
+    const auto found = std::find_if(arguments.begin(), arguments.end(), [&](const std::string& argument) {
+      return argument == option || (value != nullptr && argument.rfind(assigned, 0) == 0);
+    });
     if (found == arguments.end()) return false;
-    const auto last = value != nullptr && found + 1 != arguments.end() ? found + 1 : found;
-    if (value != nullptr) *value = *last;
+    const auto last = value != nullptr && *found == option && found + 1 != arguments.end() ? found + 1 : found;
+    if (value != nullptr) *value = *found == option ? *last : found->substr(assigned.size());
     arguments.erase(found, last + 1);
     return true;
   }
