@@ -322,7 +322,7 @@ TEST_F(Motions, SmoothedCornersAreCutWithinTheirRadiusAndOthersAreReached) {
   }
 }
 
-TEST_F(Motions, TheSpeedScalesWhatIsUnderWay) {
+TEST_F(SlowMotions, TheSpeedScalesWhatIsUnderWay) {
   Limits limits;
   std::map<int, double> fastest;  // joint 1, at 100, 40, and 80 percent
   auto override = 100;
