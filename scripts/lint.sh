@@ -66,7 +66,7 @@ for header in kyt_host_c_header kyt_payload_header; do # what sources include th
   cmake --build "build/$preset" --target "$header" >/dev/null
 done
 units=("${sources[@]}")
-options=()
+config=.clang-tidy
 if [[ ! $base ]]; then
   mapfile -t units < <(sed -n 's/^ *"file": "\(.*\)",\?$/\1/p' build/lint/compile_commands.json |
     grep -vE '_wrap\.cxx$|\.pb\.cc$|/generated/|\.c$' | sort -u) # C, and what programs write, have a style of their own
@@ -74,10 +74,16 @@ if [[ ! $base ]]; then
   config=build/lint/clang-tidy
   sed -e 's/^  readability-identifier-naming$/&,\n  -bugprone-suspicious-include/' \
     -e "/^HeaderFilterRegex/s/\\\\.h\\$/\\\\.(h|cpp)$/" .clang-tidy >"$config"
-  options=(--config-file="$config")
+  # What users run is analysed, too, path by path.
+  sed 's/^  -\*,$/&\n  clang-analyzer-*,/' "$config" >"$config-analyzer"
 fi
 echo "clang-tidy (${#sources[@]} sources in ${#units[@]} units) ..."
+# shellcheck disable=SC2016
 ((${#units[@]} == 0)) || printf '%s\0' "${units[@]}" |
-  xargs -0 -n1 -P"$(nproc)" clang-tidy -p "build/$preset" --quiet --extra-arg=-Wno-unknown-warning-option "${options[@]}" \
+  xargs -0 -n1 -P"$(nproc)" bash -c '
+    config=$1
+    [[ ! -e $config-analyzer || $2 == */tests/* ]] || config+=-analyzer
+    exec clang-tidy -p "$0" --quiet --extra-arg=-Wno-unknown-warning-option --config-file="$config" "$2"
+  ' "build/$preset" "$config" \
     2> >(grep -vE '^[0-9]+ warnings? generated' >&2)
 echo "checked in $SECONDS s"

@@ -238,7 +238,7 @@ int set_message_callback(SOCKETFD socketFd,
 int set_state_callback(SOCKETFD socketFd, std::function<void(SOCKETFD, const std::string& text)> callback) {
   return onConnection(socketFd, [&](BackendBase& backend) {
     return onHandlers<RecvRobotState>(backend, {Strategy::RobotState}, [&](RecvRobotState& handler) {
-      handler.listener.set(withHandle(socketFd, std::move(callback)));
+      handler.listener.set(withHandle(socketFd, callback));
     });
   });
 }
