@@ -62,7 +62,7 @@ if [[ $base ]]; then
   preset=release
 fi
 cmake --preset "$preset" >/dev/null # for the compile commands
-for header in kyt_host_c_header kyt_payload_header; do # what sources include that programs write
+for header in kyt_host_c_header kyt_payload_header kyt_c_calls_header; do # what sources include that programs write
   cmake --build "build/$preset" --target "$header" >/dev/null
 done
 units=("${sources[@]}")
