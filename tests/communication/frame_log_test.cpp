@@ -245,6 +245,7 @@ TEST_F(FrameLogTest, LeavesFramesOutRatherThanLetCallersWait) {
 }
 
 TEST_F(FrameLogTest, OfAnyProgramIsCompleteAtItsExitAndTheChildOfAForkHasNone) {
+  letProgramsFork();
   controller.silence(Strategy::GetCurrentMode, -1);  // that the fork's parent waits for in vain
   for (const std::string way : {"exit handlers", "fork"}) {
     ::setenv("KYT_HOST_FRAMES", path(way).c_str(), 1);

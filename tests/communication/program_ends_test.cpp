@@ -25,15 +25,9 @@ constexpr bool mayConnectAfterFork = true;
 class ProgramEnds : public ControllerTest {
  protected:
   ProgramEnds() {
-    // ThreadSanitizer warns of what these programs are here for: to exit in a signal handler. And what the threads of
-    // a parent hold counts as lost in the child of a fork.
-    addOption("TSAN_OPTIONS", "report_signal_unsafe=0");
-    addOption("ASAN_OPTIONS", "detect_leaks=0");
-  }
-
-  static void addOption(const char* variable, const std::string& option) {
-    const char* const others = std::getenv(variable);
-    ::setenv(variable, ((others != nullptr ? others : "") + (":" + option)).c_str(), 1);
+    // ThreadSanitizer warns of what these programs are here for: to exit in a signal handler.
+    addSanitizerOption("TSAN_OPTIONS", "report_signal_unsafe=0");
+    letProgramsFork();
   }
 
   std::vector<std::string> command(const std::string& way) const {

@@ -3,6 +3,7 @@
 #include <array>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -15,6 +16,16 @@
 #include <spawn.h>
 
 #include "tests/support/raw_peer.h"
+
+/// For the programs that are started after this.
+inline void addSanitizerOption(const char* variable, const std::string& option) {
+  const char* const others = std::getenv(variable);
+  ::setenv(variable, ((others != nullptr ? others : "") + (":" + option)).c_str(), 1);
+}
+
+/// What the threads of a parent hold counts as lost in the child of a fork, where looking for it may wait for ever,
+/// too.
+inline void letProgramsFork() { addSanitizerOption("ASAN_OPTIONS", "detect_leaks=0"); }
 
 /// A program that the test has started, and whose standard output it reads. Killed when it outlives this.
 class ChildProcess {
