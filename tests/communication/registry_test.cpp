@@ -40,7 +40,7 @@ TEST_F(Registry, HoldsAThousandConnectionsAndNoMore) {
   for (const SOCKETFD fd : handles) ASSERT_EQ(speedOf(fd), 50) << fd;
   for (const SOCKETFD fd : handles) disconnect_robot(fd);
   ASSERT_TRUE(controller.waitForConnections(0, std::chrono::seconds(20)));
-  EXPECT_TRUE(eventually([&] { return ProcessState() == before; })) << ProcessState() << ", before: " << before;
+  EXPECT_TRUE(eventually([&] { return ProcessState() <= before; })) << ProcessState() << ", before: " << before;
   EXPECT_GT(connect(), 0);
 }
 

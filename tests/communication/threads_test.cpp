@@ -72,6 +72,6 @@ TEST_F(Threads, AThousandConnectionsThatComeAndGoLeaveNothing) {
   const ProcessState before;
   const std::size_t memoryBefore = ProcessState::residentBytes();
   cycles(1000);
-  EXPECT_TRUE(eventually([&] { return ProcessState() == before; })) << ProcessState() << ", before: " << before;
+  EXPECT_TRUE(eventually([&] { return ProcessState() <= before; })) << ProcessState() << ", before: " << before;
   EXPECT_LT(ProcessState::residentBytes(), memoryBefore + 2 * 1024 * 1024);
 }
