@@ -29,7 +29,7 @@ TEST_F(Registry, HandlesAreUsedAgainOnlyAfterAllOthers) {
 TEST_F(Registry, HoldsAThousandConnectionsAndNoMore) {
   disconnect_robot(robot);  // what is made once is kept
   ASSERT_TRUE(controller.waitForConnections(0, std::chrono::seconds(20)));
-  const ProcessState before;
+  const ProcessState before = ProcessState::settled();
   std::set<SOCKETFD> handles;
   for (int i = 0; i < 1000; ++i) handles.insert(connect());
   EXPECT_EQ(handles.size(), 1000U);

@@ -103,7 +103,7 @@ TEST_F(RunningOut, OfDescriptorsRaisesTheSoftLimit) {
 
 TEST_F(RunningOut, OfThreadsLeavesNothingBehind) {
   disconnect_robot(connect());
-  const ProcessState before;
+  const ProcessState before = ProcessState::settled();
   setStackSize(gigabyte << 16);  // more than there are addresses: not one thread can be started
   EXPECT_EQ(connect(), -1);
   EXPECT_TRUE(eventually([&] { return ProcessState() <= before; })) << ProcessState() << ", before: " << before;

@@ -69,7 +69,7 @@ TEST_F(Threads, AThousandConnectionsThatComeAndGoLeaveNothing) {
     ASSERT_TRUE(controller.waitForConnections(1, 20s));
   };
   cycles(200);  // what is made once, and what the allocator keeps
-  const ProcessState before;
+  const ProcessState before = ProcessState::settled();
   const std::size_t memoryBefore = ProcessState::residentBytes();
   cycles(1000);
   EXPECT_TRUE(eventually([&] { return ProcessState() <= before; })) << ProcessState() << ", before: " << before;

@@ -22,7 +22,19 @@ struct ProcessState {
   std::size_t threads = entries("/proc/self/task");
   std::size_t descriptors = entries("/proc/self/fd");
 
-  /// No more than the other: a thread of what was before that may have been about to end.
+  /// Once nothing has ended for a while: a thread of what was before may be about to.
+  static ProcessState settled() {
+    ProcessState state;
+    for (int looks = 0; looks < 50; ++looks) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+      const ProcessState now;
+      if (!(state <= now)) looks = 0;
+      state = now;
+    }
+    return state;
+  }
+
+  /// No more than the other.
   bool operator<=(const ProcessState& other) const {
     return threads <= other.threads && descriptors <= other.descriptors;
   }
